@@ -1,0 +1,50 @@
+# What all code is compiled with, ours and the SDK's.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug or Release" FORCE)
+endif()
+
+if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    find_program(CORVANE_CCACHE ccache)
+    mark_as_advanced(CORVANE_CCACHE)
+    if(CORVANE_CCACHE)
+        set(CMAKE_CXX_COMPILER_LAUNCHER "${CORVANE_CCACHE}")
+    endif()
+endif()
+
+# No contraction and no -march: the same samples on every x86-64.
+add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffp-contract=off>)
+
+# One floating-point and debug setting for every user of the SDK's headers.
+add_compile_definitions($<IF:$<CONFIG:Debug>,DEVELOPMENT=1,RELEASE=1>)
+
+if(WIN32)
+    enable_language(RC)
+    add_compile_definitions(_WIN32_WINNT=0x0A00 NOMINMAX UNICODE _UNICODE)
+    # Nothing but system libraries may be needed on the user's machine.
+    add_link_options(-static -static-libgcc -static-libstdc++ -Wl,--gc-sections)
+    add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections>
+                        $<$<COMPILE_LANGUAGE:CXX>:-fdata-sections>)
+else()
+    find_package(Threads REQUIRED)
+    link_libraries(Threads::Threads)
+endif()
+
+if(CORVANE_SANITIZE)
+    # Without vptr: the plug-in and its host share interfaces, not type information.
+    set(flags -fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer -O1)
+    if(CORVANE_SANITIZE MATCHES "undefined")
+        list(APPEND flags -fno-sanitize-recover=undefined -fno-sanitize=vptr)
+    endif()
+    add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:${flags}>")
+    add_link_options(-fsanitize=${CORVANE_SANITIZE})
+endif()
