@@ -1,0 +1,99 @@
+#include "tools/hosting/HostSide.h"
+
+#include "public.sdk/source/vst/utility/stringconvert.h"
+
+#include <string>
+
+namespace Quorvant::Hosting {
+
+using namespace Steinberg;
+using namespace Steinberg::Vst;
+
+namespace {
+
+class NamedHost : public HostApplication {
+  public:
+    tresult PLUGIN_API getName(String128 name) override {
+        return VST3::StringConvert::convert("corvane-host", name) ? kResultTrue : kInternalError;
+    }
+};
+
+}  // namespace
+
+IHostApplication& hostApplication() {
+    static auto* host = new NamedHost;
+    return *host;
+}
+
+tresult EditLog::beginEdit(ParamID) {
+    ++begun;
+    return kResultOk;
+}
+
+tresult EditLog::performEdit(ParamID id, ParamValue value) {
+    edits.push_back({id, value});
+    return kResultOk;
+}
+
+tresult EditLog::endEdit(ParamID) {
+    ++ended;
+    return kResultOk;
+}
+
+tresult EditLog::restartComponent(int32 flags) {
+    ++restarts;
+    restartFlags |= flags;
+    return kResultOk;
+}
+
+tresult EditLog::setDirty(TBool state) {
+    if (state) ++dirtyMarks;
+    return kResultOk;
+}
+
+tresult EditLog::requestOpenEditor(FIDString) {
+    return kNotImplemented;
+}
+
+tresult EditLog::startGroupEdit() {
+    ++groupsBegun;
+    return kResultOk;
+}
+
+tresult EditLog::finishGroupEdit() {
+    ++groupsEnded;
+    return kResultOk;
+}
+
+StateStream::StateStream() : attributes(HostAttributeList::make()) {}
+
+StateStream::StateStream(std::span<const uint8_t> content) : StateStream() {
+    // The SDK's signature lacks the const, nothing is written through it.
+    write(const_cast<uint8_t*>(content.data()), static_cast<int32>(content.size()), nullptr);
+    seek(0, kIBSeekSet, nullptr);
+}
+
+Bytes StateStream::bytes() const {
+    const auto* first = reinterpret_cast<const uint8_t*>(getData());
+    return first != nullptr ? Bytes(first, first + getSize()) : Bytes();
+}
+
+void StateStream::setAttribute(const char* key, const std::string& utf8) {
+    attributes->setString(
+        key, reinterpret_cast<const TChar*>(VST3::StringConvert::convert(utf8).c_str()));
+}
+
+tresult StateStream::getFileName(String128) {
+    return kNotImplemented;
+}
+
+IAttributeList* StateStream::getAttributes() {
+    return attributes;
+}
+
+tresult StateStream::queryInterface(const TUID id, void** object) {
+    QUERY_INTERFACE(id, object, IStreamAttributes::iid, IStreamAttributes)
+    return MemoryStream::queryInterface(id, object);
+}
+
+}  // namespace Quorvant::Hosting

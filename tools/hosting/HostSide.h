@@ -1,0 +1,77 @@
+// What a host lends to a plug-in: its name, messages, the handler that hears edits, and streams.
+#pragma once
+
+#include "base/source/fobject.h"
+#include "pluginterfaces/vst/ivstattributes.h"
+#include "pluginterfaces/vst/ivsteditcontroller.h"
+#include "public.sdk/source/common/memorystream.h"
+#include "public.sdk/source/vst/hosting/hostclasses.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Quorvant::Hosting {
+
+using Bytes = std::vector<uint8_t>;
+
+// The process-wide host application object; never destroyed, since modules may keep it.
+Steinberg::Vst::IHostApplication& hostApplication();
+
+// Counts what a controller tells its host. Main thread.
+class EditLog : public Steinberg::FObject,
+                public Steinberg::Vst::IComponentHandler,
+                public Steinberg::Vst::IComponentHandler2 {
+  public:
+    struct Edit {
+        Steinberg::Vst::ParamID id;
+        double value;  // normalised
+    };
+    std::vector<Edit> edits;  // every performEdit, oldest first
+    int begun = 0;
+    int ended = 0;
+    int restarts = 0;
+    Steinberg::int32 restartFlags = 0;  // all flags ever asked for, or-ed
+    int groupsBegun = 0;
+    int groupsEnded = 0;
+    int dirtyMarks = 0;
+
+    Steinberg::tresult PLUGIN_API beginEdit(Steinberg::Vst::ParamID id) override;
+    Steinberg::tresult PLUGIN_API performEdit(Steinberg::Vst::ParamID id,
+                                              Steinberg::Vst::ParamValue value) override;
+    Steinberg::tresult PLUGIN_API endEdit(Steinberg::Vst::ParamID id) override;
+    Steinberg::tresult PLUGIN_API restartComponent(Steinberg::int32 flags) override;
+    Steinberg::tresult PLUGIN_API setDirty(Steinberg::TBool state) override;
+    Steinberg::tresult PLUGIN_API requestOpenEditor(Steinberg::FIDString name) override;
+    Steinberg::tresult PLUGIN_API startGroupEdit() override;
+    Steinberg::tresult PLUGIN_API finishGroupEdit() override;
+
+    OBJ_METHODS(EditLog, FObject)
+    DEFINE_INTERFACES
+    DEF_INTERFACE(Steinberg::Vst::IComponentHandler)
+    DEF_INTERFACE(Steinberg::Vst::IComponentHandler2)
+    END_DEFINE_INTERFACES(FObject)
+    REFCOUNT_METHODS(FObject)
+};
+
+// A stream in memory that also carries the attributes which hosts attach to states.
+class StateStream : public Steinberg::MemoryStream, public Steinberg::Vst::IStreamAttributes {
+  public:
+    StateStream();
+    explicit StateStream(std::span<const uint8_t> content);  // copies, position at the start
+
+    Bytes bytes() const;
+    void setAttribute(const char* key, const std::string& utf8);
+
+    Steinberg::tresult PLUGIN_API getFileName(Steinberg::Vst::String128 name) override;
+    Steinberg::Vst::IAttributeList* PLUGIN_API getAttributes() override;
+    Steinberg::tresult PLUGIN_API queryInterface(const Steinberg::TUID id, void** object) override;
+    Steinberg::uint32 PLUGIN_API addRef() override { return MemoryStream::addRef(); }
+    Steinberg::uint32 PLUGIN_API release() override { return MemoryStream::release(); }
+
+  private:
+    Steinberg::IPtr<Steinberg::Vst::IAttributeList> attributes;
+};
+
+}  // namespace Quorvant::Hosting

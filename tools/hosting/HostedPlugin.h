@@ -1,0 +1,168 @@
+// One instance of any VST3 effect, loaded and driven as a host does it.
+#pragma once
+
+#include "tools/hosting/HostSide.h"
+#include "tools/hosting/Result.h"
+
+#include "pluginterfaces/vst/ivstaudioprocessor.h"
+#include "pluginterfaces/vst/ivstcomponent.h"
+#include "pluginterfaces/vst/ivsteditcontroller.h"
+#include "pluginterfaces/vst/ivstprocesscontext.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Quorvant::Hosting {
+
+using Steinberg::tresult;
+using Steinberg::Vst::ParamID;
+using Steinberg::Vst::SpeakerArrangement;
+
+struct ClassDescription {
+    std::string id;  // 32 hexadecimal digits
+    std::string name, category, subCategories, vendor, version, sdkVersion;
+};
+
+struct Bus {
+    std::string name;
+    int channels;
+    SpeakerArrangement arrangement;
+    bool main, defaultActive;
+    bool active;  // as activateBus left it
+};
+
+struct Parameter {
+    ParamID id;
+    std::string title, shortTitle, units;
+    int stepCount;  // 0 continuous, n means n + 1 states
+    double defaultNormalised;
+    Steinberg::int32 flags;  // ParameterInfo::ParameterFlags
+    Steinberg::Vst::UnitID unit;
+
+    bool has(Steinberg::int32 flag) const { return (flags & flag) != 0; }
+};
+
+struct ParameterPoint {
+    ParamID id;
+    Steinberg::int32 offset;  // frames from the block's start
+    double value;             // normalised
+};
+
+// A song position as a person would give it.
+struct Transport {
+    std::optional<double> tempoBpm;
+    std::optional<double> positionBeats;  // quarter notes since the song's start
+    bool playing = true;
+    int64_t positionFrames = 0;
+};
+Steinberg::Vst::ProcessContext makeContext(const Transport& transport, double sampleRate);
+
+// What one process call gets: the buses in order, each a list of channel pointers. Channel
+// pointers may be null, the same memory may serve input and output, buses may be left out.
+template <typename Sample>
+struct Block {
+    Steinberg::int32 frames = 0;
+    std::vector<std::vector<Sample*>> inputs, outputs;
+    std::vector<ParameterPoint> points;  // in any order; each identifier becomes one queue
+    const Steinberg::Vst::ProcessContext* context = nullptr;  // null: the host gives none
+    bool takeOutputPoints = true;  // false: the plug-in gets no list to report to
+};
+
+struct Setup {
+    double sampleRate = 48000.0;
+    Steinberg::int32 maxFrames = 1024;
+    bool doublePrecision = false;
+    Steinberg::int32 mode = Steinberg::Vst::kOffline;
+    int mainInputs = 2;  // channels, 1 or 2
+    int mainOutputs = 2;
+    int sideChain = 0;  // channels of the second input bus; 0: leave it inactive
+};
+
+// All calls from one thread, except that process() may have a thread of its own.
+// Functions that return a tresult hand on the plug-in's own answer.
+class HostedPlugin {
+  public:
+    using Ptr = std::unique_ptr<HostedPlugin>;
+
+    // Loads the module at `path` (a .vst3 bundle, on Windows also a file) and makes one instance
+    // of the class of that name, or of its first audio effect. Loading one path several times
+    // gives several instances of one module.
+    static Result<Ptr> load(const std::string& path, std::string_view className = {});
+    // The classes of a module, without making an instance.
+    static Result<std::vector<ClassDescription>> listClasses(const std::string& path);
+    ~HostedPlugin();
+    HostedPlugin(const HostedPlugin&) = delete;
+    HostedPlugin& operator=(const HostedPlugin&) = delete;
+
+    const ClassDescription& description() const;
+    const std::string& path() const;
+
+    // The plug-in's own interfaces, for calls that have no wrapper here; null where it has none.
+    Steinberg::Vst::IComponent* component() const;
+    Steinberg::Vst::IAudioProcessor* processor() const;
+    Steinberg::Vst::IEditController* controller() const;
+    EditLog& editLog();
+
+    // Parameters as the controller lists them.
+    const std::vector<Parameter>& parameters() const;
+    // By title, else short title, else identifier in decimal, all without regard to case.
+    const Parameter* findParameter(std::string_view name) const;
+    const Parameter* findParameter(ParamID id) const;
+    std::string textOf(const Parameter& parameter, double normalised) const;
+    // Normalised. A text that the controller refuses, or takes for something else (out of range),
+    // is an error that names the valid texts or the range.
+    Result<double> valueOf(const Parameter& parameter, const std::string& text) const;
+    double controllerValue(ParamID id) const;  // normalised
+    // Tells the controller at once and the processor with the next process call.
+    void setParameter(ParamID id, double normalised);
+    // Hands the output points of the last process call to the controller, as hosts do.
+    void forwardOutputPoints();
+
+    // Set-up by single steps, for tests that leave the usual order.
+    const std::vector<Bus>& buses(Steinberg::Vst::BusDirection direction) const;
+    tresult setArrangements(std::vector<SpeakerArrangement> inputs,
+                            std::vector<SpeakerArrangement> outputs);
+    tresult activateBus(Steinberg::Vst::BusDirection direction, int index, bool active);
+    tresult setUp(const Setup& setup);  // setupProcessing alone
+    tresult setActive(bool active);
+    tresult setProcessing(bool processing);
+    // The usual order in one call: arrangements, set-up, bus activation, activation. An
+    // arrangement, rate or sample size that the plug-in refuses is an error.
+    Result<> prepare(const Setup& setup);
+
+    Steinberg::int32 latency() const;             // frames
+    Steinberg::uint32 tail() const;               // frames, kNoTail, kInfiniteTail
+    bool canProcess(bool doublePrecision) const;  // canProcessSampleSize
+
+    tresult process(const Block<float>& block);
+    tresult process(const Block<double>& block);
+    tresult process(Steinberg::Vst::ProcessData& data);  // as it is, nothing added
+    // Parameters without audio: 0 frames and no buses, of the sample size that is set up.
+    tresult flush(std::vector<ParameterPoint> points);
+    // What the last process or flush call reported.
+    const std::vector<ParameterPoint>& outputPoints() const;
+    // The last value among them for that identifier.
+    std::optional<double> outputValue(ParamID id) const;
+
+    // States. `attributes` are key and text pairs that go with the stream, such as StateType.
+    using Attributes = std::vector<std::pair<std::string, std::string>>;
+    Result<Bytes> componentState() const;
+    tresult setComponentState(std::span<const uint8_t> state, const Attributes& attributes = {});
+    // Gives the component's state to the controller.
+    tresult showComponentState(std::span<const uint8_t> state);
+    Result<Bytes> controllerState() const;
+    tresult setControllerState(std::span<const uint8_t> state);
+
+  private:
+    struct Parts;
+    explicit HostedPlugin(std::unique_ptr<Parts> parts);
+    std::unique_ptr<Parts> parts;
+};
+
+}  // namespace Quorvant::Hosting
