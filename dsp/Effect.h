@@ -10,10 +10,11 @@ class QVXEffect {
   public:
     virtual ~QVXEffect() = default;
 
-    // Processes `frames` frames. `in` holds four channel pointers (main left, main right, side-chain
-    // left, side-chain right), `out` two; a pointer whose channel does not exist is null, and the
-    // right channel then falls back to the left. In and out may be the same memory. Any number of
-    // frames from 0 up; the engine knows no largest block. Audio thread, never blocks or allocates.
+    // Processes `frames` frames. `in` holds four channel pointers (main left, main right,
+    // side-chain left, side-chain right), `out` two; a pointer whose channel does not exist is
+    // null, and the right channel then falls back to the left. In and out may be the same memory.
+    // Any number of frames from 0 up; the engine knows no largest block. Audio thread, never blocks
+    // or allocates.
     virtual void process32(const float* const* in, float* const* out, int32_t frames) = 0;
     virtual void process64(const double* const* in, double* const* out, int32_t frames) = 0;
     // Used instead while the suspend control is on: main input to main output, bit for bit.

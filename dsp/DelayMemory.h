@@ -1,0 +1,86 @@
+// The delay memory: a ring of stereo cells, a write and a read index, and the four ways in which a
+// clock tick moves them.
+#pragma once
+
+#include "dsp/Pair.h"
+#include "params/ParameterIndex.h"
+
+namespace Quorvant {
+
+// A value type: the audio loop works on a copy of it and stores it back. The cells belong to the
+// caller. All members are for the audio thread.
+class DelayMemory {
+  public:
+    // `cells` holds `length` zeroed pairs, length >= 2. Puts everything into its starting state.
+    void attach(Pair* cells, int length, double sampleRate);
+
+    // The direction, and how far (in ticks, truncated, 0 ... length - 1) reading stands behind
+    // writing. Nothing happens when neither changes; a change is crossfaded and restarts the
+    // segments of Reverse and Bounce. Call it only while isCrossfading() is false.
+    void setCourse(DirectionMode mode, double ticks);
+    // Loops what the memory holds instead of recording, with a crossfade of 50 ms of ticks.
+    void setLooping(bool on);
+
+    bool isCrossfading() const { return fadeTicksLeft > 0; }
+    double delayTicks() const { return ticks; }
+
+    // One tick: records `input`, returns the pair for the output history (read one tick ago).
+    Pair tick(Pair input) {
+        untouched = false;
+        moveIndices();
+        Pair heard = cells[readIndex];
+        if (fadeTicksLeft > 0) heard = crossfaded(heard);
+        if (direction == DirectionMode::Reverse || direction == DirectionMode::Bounce) endSegment();
+
+        const Pair old = lastRead;
+        Pair written = looping ? old : input;
+        if (writeFade < 1.0) written = fadedIn(written, looping ? input : old);
+        cells[writeIndex] = written;
+        // Forward writing never reaches the top cell; it mirrors cell 0 for backward readers.
+        if (writeIndex == 0 && direction != DirectionMode::Backward) cells[length - 1] = written;
+
+        lastRead = heard;
+        return old;
+    }
+
+  private:
+    // Intended: forward steps wrap one cell earlier than backward steps.
+    int forward(int i) const { return i + 1 >= length - 1 ? i + 2 - length : i + 1; }
+    int backward(int i) const { return i == 0 ? length - 1 : i - 1; }
+    bool readsForward() const {
+        return direction == DirectionMode::Forward ||
+               (direction == DirectionMode::Bounce && !readBackward);
+    }
+    void moveIndices() {
+        writeIndex =
+            direction == DirectionMode::Backward ? backward(writeIndex) : forward(writeIndex);
+        readIndex = readsForward() ? forward(readIndex) : backward(readIndex);
+    }
+    void endSegment();
+    void jumpTo(int index, bool movedForward);
+    void restartWriteFade();
+    Pair crossfaded(Pair fadingIn);
+    Pair fadedIn(Pair rising, Pair falling);
+
+    Pair* cells = nullptr;
+    int length = 0;
+    int writeIndex = 0, readIndex = 0;
+    DirectionMode direction = DirectionMode::Forward;
+    bool looping = false;
+    bool untouched = true;  // nothing recorded since attach
+    Pair lastRead{};
+
+    double ticks = 0.0;
+    int span = 0, secondHalf = 0;
+    int segmentCounter = 0;
+    bool readBackward = true;
+
+    double writeFade = 1.0, writeFadeGrowth = 1.0;
+
+    int shortestFade = 1, usualFade = 1;  // ticks
+    int fadeTicks = 1, fadeTicksLeft = 0;
+    int fadingIndex = 0;
+    bool fadingForward = true;
+};
+
+}  // namespace Quorvant

@@ -1,0 +1,302 @@
+// The engine's operations: set-up, the parameter map and the readings. The audio loop is in
+// EngineBlock.cpp.
+#include "dsp/Engine.h"
+
+#include "dsp/OutputIndex.h"
+#include "params/NoteTable.h"
+#include "params/ParameterLaws.h"
+#include "params/ParameterTable.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Quorvant {
+
+namespace {
+
+constexpr double kLowestRate = 44100.0, kHighestRate = 384000.0;  // Hz
+constexpr double kLongestDelayMs = 9600.0;
+constexpr double kLongestHeardDelayMs = 28800.0;  // VCO at its slowest and X2
+constexpr double kTailSeconds = 10.0;
+constexpr double kSuspendFadeSeconds = 0.01;
+constexpr double kUnfilteredHighCut = 3150.0;           // Hz
+constexpr double kLowestLfoRate = 0.10000000149011612;  // Hz; a single-precision 0.1, intended
+constexpr double kSmallestReading = 1e-15;
+constexpr auto kProcessingTimeout = std::chrono::milliseconds(251);
+
+}  // namespace
+
+QVXCorvane77x_v2Effect::QVXCorvane77x_v2Effect(const QVXHostLink& link) : hostLink(link) {
+    for (uint32_t i = 0; i < kParameterCount; ++i) values[i] = parameterDefault(i);
+    for (uint32_t i = 0; i < kParameterCount; ++i) setParameter(i, parameterDefault(i));
+    setSampleRate(sampleRate);
+}
+
+QVXCorvane77x_v2Effect::~QVXCorvane77x_v2Effect() = default;
+
+int32_t QVXCorvane77x_v2Effect::getTail() {
+    return static_cast<int32_t>(sampleRate * kTailSeconds);
+}
+
+bool QVXCorvane77x_v2Effect::setSampleRate(double rate) {
+    // Written so that not-a-number ends at the lowest rate.
+    sampleRate = rate >= kLowestRate ? std::min(rate, kHighestRate) : kLowestRate;
+    sampleRateInt = static_cast<int>(sampleRate);
+    controls.setSampleRate(sampleRate);
+    envelope.setSampleRate(sampleRate);
+    legacyStage.setSampleRate(sampleRateInt);
+    suspensionStep = 1.0 / (kSuspendFadeSeconds * sampleRate);
+    applyLfoRate();
+    applyInputFilter();
+    applyHighCut();
+    reset();
+    return sampleRate == rate;
+}
+
+void QVXCorvane77x_v2Effect::reset() {
+    headroomOffset = 1e-06;
+    headroomPeak = 0.0;
+    headroomRead = false;
+    sideChainPeak = {};
+    controls.jumpToTargets();
+    suspension = isOn(kSuspend) ? 1.0 : 0.0;
+
+    inputFilter.clear();
+    legacyStage.clear();
+    envelope.clear();
+    lfo.reset();
+    highCut.clear();
+    clockFactor = std::clamp(vcoRatio * x2Factor, kLowestClockFactor, kHighestClockFactor);
+    clock.reset(clockFactor);
+    inputHistory = outputHistory = {};
+    feedbackSignal = {};
+    repeats.reset();
+    loopLamp = false;
+    lastHostPosition.reset();
+
+    const auto length =
+        static_cast<std::size_t>(std::floor(sampleRate * kLongestDelayMs * 0.001)) + 1;
+    cells.assign(length, Pair{});
+    memory.attach(cells.data(), static_cast<int>(length), sampleRate);
+    memory.setCourse(direction(), delayTimeMs * sampleRate / 1000.0);
+    memory.setLooping(loopEngaged);
+}
+
+DirectionMode QVXCorvane77x_v2Effect::direction() const {
+    return static_cast<DirectionMode>(listState(value(kDirectionMode), 4));
+}
+
+void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
+    if (index >= values.size() || std::isnan(received)) return;
+    const double v = std::clamp(received, 0.0, 1.0);
+    // A loop keeps its length: these two must be sent again once it is off.
+    if (infRepeat && (index == kDelayTime || index == kDelayClockMode)) return;
+    values[index] = v;
+
+    switch (index) {
+        case kProcess:
+            controls.setTarget(kCtlProcess, switchState(v) ? 1.0 : 0.0);
+            break;
+        case kProcessingMode:
+            mode = static_cast<ProcessingMode>(listState(v, 4));
+            controls.setTarget(kCtlLegacy, mode == ProcessingMode::Legacy ? 1.0 : 0.0);
+            break;
+        case kDelayTime:
+        case kDelayClockMode:
+        case kDelayNote:
+            applyDelayTime();
+            break;
+        case kDelayX2:
+            x2Factor = switchState(v) ? 2.0 : 1.0;
+            applyVco();
+            applyInputFilter();
+            break;
+        case kFeedback:
+        case kFeedbackInvert:
+            applyFeedback();
+            break;
+        case kHighCut:
+        case kHighCutCutoff:
+            applyHighCut();
+            break;
+        case kInfRepeat:
+            setInfRepeat(switchState(v));
+            break;
+        case kManualVco:
+        case kDepth:
+            applyVco();
+            break;
+        case kWaveform:
+            controls.setTarget(kCtlWaveform, v);
+            break;
+        case kLfoRate:
+        case kLfoSync:
+        case kLfoNote:
+            applyLfoRate();
+            break;
+        case kManualTempo:
+            // Intended: another law than the displayed one.
+            manualTempoBpm = 580.0 * v + 20.0;
+            setTempo(manualTempoBpm);
+            break;
+        case kSideChainIntExt:
+            controls.setTarget(kCtlExternal, v);
+            break;
+        case kSideChainMonitor:
+            controls.setTarget(kCtlMonitor, switchState(v) ? 1.0 : 0.0);
+            break;
+        case kResetCommand:
+            if (v != 0.0) reset();
+            break;
+        default:
+            if (affectsLevels(index)) applyLevels();
+            break;  // the others are read where they are used
+    }
+}
+
+void QVXCorvane77x_v2Effect::applyLevels() {
+    levels = levelsInForce(values);
+    controls.setTarget(kCtlInputGain, levels.inputGain);
+    controls.setTarget(kCtlOutputGain, levels.outputGain);
+    controls.setTarget(kCtlMix, levels.mix);
+    controls.setTarget(kCtlBypass, levels.bypass);
+}
+
+void QVXCorvane77x_v2Effect::applyVco() {
+    const double depthCurve = std::pow(value(kDepth), 2.35);
+    controls.setTarget(kCtlDepth, depthCurve);
+    vcoRatio = (1.0 - depthCurve) * (value(kManualVco) - 0.5) + 1.0;
+    clockFactor = vcoRatio * x2Factor;
+}
+
+void QVXCorvane77x_v2Effect::applyInputFilter() {
+    inputFilter.setCorner(x2Factor > 1.0 ? InputFilter::kDoubledCorner : InputFilter::kCorner,
+                          sampleRate);
+}
+
+void QVXCorvane77x_v2Effect::applyHighCut() {
+    const double hiCutScale = std::pow(9.0, value(kHighCutCutoff)) * 0.5 * 0.6666666666667;
+    highCut.setCorner(kUnfilteredHighCut * hiCutScale, sampleRate);
+    highCut.setEngaged(isOn(kHighCut));
+}
+
+void QVXCorvane77x_v2Effect::applyFeedback() {
+    const double polarity = isOn(kFeedbackInvert) ? -1.0 : 1.0;
+    controls.setTarget(kCtlFeedback, loopEngaged ? 1.0 : value(kFeedback) * polarity);
+}
+
+void QVXCorvane77x_v2Effect::applyLfoRate() {
+    double hz = kLowestLfoRate * std::pow(100.0, value(kLfoRate));
+    if (isOn(kLfoSync)) {
+        const NoteValue& note = lfoNote(value(kLfoNote));
+        hz = note.denominator * tempoBpm / (note.numerator * 240.0);
+    }
+    lfoRateHz = hz;
+    lfo.setIncrement(2.0 * M_PI * hz / sampleRate);
+}
+
+// Milliseconds of the chosen note at the tempo in force, cut to the memory's length.
+double QVXCorvane77x_v2Effect::noteLengthMs() const {
+    const NoteValue& note = delayNote(value(kDelayNote));
+    const double fraction =
+        (note.numerator * 240000.0 / (note.denominator * tempoBpm)) / kLongestDelayMs;
+    return std::min(fraction, 1.0) * kLongestDelayMs;
+}
+
+void QVXCorvane77x_v2Effect::applyDelayTime() {
+    if (infRepeat) return;
+    delayTimeMs = isOn(kDelayClockMode) ? noteLengthMs() : value(kDelayTime) * kLongestDelayMs;
+}
+
+void QVXCorvane77x_v2Effect::setTempo(double bpm) {
+    const double held = std::clamp(bpm, 20.0, 600.0);
+    if (held == tempoBpm) return;
+    tempoBpm = held;
+    applyDelayTime();
+    applyLfoRate();
+}
+
+void QVXCorvane77x_v2Effect::setInfRepeat(bool on) {
+    if (on == infRepeat) return;
+    infRepeat = on;
+    // A synced loop waits for the next repeat: see beginRepeat.
+    if (!on || !isOn(kDelayClockMode)) setLoop(on);
+    applyDelayTime();
+}
+
+void QVXCorvane77x_v2Effect::setLoop(bool on) {
+    loopEngaged = on;
+    memory.setLooping(on);
+    applyFeedback();
+}
+
+bool QVXCorvane77x_v2Effect::getOutputValue(uint32_t index, double& reading) {
+    double v = 0.0;
+    switch (index) {
+        case kOutHostSync:
+            v = hostSynced ? 1.0 : 0.0;
+            break;
+        case kOutTempo:
+            v = tempoBpm / 10000.0;
+            break;
+        case kOutSampleRate:
+            v = sampleRate / 1000000.0;
+            break;
+        case kOutLfoLamp:
+            v = std::sin(lfo.currentPhase()) * 0.5 + 0.5;
+            break;
+        case kOutHeadroom:
+            v = headroomPeak * 0.5;
+            headroomRead = true;
+            break;
+        case kOutDelayReadout:
+            v = delayTimeMs * clockFactor / kLongestHeardDelayMs;
+            break;
+        case kOutDelayActivity:
+            v = std::sqrt(repeats.takePeak());
+            break;
+        case kOutInfRepeatLamp:
+            if (isOn(kDelayClockMode)) {
+                v = loopLamp ? 1.0 : 0.0;
+            } else {
+                v = loopEngaged ? 1.0 : 0.0;
+                loopLamp = false;
+            }
+            break;
+        case kOutFirstGainReduction:
+            v = 0.0;
+            break;
+        case kOutSecondGainReduction:
+            v = 1.0 - legacyStage.reading();
+            break;
+        case kOutProcessingActivity: {
+            const auto now = std::chrono::steady_clock::now();
+            if (processCalls != processCallsSeen) {
+                processCallsSeen = processCalls;
+                processSeenAt = now;
+                v = 1.0;
+            } else if (now - processSeenAt < kProcessingTimeout) {
+                return false;
+            }
+            break;
+        }
+        case kOutSideChainConnected:
+            v = sideChainConnected ? 1.0 : 0.0;
+            break;
+        case kOutSideChainPeakLeft:
+            v = left(sideChainPeak);
+            sideChainPeak = makePair(0.0, right(sideChainPeak));
+            break;
+        case kOutSideChainPeakRight:
+            v = right(sideChainPeak);
+            sideChainPeak = makePair(left(sideChainPeak), 0.0);
+            break;
+        default:
+            return false;
+    }
+    // Not-a-number is no reading.
+    reading = std::isnan(v) ? 0.0 : std::clamp(v, kSmallestReading, 1.0);
+    return !std::isnan(v);
+}
+
+}  // namespace Quorvant

@@ -1,0 +1,157 @@
+// The delay engine: one instance's whole sound, behind the fifteen operations of QVXEffect.
+#pragma once
+
+#include "dsp/ControlSmoother.h"
+#include "dsp/DelayMemory.h"
+#include "dsp/Effect.h"
+#include "dsp/Envelope.h"
+#include "dsp/HighCut.h"
+#include "dsp/HostLink.h"
+#include "dsp/InputFilter.h"
+#include "dsp/LegacyStage.h"
+#include "dsp/Lfo.h"
+#include "dsp/MemoryClock.h"
+#include "dsp/RepeatCounter.h"
+#include "params/GlobalSet.h"
+#include "params/ParameterIndex.h"
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace Quorvant {
+
+// Ready to process when constructed, at 44100 Hz and with every parameter at its default. Threads
+// and ranges are those of QVXEffect.
+class QVXCorvane77x_v2Effect final : public QVXEffect {
+  public:
+    // `link` must outlive the engine.
+    explicit QVXCorvane77x_v2Effect(const QVXHostLink& link);
+    ~QVXCorvane77x_v2Effect() override;
+
+    void process32(const float* const* in, float* const* out, int32_t frames) override;
+    void process64(const double* const* in, double* const* out, int32_t frames) override;
+    void processSuspended32(const float* const* in, float* const* out, int32_t frames) override;
+    void processSuspended64(const double* const* in, double* const* out, int32_t frames) override;
+    int32_t getLatency() override { return 0; }
+    int32_t getTail() override;
+    bool setSampleRate(double rate) override;
+    void reset() override;
+    bool supports32() override { return true; }
+    bool supports64() override { return true; }
+    void setParameter(uint32_t index, double value) override;
+    bool getOutputValue(uint32_t index, double& value) override;
+
+  private:
+    static constexpr int kChunk = 64;  // frames rendered at a time
+
+    static constexpr double kLowestClockFactor = 1.0 / 16.0, kHighestClockFactor = 16.0;
+
+    // One chunk's signals on their way through the engine. `controls` holds one entry for the whole
+    // chunk while nothing moves, else one a frame; gains are linear.
+    struct ControlFrame {
+        double inputGain, dryGain, wetGain, process, notBypassed, monitor, external, feedback;
+        double waveform, depth, legacy;
+    };
+    struct Chunk {
+        int frames = 0;
+        bool moving = false;
+        std::array<ControlFrame, kChunk> controls;
+        std::array<Pair, kChunk> input;      // main input as the host gave it
+        std::array<Pair, kChunk> side;       // side-chain input
+        std::array<Pair, kChunk> dry;        // input times gain
+        std::array<Pair, kChunk> processed;  // filtered, later with feedback and level stage
+        std::array<Pair, kChunk> delayed;
+        std::array<Pair, kChunk> sideChain;  // blend of processed and side
+        std::array<Pair, kChunk> output;
+        std::array<double, kChunk> lfo;  // phase, later the modulation term
+        const ControlFrame& control(int frame) const { return controls[moving ? frame : 0]; }
+    };
+
+    template <typename Sample>
+    void processBlock(const Sample* const* in, Sample* const* out, int32_t frames, bool suspended);
+    void beginBlock(bool sideChainPresent);
+    void followHost();
+    int countRepeats(int frames);
+    void beginRepeat();
+
+    void renderChunk(Chunk& chunk);
+    void fillControls(Chunk& chunk);
+    void filterInput(Chunk& chunk);
+    void runLfo(Chunk& chunk, bool heard);
+    template <bool Legacy, bool Envelope, bool Modulated>
+    void runMemory(Chunk& chunk);
+    double envelopeInput(Pair processed, Pair side, double external) const;
+    void measure(Chunk& chunk);
+    void followLevels(const Chunk& chunk);
+    void mixOutput(Chunk& chunk);
+    void crossfadeSuspension(Chunk& chunk, bool towardsInput);
+
+    void applyLevels();
+    void applyVco();
+    void applyInputFilter();
+    void applyHighCut();
+    void applyFeedback();
+    void applyLfoRate();
+    void applyDelayTime();
+    void setTempo(double bpm);
+    void setInfRepeat(bool on);
+    void setLoop(bool on);
+    double noteLengthMs() const;
+    DirectionMode direction() const;
+    double value(ParameterIndex index) const { return values[index]; }
+    bool isOn(ParameterIndex index) const { return switchState(values[index]); }
+
+    const QVXHostLink& hostLink;
+    std::array<double, kSuspend + 1> values{};  // normalised, as received
+
+    double sampleRate = 44100.0;
+    int sampleRateInt = 44100;
+
+    // Derived from the parameters.
+    Levels levels;
+    ProcessingMode mode = ProcessingMode::Clean;
+    double delayTimeMs = 0.0;
+    double levelFactor = 1.0;  // from sample to metered level, follows the reference level
+    double lfoRateHz = 1.0;
+    double x2Factor = 1.0, vcoRatio = 1.0;
+    double clockFactor = 1.0;  // of the last sample, modulation included
+    double tempoBpm = 120.0, manualTempoBpm = 120.0;
+    bool infRepeat = false;
+
+    // Signal path.
+    ControlSmoother controls;
+    InputFilter inputFilter;
+    LegacyStage legacyStage;
+    EnvelopeFollower envelope;
+    Lfo lfo;
+    MemoryClock clock;
+    std::vector<Pair> cells;
+    DelayMemory memory;
+    PairHistory inputHistory, outputHistory;
+    HighCut highCut;
+    Pair feedbackSignal{};
+
+    // Loop and activity. A synced loop engages later than infRepeat is switched on.
+    RepeatCounter repeats;
+    bool loopEngaged = false, loopLamp = false;
+
+    // Suspension: 0 sounding, 1 suspended.
+    double suspension = 0.0, suspensionStep = 0.0;
+
+    // Host.
+    bool hostSynced = false;
+    std::optional<double> lastHostPosition;
+
+    // Readings.
+    bool sideChainConnected = false;
+    Pair sideChainPeak{};
+    double headroomPeak = 0.0, headroomOffset = 1e-06;
+    bool headroomRead = false;
+    uint32_t processCalls = 0, processCallsSeen = 0;
+    std::chrono::steady_clock::time_point processSeenAt{};
+};
+
+}  // namespace Quorvant

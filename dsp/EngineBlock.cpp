@@ -1,0 +1,363 @@
+// The audio loop: a block is rendered in chunks, and a chunk in passes over small arrays, so that
+// only what hangs on the feedback runs sample by sample.
+#include "dsp/Denormals.h"
+#include "dsp/Engine.h"
+#include "dsp/FastMath.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Quorvant {
+
+namespace {
+
+constexpr double kLargestSample = 1024.0;  // +60 dBFS
+constexpr double kFlashSeconds = 0.05;
+constexpr double kQuarterTurn = 1.5707963705062866;  // pi/2 in single precision, intended
+
+// What is not finite, or absurdly large, is read as silence before any filter can keep it.
+Pair sane(Pair p) {
+    return keepWhere(atMost(absolute(p), both(kLargestSample)), p);
+}
+
+template <typename Sample>
+void load(const Sample* leftIn, const Sample* rightIn, Pair* to, int frames) {
+    for (int i = 0; i < frames; ++i)
+        to[i] = sane(makePair(static_cast<double>(leftIn[i]), static_cast<double>(rightIn[i])));
+}
+
+}  // namespace
+
+void QVXCorvane77x_v2Effect::process32(const float* const* in, float* const* out, int32_t frames) {
+    processBlock(in, out, frames, false);
+}
+void QVXCorvane77x_v2Effect::process64(const double* const* in, double* const* out,
+                                       int32_t frames) {
+    processBlock(in, out, frames, false);
+}
+void QVXCorvane77x_v2Effect::processSuspended32(const float* const* in, float* const* out,
+                                                int32_t frames) {
+    processBlock(in, out, frames, true);
+}
+void QVXCorvane77x_v2Effect::processSuspended64(const double* const* in, double* const* out,
+                                                int32_t frames) {
+    processBlock(in, out, frames, true);
+}
+
+// A suspended engine goes on running unheard, so that nothing old comes back when it is released.
+template <typename Sample>
+void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const* out,
+                                          int32_t frames, bool suspended) {
+    const ScopedFloatingPointMode flushDenormals;
+    ++processCalls;
+    static constexpr std::array<Sample, kChunk> kSilence{};
+    const auto channel = [](const Sample* pointer, const Sample* fallback, int at) {
+        return pointer ? pointer + at : fallback;
+    };
+    beginBlock(in[2] != nullptr);
+
+    Chunk chunk;
+    for (int32_t at = 0; at < frames; at += chunk.frames) {
+        chunk.frames = countRepeats(std::min<int32_t>(kChunk, frames - at));
+        const int n = chunk.frames;
+        const Sample* mainLeft = channel(in[0], kSilence.data(), at);
+        const Sample* mainRight = channel(in[1], mainLeft, at);
+        const Sample* sideLeft = channel(in[2], mainLeft, at);
+        const Sample* sideRight = channel(in[3], in[2] ? sideLeft : mainRight, at);
+        load(mainLeft, mainRight, chunk.input.data(), n);
+        if (in[2])
+            load(sideLeft, sideRight, chunk.side.data(), n);
+        else
+            std::copy_n(chunk.input.data(), n, chunk.side.data());
+
+        renderChunk(chunk);
+
+        if (suspended && suspension >= 1.0) {
+            // Bit for bit, whatever the samples hold.
+            if (out[1] && out[1] != out[0]) std::copy_n(mainRight, n, out[1] + at);
+            if (out[0] && out[0] + at != mainLeft) std::copy_n(mainLeft, n, out[0] + at);
+            continue;
+        }
+        if (suspended || suspension > 0.0) crossfadeSuspension(chunk, suspended);
+        if (out[0] && out[1]) {
+            for (int i = 0; i < n; ++i) {
+                out[0][at + i] = static_cast<Sample>(left(chunk.output[i]));
+                out[1][at + i] = static_cast<Sample>(right(chunk.output[i]));
+            }
+        } else if (out[0]) {
+            for (int i = 0; i < n; ++i)
+                out[0][at + i] = static_cast<Sample>(0.5 * sum(chunk.output[i]));
+        }
+    }
+
+    // Intended: the reading moves from block to block even in silence.
+    headroomPeak += headroomOffset;
+    headroomOffset = -headroomOffset;
+}
+
+void QVXCorvane77x_v2Effect::beginBlock(bool sideChainPresent) {
+    sideChainConnected = sideChainPresent;
+    levelFactor = (kSqrtTwo / levels.referenceScale) * kSensitivityOnFactor * kSensitivityOnFactor;
+    followHost();
+    if (!memory.isCrossfading()) memory.setCourse(direction(), delayTimeMs * sampleRate / 1000.0);
+}
+
+void QVXCorvane77x_v2Effect::followHost() {
+    const HostTransport transport = hostLink.transport();
+    const bool ownTempo = isOn(kEnforceManualTempo);
+    if (ownTempo)
+        setTempo(manualTempoBpm);
+    else if (transport.tempoValid && std::isfinite(transport.tempoBpm))
+        setTempo(transport.tempoBpm);
+    hostSynced = transport.positionValid && std::isfinite(transport.positionBeats);
+
+    repeats.setLengths(static_cast<int>(delayTimeMs * sampleRate / 1000.0),
+                       static_cast<int>(kFlashSeconds * sampleRateInt / clockFactor));
+    if (!hostSynced || ownTempo) {
+        lastHostPosition.reset();
+        return;
+    }
+    const double position = transport.positionBeats;
+    if (isOn(kLfoSync) && position != lastHostPosition)
+        lfo.setPosition(position * 60.0 * lfoRateHz / tempoBpm, value(kLfoOffset));
+    lastHostPosition = position;
+
+    const double period = delayTimeMs * tempoBpm / 60000.0;  // quarter notes
+    if (isOn(kDelayClockMode) && transport.playing && period > 0.0) {
+        const double beats = position - std::floor(position / period) * period;
+        if (repeats.follow(static_cast<int>(beats * sampleRate * 60.0 / tempoBpm))) beginRepeat();
+    }
+}
+
+// Where a repeat begins, a waiting loop engages and a released one's lamp goes out.
+void QVXCorvane77x_v2Effect::beginRepeat() {
+    if (!infRepeat) {
+        loopLamp = false;
+    } else if (!loopEngaged) {
+        loopLamp = true;
+        setLoop(true);
+    }
+}
+
+// Counts the next samples, at most `frames`, and returns how many. It stops short of the start of a
+// repeat where that would change the loop.
+int QVXCorvane77x_v2Effect::countRepeats(int frames) {
+    const bool boundaryMatters = infRepeat ? !loopEngaged : loopLamp;
+    int counted = 0;
+    while (counted < frames) {
+        if (repeats.untilRestart() == 0) {
+            if (boundaryMatters) {
+                if (counted > 0) break;
+                beginRepeat();
+            }
+            repeats.restart();
+            ++counted;
+        }
+        const int steps = std::min(frames - counted, repeats.untilRestart());
+        repeats.advance(steps);
+        counted += steps;
+    }
+    return counted;
+}
+
+void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
+    fillControls(chunk);
+    filterInput(chunk);
+    const ControlFrame& first = chunk.controls[0];
+    const bool legacy =
+        chunk.moving ? mode == ProcessingMode::Legacy || first.legacy > 0.0 : first.legacy > 0.0;
+    const bool modulated = chunk.moving || first.depth != 0.0;
+    const bool enveloped = modulated && (chunk.moving || std::abs(first.waveform - 0.5) < 0.5);
+    runLfo(chunk, modulated);
+
+    if (legacy) {
+        enveloped   ? runMemory<true, true, true>(chunk)
+        : modulated ? runMemory<true, false, true>(chunk)
+                    : runMemory<true, false, false>(chunk);
+    } else {
+        legacyStage.clear();
+        enveloped   ? runMemory<false, true, true>(chunk)
+        : modulated ? runMemory<false, false, true>(chunk)
+                    : runMemory<false, false, false>(chunk);
+    }
+    measure(chunk);
+    if (!enveloped) followLevels(chunk);
+    mixOutput(chunk);
+}
+
+void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
+    chunk.moving = !controls.isSettled();
+    const int entries = chunk.moving ? chunk.frames : 1;
+    for (int i = 0; i < entries; ++i) {
+        if (chunk.moving) controls.step();
+        // The wet gain is the sine of the mix's angle and the dry gain its cosine.
+        const double angle = controls[kCtlMix] * kQuarterTurn;
+        const Pair gains =
+            FastMath::sin(makePair(angle, M_PI_2 - angle)) * both(controls[kCtlOutputGain]);
+        const double notBypassed = 1.0 - controls[kCtlBypass];
+        chunk.controls[i] = {.inputGain = controls[kCtlInputGain],
+                             .dryGain = right(gains),
+                             .wetGain = left(gains) / x2Factor * notBypassed,
+                             .process = controls[kCtlProcess],
+                             .notBypassed = notBypassed,
+                             .monitor = controls[kCtlMonitor],
+                             .external = controls[kCtlExternal],
+                             .feedback = controls[kCtlFeedback],
+                             .waveform = controls[kCtlWaveform],
+                             .depth = controls[kCtlDepth],
+                             .legacy = controls[kCtlLegacy]};
+    }
+    if (chunk.moving) controls.settle();
+}
+
+void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
+    InputFilter filter = inputFilter;
+    for (int i = 0; i < chunk.frames; ++i) {
+        chunk.dry[i] = chunk.input[i] * both(chunk.control(i).inputGain);
+        chunk.processed[i] = filter.process(chunk.dry[i]);
+    }
+    inputFilter = filter;
+}
+
+void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk, bool heard) {
+    for (int i = 0; i < chunk.frames; ++i) chunk.lfo[i] = lfo.next();
+    if (!heard) return;
+    for (int i = 0; i < chunk.frames; i += 2) {
+        const int second = std::min(i + 1, chunk.frames - 1);
+        const Pair sine = FastMath::sin(makePair(chunk.lfo[i], chunk.lfo[second]));
+        const auto wave = [&](int frame, double sineValue) {
+            const double fromCentre = chunk.control(frame).waveform - 0.5;
+            if (fromCentre < 0.0) return sineValue * fromCentre;
+            return chunk.lfo[frame] > 0.0 ? -fromCentre : fromCentre;
+        };
+        const double firstWave = wave(i, left(sine));
+        chunk.lfo[second] = wave(second, right(sine));
+        chunk.lfo[i] = firstWave;
+    }
+}
+
+// Everything that hangs on the previous sample's feedback: level stage, clock, memory, high cut.
+template <bool Legacy, bool Envelope, bool Modulated>
+void QVXCorvane77x_v2Effect::runMemory(Chunk& chunk) {
+    // Copies, so that the compiler may keep them in registers across stores.
+    DelayMemory cellsAndIndices = memory;
+    MemoryClock vco = clock;
+    PairHistory recorded = inputHistory, heard = outputHistory;
+    HighCut cut = highCut;
+    Pair feedback = feedbackSignal;
+    EnvelopeFollower follower = envelope;
+
+    const bool envInverted = isOn(kEnvInvert);
+    const bool shorterThanMemory = memory.delayTicks() < 3.0 && !infRepeat;
+    double factor = std::clamp(vcoRatio * x2Factor, kLowestClockFactor, kHighestClockFactor);
+    double step = 1.0 / factor;
+
+    for (int i = 0; i < chunk.frames; ++i) {
+        const ControlFrame& control = chunk.control(i);
+        Pair x = chunk.processed[i] + feedback;
+        if constexpr (Legacy) {
+            const Pair gain = legacyStage.gain(x, levelFactor);
+            x = x * (both(1.0) + both(control.legacy) * (gain - both(1.0)));
+        }
+        chunk.processed[i] = x;
+
+        if constexpr (Envelope) {
+            follower.follow(envelopeInput(x, chunk.side[i], control.external));
+            const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
+            chunk.lfo[i] += follower.modulation(levelFactor, envInverted) * centre;
+        }
+        if constexpr (Modulated) {
+            factor = std::clamp((chunk.lfo[i] * control.depth + vcoRatio) * x2Factor,
+                                kLowestClockFactor, kHighestClockFactor);
+            step = 1.0 / factor;
+        }
+
+        const Pair input = clamped(x * both(control.notBypassed), kLargestSample);
+        recorded.push(input);
+        vco.advance(factor, step,
+                    [&](double t) { heard.push(cellsAndIndices.tick(recorded.at(t))); });
+        const Pair delayed = shorterThanMemory ? input : heard.at(vco.outputPosition());
+        chunk.delayed[i] = delayed;
+        feedback = cut.process(delayed) * both(control.feedback);
+    }
+
+    memory = cellsAndIndices;
+    clock = vco;
+    inputHistory = recorded;
+    outputHistory = heard;
+    highCut = cut;
+    feedbackSignal = feedback;
+    envelope = follower;
+    clockFactor = factor;
+}
+
+// One frame's level for the envelope follower.
+double QVXCorvane77x_v2Effect::envelopeInput(Pair processed, Pair side, double external) const {
+    const double mean = 0.5 * sum(absolute(processed)) * levelFactor;
+    const double internal =
+        mode == ProcessingMode::Legacy ? mean : left(FastMath::tanhOfPositive(both(mean)));
+    if (external == 0.0) return internal;
+    const Pair blend = both(1.0 - external) * processed + both(external) * side;
+    return external * 0.5 * sum(absolute(blend)) + (1.0 - external) * internal;
+}
+
+// The envelope of a chunk whose clock it does not bend, two frames at a time.
+void QVXCorvane77x_v2Effect::followLevels(const Chunk& chunk) {
+    EnvelopeFollower follower = envelope;
+    const double external = chunk.controls[0].external;  // nothing moves here
+    const double scale = 0.5 * levelFactor;
+    const bool limited = mode != ProcessingMode::Legacy;
+    for (int i = 0; i < chunk.frames; i += 2) {
+        const int second = std::min(i + 1, chunk.frames - 1);
+        const auto magnitudes = [&](const std::array<Pair, kChunk>& signal) {
+            return sums(absolute(signal[i]), absolute(signal[second]));
+        };
+        Pair level = magnitudes(chunk.processed) * both(scale);
+        if (limited) level = FastMath::tanhOfPositive(level);
+        if (external != 0.0)
+            level =
+                both(external * 0.5) * magnitudes(chunk.sideChain) + both(1.0 - external) * level;
+        follower.follow(left(level));
+        if (second != i) follower.follow(right(level));
+    }
+    envelope = follower;
+}
+
+// The side-chain signal and the peaks that the editor shows.
+void QVXCorvane77x_v2Effect::measure(Chunk& chunk) {
+    Pair sidePeak = sideChainPeak, processedPeak{};
+    for (int i = 0; i < chunk.frames; ++i) {
+        const double external = chunk.control(i).external;
+        const Pair blend =
+            both(1.0 - external) * chunk.processed[i] + both(external) * chunk.side[i];
+        chunk.sideChain[i] = blend;
+        sidePeak = larger(sidePeak, absolute(blend));
+        processedPeak = larger(processedPeak, absolute(chunk.processed[i]));
+    }
+    sideChainPeak = sidePeak;
+    if (headroomRead) headroomPeak = 0.0;
+    headroomRead = false;
+    headroomPeak =
+        std::max(headroomPeak, largest(processedPeak) * (14.142 / levels.referenceScale));
+}
+
+void QVXCorvane77x_v2Effect::mixOutput(Chunk& chunk) {
+    for (int i = 0; i < chunk.frames; ++i) {
+        const ControlFrame& control = chunk.control(i);
+        Pair mixed =
+            chunk.delayed[i] * both(control.wetGain) + chunk.dry[i] * both(control.dryGain);
+        mixed = mixed * both(control.process) + chunk.input[i] * both(1.0 - control.process);
+        chunk.output[i] =
+            mixed * both(1.0 - control.monitor) + chunk.sideChain[i] * both(control.monitor);
+    }
+}
+
+void QVXCorvane77x_v2Effect::crossfadeSuspension(Chunk& chunk, bool towardsInput) {
+    for (int i = 0; i < chunk.frames; ++i) {
+        suspension =
+            std::clamp(suspension + (towardsInput ? suspensionStep : -suspensionStep), 0.0, 1.0);
+        chunk.output[i] = chunk.output[i] + both(suspension) * (chunk.input[i] - chunk.output[i]);
+    }
+}
+
+}  // namespace Quorvant

@@ -1,0 +1,104 @@
+// A stereo frame as one SIMD value: lane 0 is the left channel, lane 1 the right. Arithmetic
+// operators work lane by lane.
+#pragma once
+
+#include <emmintrin.h>
+
+namespace Quorvant {
+
+struct Pair {
+    __m128d v = _mm_setzero_pd();
+};
+
+inline Pair both(double value) {
+    return {_mm_set1_pd(value)};
+}
+inline Pair makePair(double left, double right) {
+    return {_mm_set_pd(right, left)};
+}
+inline double left(Pair p) {
+    return _mm_cvtsd_f64(p.v);
+}
+inline double right(Pair p) {
+    return _mm_cvtsd_f64(_mm_unpackhi_pd(p.v, p.v));
+}
+
+inline Pair operator+(Pair a, Pair b) {
+    return {_mm_add_pd(a.v, b.v)};
+}
+inline Pair operator-(Pair a, Pair b) {
+    return {_mm_sub_pd(a.v, b.v)};
+}
+inline Pair operator*(Pair a, Pair b) {
+    return {_mm_mul_pd(a.v, b.v)};
+}
+inline Pair operator/(Pair a, Pair b) {
+    return {_mm_div_pd(a.v, b.v)};
+}
+
+inline Pair absolute(Pair p) {
+    return {_mm_andnot_pd(both(-0.0).v, p.v)};
+}
+inline Pair smaller(Pair a, Pair b) {
+    return {_mm_min_pd(a.v, b.v)};
+}
+inline Pair larger(Pair a, Pair b) {
+    return {_mm_max_pd(a.v, b.v)};
+}
+inline Pair clamped(Pair p, double limit) {
+    return smaller(larger(p, both(-limit)), both(limit));
+}
+
+// Lane masks: all bits set where the comparison holds, none where it does not or a lane is NaN.
+inline Pair atMost(Pair a, Pair b) {
+    return {_mm_cmple_pd(a.v, b.v)};
+}
+inline Pair above(Pair a, Pair b) {
+    return {_mm_cmpgt_pd(a.v, b.v)};
+}
+// Lanes of `p` where the mask is set, 0 elsewhere.
+inline Pair keepWhere(Pair mask, Pair p) {
+    return {_mm_and_pd(mask.v, p.v)};
+}
+inline Pair select(Pair mask, Pair whenSet, Pair otherwise) {
+    return {_mm_or_pd(_mm_and_pd(mask.v, whenSet.v), _mm_andnot_pd(mask.v, otherwise.v))};
+}
+
+inline double sum(Pair p) {
+    return left(p) + right(p);
+}
+inline double largest(Pair p) {
+    return left(larger(p, both(right(p))));
+}
+inline double smallest(Pair p) {
+    return left(smaller(p, both(right(p))));
+}
+// The sums of each pair's lanes, as the two lanes of one pair.
+inline Pair sums(Pair a, Pair b) {
+    return {_mm_add_pd(_mm_unpacklo_pd(a.v, b.v), _mm_unpackhi_pd(a.v, b.v))};
+}
+
+// Catmull-Rom spline through x0 ... x3 between x1 (t = 0) and x2 (t = 1).
+inline Pair catmullRom(Pair x0, Pair x1, Pair x2, Pair x3, Pair t) {
+    const Pair half = both(0.5);
+    const Pair c1 = half * (x2 - x0);
+    const Pair c2 = x0 - both(2.5) * x1 + both(2.0) * x2 - half * x3;
+    const Pair c3 = both(1.5) * (x1 - x2) + half * (x3 - x0);
+    return ((c3 * t + c2) * t + c1) * t + x1;
+}
+
+// The last four pairs of a signal, the newest last.
+struct PairHistory {
+    Pair x0{}, x1{}, x2{}, x3{};
+
+    void push(Pair newest) {
+        x0 = x1;
+        x1 = x2;
+        x2 = x3;
+        x3 = newest;
+    }
+    // The signal between the two middle pairs, t in 0 ... 1.
+    Pair at(double t) const { return catmullRom(x0, x1, x2, x3, both(t)); }
+};
+
+}  // namespace Quorvant
