@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Checks what the compiler doesn't: the format, and which folder includes which.
+set -uo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
+cd "$root" || exit 1
+
+status=0
+mapfile -t files < <(find params dsp presets platform gui plugin tools tests bench fuzz cmake \
+    -name '*.cpp' -o -name '*.h')
+clang-format --dry-run -Werror "${files[@]}" || status=1
+
+# may FOLDER FOLDER…: the first may include the others, and itself, but no further folder.
+may() {
+    local folder=$1 allowed wrong
+    allowed=$(IFS='|' && echo "$*")
+    wrong=$(grep -rnE '#include "(params|dsp|presets|platform|gui|plugin|tools)/' "$folder" |
+        grep -vE "#include \"($allowed)/")
+    if [[ $wrong ]]; then
+        echo "$folder/ includes what it must not:"
+        echo "$wrong"
+        status=1
+    fi
+}
+may params
+may platform
+may dsp params platform
+may presets params platform
+may gui params presets platform
+may plugin params dsp presets platform gui
+may tools
+
+# The parts below the shell know neither the SDK nor the GUI library.
+wrong=$(grep -rnE '#include ["<](pluginterfaces|public\.sdk|base/source|vstgui)' \
+    params dsp presets platform)
+if [[ $wrong ]]; then
+    echo "the VST3 SDK and VSTGUI belong to plugin/, gui/ and tools/ only:"
+    echo "$wrong"
+    status=1
+fi
+exit $status

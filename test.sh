@@ -1,0 +1,88 @@
+#!/usr/bin/env bash
+# Builds everything and runs all tests.
+#
+#   ./test.sh           Linux, Windows under Wine, and both sanitizer builds
+#   ./test.sh --quick   Linux only, without the slow tests
+set -uo pipefail
+# shellcheck source=scripts/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/scripts/common.sh"
+cd "$root" || exit 1
+
+quick=
+case ${1:-} in
+'') ;;
+--quick) quick=1 ;;
+-h | --help)
+    sed -n '2,5s/^# \{0,1\}//p' "$0"
+    exit 0
+    ;;
+*)
+    echo "test.sh: unknown option '$1' (there is --quick)" >&2
+    exit 2
+    ;;
+esac
+
+passed=0 failed=0 skipped=0
+
+# check TITLE COMMAND…: a step that counts as one test.
+check() {
+    if step "$@"; then ((++passed)); else ((++failed)); fi
+}
+
+# attribute NAME FILE: the first value of that name in a JUnit file.
+attribute() {
+    grep -o "\b$1=\"[0-9]*\"" "$2" | head -n 1 | grep -o '[0-9]*'
+}
+
+# suite PRESET [ctest option…]: builds a preset and runs its tests.
+suite() {
+    local preset=$1 report=$root/build/$1/junit.xml tests bad skips
+    shift
+    rm -f "$report"
+    if ! step "Building $preset" build "$preset"; then
+        ((++failed))
+        return
+    fi
+    local run=(ctest --preset "$preset" -j "$(nproc)" --output-junit "$report" "$@")
+    # The thread sanitizer can't map its memory where addresses are randomised too widely.
+    if [[ $preset == tsan && $(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null) -gt 28 ]]; then
+        run=(setarch -R "${run[@]}")
+    fi
+    LOG_LINES=200 step "Testing $preset" "${run[@]}"
+    local status=$?
+    tests=0 bad=0 skips=0
+    if [[ -s $report ]]; then
+        tests=$(attribute tests "$report")
+        bad=$(attribute failures "$report")
+        skips=$(($(attribute skipped "$report") + $(attribute disabled "$report")))
+    fi
+    # A run that broke off, or found nothing to run, is a failure that no test reports.
+    if ((status != 0 && bad == 0)); then ((++failed)); fi
+    ((passed += tests - bad - skips, failed += bad, skipped += skips))
+    echo "    $((tests - bad - skips)) passed, $bad failed, $skips skipped"
+}
+
+sets=(build test)
+[[ $quick ]] || sets+=(windows)
+if ! step "Setting up" scripts/setup.sh "${sets[@]}"; then
+    echo "0 passed, 1 failed"
+    exit 1
+fi
+
+check "Checking the sources" scripts/check-sources.sh
+if [[ $quick ]]; then
+    suite release -L quick
+    check "Checking the Linux artefacts" scripts/check-artefacts.sh linux
+else
+    suite release
+    check "Checking the Linux artefacts" scripts/check-artefacts.sh linux
+    check "Rendering the demo" ./run.sh
+    suite windows
+    check "Checking the Windows artefacts" scripts/check-artefacts.sh windows
+    suite asan
+    suite tsan
+fi
+
+((skipped)) && echo "$skipped skipped"
+echo "$passed passed, $failed failed"
+((failed == 0))
