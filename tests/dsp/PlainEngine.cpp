@@ -87,23 +87,26 @@ void PlainEngine::reset() {
     smoothedMix = mix;
     smoothedFeedback = loopEngaged ? 1.0 : feedback * fbckInvert;
     smoothedDepth = depthCurve;
+    smoothedWaveform = parameters[kWaveform];
     smoothedProcess = isOn(parameters[kProcess]) ? 1.0 : 0.0;
     smoothedBypass = bypass;
     smoothedMonitor = isOn(parameters[kSideChainMonitor]) ? 1.0 : 0.0;
     smoothedExternal = parameters[kSideChainIntExt];
+    legacy = legacyInForce();
+    smoothedLegacy = legacy ? 1.0 : 0.0;
 
     inputFilter = {};
     designInputFilter();
     feedbackSignal = {};
     highCutState = {};
     envelope = 0.0;
-    for (auto& ring : legacyRing) ring.assign(static_cast<size_t>(rampHalf(sampleRateInt)), 0.0);
-    legacyRingPosition = 0;
+    clearLegacy();
 
     bufferLength = static_cast<int>(std::floor(sampleRate * 9600 * 0.001)) + 1;
     bufferUsable = bufferLength - 1;
     buffer.assign(static_cast<size_t>(bufferLength), Pair{});
     writeIndex = readIndex = 0;
+    recorded = false;
     inputHistory = {};
     outputHistory = {};
     lastRead = {};
@@ -180,11 +183,6 @@ void PlainEngine::setParameter(uint32_t index, double value) {
         case kManualVco:
             applyManualVco();
             break;
-        case kWaveform:
-            waveDistance = std::abs(v - 0.5);
-            waveCentre = 1.0 - 2.0 * std::abs(v - 0.5);
-            waveSide = v >= 0.5 ? 1 : 0;
-            break;
         case kLfoRate:
         case kLfoSync:
             applyLfoRate();
@@ -242,13 +240,17 @@ void PlainEngine::applyInfRepeat(bool on) {
     infRepeat = on;
     if (on && !synced()) {
         loopEngaged = true;
-        writeFade = 0.001;
+        restartWriteFade();
     }
     if (!on) {
-        if (loopEngaged) writeFade = 0.001;
+        if (loopEngaged) restartWriteFade();
         loopEngaged = false;
         applyDelayTime();
     }
+}
+
+bool PlainEngine::legacyInForce() const {
+    return static_cast<int>(parameters[kProcessingMode] * 3.0 + 0.5) == 1;
 }
 
 // --- Input filter -----------------------------------------------------------------------------
@@ -295,15 +297,15 @@ void PlainEngine::designInputFilter() {
 
 void PlainEngine::beginBlock(bool sideChainPresent, int32_t frames) {
     scConnected = sideChainPresent ? 1.0 : 0.0;
-    legacy = static_cast<int>(parameters[kProcessingMode] * 3.0 + 0.5) == 1;
+    legacy = legacyInForce();
     x2Inverse = 1.0 / x2Factor;
     levelFactor = (1.4142 / refScale) * 2.7542 * 2.7542;
 
     const HostTransport transport = host.transport();
     followTempo(transport);
-    followPosition(transport, frames);
     repeatLength = static_cast<int>(delayTimeMs * sampleRate / 1000.0);
     holdSpan = static_cast<int>(0.05 * sampleRateInt / clockFactor);
+    followPosition(transport, frames);
     applyPendingMoves();
 }
 
@@ -320,6 +322,8 @@ void PlainEngine::followTempo(const HostTransport& transport) {
 void PlainEngine::followPosition(const HostTransport& transport, int32_t frames) {
     hostSynced = transport.positionValid && std::isfinite(transport.positionBeats);
     const double position = transport.positionBeats;
+    // An enforced tempo cuts the host's grid off as well.
+    const bool followed = hostSynced && !isOn(parameters[kEnforceManualTempo]);
     if (hostSynced && synced()) {
         songPosBeats = position;
     } else {
@@ -330,26 +334,25 @@ void PlainEngine::followPosition(const HostTransport& transport, int32_t frames)
         const NoteValue& note = kLfoNotes[static_cast<size_t>(parameters[kLfoNote] * 59 + 0.5)];
         const double f = note.denominator * tempoBpm / (note.numerator * 240.0);
         lfoPhaseIncrement = kTwoPi * f / sampleRate;
-        const bool moved = hostSynced && !(lastHostPosKnown && position == lastHostPos);
-        if (moved && !isOn(parameters[kEnforceManualTempo])) {
+        const bool moved = followed && !(lastHostPosKnown && position == lastHostPos);
+        if (moved) {
             const double turns = fraction(position * 60.0 * f / tempoBpm);
             lfoPhase = kTwoPi * fraction(turns + parameters[kLfoOffset]);
             if (lfoPhase >= kPi) lfoPhase -= kTwoPi;
             if (lfoPhase < -kPi) lfoPhase += kTwoPi;
         }
     }
-    if (hostSynced) {
-        lastHostPos = position;
-        lastHostPosKnown = true;
-    }
+    lastHostPos = position;
+    lastHostPosKnown = followed;
 
     // The song's own grid tells where the repeat is; passing a boundary counts as its restart.
-    if (hostSynced && synced() && transport.playing) {
+    if (followed && synced() && transport.playing) {
         const double periodBeats = delayTimeMs * tempoBpm / 60000.0;
         const double offset = remainder(songPosBeats, periodBeats) * sampleRate * 60.0 / tempoBpm;
         const int previous = repeatCounter;
         repeatCounter = static_cast<int>(offset);
-        if (repeatCounter < previous) restartRepeat();
+        // More than half a repeat back: rounding alone is no restart.
+        if (repeatCounter < previous - repeatLength / 2) restartRepeat();
     }
 }
 
@@ -367,7 +370,7 @@ void PlainEngine::applyPendingMoves() {
     } else {
         restartDirection();
     }
-    startReadCrossfade(oldIndex, oldBackward);
+    if (readIndex != oldIndex && recorded) startReadCrossfade(oldIndex, oldBackward);
 }
 
 // --- One sample -------------------------------------------------------------------------------
@@ -384,8 +387,8 @@ void PlainEngine::process64(const double* const* in, double* const* out, int32_t
         const auto read = [i](const double* p) { return p ? sanitised(p[i]) : 0.0; };
         const Pair result =
             processSample({read(mainLeft), read(mainRight)}, {read(sideLeft), read(sideRight)});
-        if (out[0]) out[0][i] = result[0];
-        if (out[1]) out[1][i] = result[1];
+        if (out[0]) out[0][i] = out[1] ? result[0] : 0.5 * (result[0] + result[1]);
+        if (out[0] && out[1]) out[1][i] = result[1];
     }
 
     headroomPeak += headroomOffset;
@@ -441,6 +444,7 @@ PlainEngine::Pair PlainEngine::processSample(Pair in, Pair sideChain) {
     smooth(smoothedMonitor, isOn(parameters[kSideChainMonitor]) ? 1.0 : 0.0);
     smooth(smoothedExternal, parameters[kSideChainIntExt]);
     smooth(smoothedBypass, bypass);
+    smooth(smoothedLegacy, legacy ? 1.0 : 0.0);
 
     Pair dry, x;
     for (size_t c = 0; c < 2; ++c) {
@@ -450,13 +454,13 @@ PlainEngine::Pair PlainEngine::processSample(Pair in, Pair sideChain) {
         x[c] += feedbackSignal[c];
     }
 
-    Pair internalLevel;
-    if (legacy) {
-        x = legacyGain(x, internalLevel);
+    // Switching between Clean and Legacy blends the level stage in or out.
+    if (legacy || smoothedLegacy > 0.0) {
+        x = legacyGain(x);
     } else {
-        legacyReading = {1.0, 1.0};
-        internalLevel = {std::abs(x[0] * levelFactor), std::abs(x[1] * levelFactor)};
+        clearLegacy();
     }
+    if (!legacy) legacyReading = {1.0, 1.0};
     for (double& sample : x) sample = zeroIfNan(sample);
 
     Pair side;
@@ -469,10 +473,10 @@ PlainEngine::Pair PlainEngine::processSample(Pair in, Pair sideChain) {
     headroomPeak =
         std::max(headroomPeak, std::max(std::abs(x[0]), std::abs(x[1])) * (14.142 / refScale));
 
-    const double meanLevel = (internalLevel[0] + internalLevel[1]) / 2.0;
-    const double envTerm = envelopeTerm(side, legacy ? meanLevel : std::tanh(meanLevel));
-
+    smooth(smoothedWaveform, parameters[kWaveform]);
     smooth(smoothedDepth, depthCurve);
+    const double meanLevel = (std::abs(x[0] * levelFactor) + std::abs(x[1] * levelFactor)) / 2.0;
+    const double envTerm = envelopeTerm(side, legacy ? meanLevel : std::tanh(meanLevel));
     const double theta = smoothedMix * 1.5707963705062866;
     const double dryGain = std::cos(theta) * smoothedOutputGain;
     const double wetGain = std::sin(theta) * smoothedOutputGain;
@@ -519,7 +523,7 @@ void PlainEngine::restartRepeat() {
     if (infRepeat && !loopEngaged) {
         loopEngaged = true;
         loopLamp = true;
-        writeFade = 0.001;
+        restartWriteFade();
     }
     if (!infRepeat) loopLamp = false;
 }
@@ -527,9 +531,15 @@ void PlainEngine::restartRepeat() {
 void PlainEngine::smooth(double& state, double target) const {
     const double a = onePole(30.0, sampleRate);
     state = (1.0 - a) * target + a * state;
+    if (std::abs(state - target) < 1e-12) state = target;
 }
 
-PlainEngine::Pair PlainEngine::legacyGain(Pair x, Pair& internalLevel) {
+void PlainEngine::clearLegacy() {
+    for (auto& ring : legacyRing) ring.assign(static_cast<size_t>(rampHalf(sampleRateInt)), 0.0);
+    legacyRingPosition = 0;
+}
+
+PlainEngine::Pair PlainEngine::legacyGain(Pair x) {
     const auto position = static_cast<size_t>(legacyRingPosition);
     for (size_t c = 0; c < 2; ++c) {
         auto& ring = legacyRing[c];
@@ -539,9 +549,8 @@ PlainEngine::Pair PlainEngine::legacyGain(Pair x, Pair& internalLevel) {
         for (const double entry : ring) sum += entry;
         const double m = sum / static_cast<double>(ring.size()) * 0.363082;
         const double gain = m <= 2.0 ? 1.0 - 0.25 * m : 1.0 / m;
-        internalLevel[c] = gain * level;
         legacyReading[c] = gain;
-        x[c] *= gain;
+        x[c] *= 1.0 + smoothedLegacy * (gain - 1.0);
     }
     legacyRingPosition = (legacyRingPosition + 1) % static_cast<int>(legacyRing[0].size());
     return x;
@@ -554,14 +563,16 @@ double PlainEngine::envelopeTerm(Pair side, double internalLevel) {
     envelope = level * (1.0 - onePole(5.0, sampleRate)) + onePole(10.0, sampleRate) * envelope;
     const double m = std::pow(envelope * levelFactor * 0.363082, 0.3);
     const double term = isOn(parameters[kEnvInvert]) ? m - 0.5 : 0.2 - m;
+    const double waveCentre = 1.0 - 2.0 * std::abs(smoothedWaveform - 0.5);
     return zeroIfNan(term * waveCentre);
 }
 
 double PlainEngine::lfoTerm() {
-    const double wave = waveSide == 0 ? -std::sin(lfoPhase) : (lfoPhase > 0.0 ? -1.0 : 1.0);
+    const bool square = smoothedWaveform >= 0.5;
+    const double wave = square ? (lfoPhase > 0.0 ? -1.0 : 1.0) : -std::sin(lfoPhase);
     lfoPhase += lfoPhaseIncrement;
     if (lfoPhase >= kPi) lfoPhase -= kTwoPi;
-    return zeroIfNan(wave * waveDistance);
+    return zeroIfNan(wave * std::abs(smoothedWaveform - 0.5));
 }
 
 // --- Clock and memory -------------------------------------------------------------------------
@@ -598,6 +609,7 @@ PlainEngine::Pair PlainEngine::delayed(Pair input) {
 }
 
 void PlainEngine::tick(Pair newPair) {
+    recorded = true;
     const auto mode = static_cast<DirectionMode>(appliedDirectionMode);
     const bool writesForward = mode != DirectionMode::Backward;
     writeIndex = writesForward ? steppedForward(writeIndex) : steppedBackward(writeIndex);
@@ -619,15 +631,13 @@ void PlainEngine::tick(Pair newPair) {
 
     if (mode == DirectionMode::Reverse) {
         if (segmentCounter >= spanSecondHalf) {
-            startReadCrossfade(readIndex, readsBackward());
-            readIndex = (2 * spanSecondHalf + readIndex) % bufferUsable;
+            jumpTo((2 * spanSecondHalf + readIndex) % bufferUsable);
             segmentCounter = 0;
         }
         ++segmentCounter;
     } else if (mode == DirectionMode::Bounce) {
         if (segmentCounter == spanSecondHalf) {
-            startReadCrossfade(readIndex, readsBackward());
-            readIndex = writeIndex;
+            jumpTo(writeIndex);
             readBackward = true;
         }
         if (segmentCounter > delaySpan) {
@@ -668,12 +678,17 @@ void PlainEngine::writeCell(int index, Pair value) {
     buffer[static_cast<size_t>(index)] = value;
 }
 
+// An empty memory has nothing to fade from.
+void PlainEngine::restartWriteFade() {
+    writeFade = recorded ? 0.001 : 1.0;
+}
+
 void PlainEngine::recomputeDelay() {
     appliedDelayTimeMs = delayTimeMs;
     delayTicks = delayTimeMs * sampleRate / 1000.0;
     delaySpan = static_cast<int>(delayTicks);
     restartDirection();
-    writeFade = 0.001;
+    restartWriteFade();
 }
 
 void PlainEngine::restartDirection() {
@@ -683,6 +698,11 @@ void PlainEngine::restartDirection() {
     readBackward = true;
     readIndex = writeIndex - delaySpan;
     if (readIndex < 0) readIndex += bufferLength;
+}
+
+void PlainEngine::jumpTo(int index) {
+    if (index != readIndex) startReadCrossfade(readIndex, readsBackward());
+    readIndex = index;
 }
 
 // Lets the read index that was left fade out, moving on as it moved.

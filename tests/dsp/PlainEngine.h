@@ -55,6 +55,7 @@ class PlainEngine : public QVXEffect {
     void applyDelayTime();
     void applyInfRepeat(bool on);
     bool synced() const { return delayClockMode; }
+    bool legacyInForce() const;
 
     // The block's beginning
     void beginBlock(bool sideChainPresent, int32_t frames);
@@ -68,7 +69,8 @@ class PlainEngine : public QVXEffect {
     void countRepeat();
     void restartRepeat();
     void smooth(double& state, double target) const;
-    Pair legacyGain(Pair x, Pair& internalLevel);
+    Pair legacyGain(Pair x);
+    void clearLegacy();
     double envelopeTerm(Pair sideSignal, double internalLevel);
     double lfoTerm();
     Pair delayed(Pair input);
@@ -77,6 +79,8 @@ class PlainEngine : public QVXEffect {
     // Memory
     void recomputeDelay();
     void restartDirection();
+    void restartWriteFade();
+    void jumpTo(int index);
     void startReadCrossfade(int oldIndex, bool oldBackward);
     int steppedForward(int index) const { return (index + 1) % bufferUsable; }
     int steppedBackward(int index) const { return index > 0 ? index - 1 : bufferLength - 1; }
@@ -95,8 +99,7 @@ class PlainEngine : public QVXEffect {
     double x2Factor = 1, vcoRatio = 1, clockFactor = 1;
     double fbckInvert = 1, feedback = 0, hiCutScale = 1;
     int directionMode = 0, appliedDirectionMode = 0;
-    double depthCurve = 0, waveDistance = 0, waveCentre = 0;
-    int waveSide = 0;
+    double depthCurve = 0;
     double lfoPhaseIncrement = 0, lfoPhase = 0;
     double tempoBpm = 120, songPosBeats = 0, lastHostPos = 0;
     bool lastHostPosKnown = false, hostSynced = false;
@@ -110,7 +113,7 @@ class PlainEngine : public QVXEffect {
     // Smoothed
     double smoothedInputGain = 0, smoothedOutputGain = 0, smoothedFeedback = 0, smoothedMix = 0;
     double smoothedProcess = 0, smoothedMonitor = 0, smoothedExternal = 0, smoothedBypass = 0;
-    double smoothedDepth = 0;
+    double smoothedDepth = 0, smoothedWaveform = 0, smoothedLegacy = 0;
 
     std::array<Biquad, 3> inputFilter;
     Pair feedbackSignal{};
@@ -127,7 +130,8 @@ class PlainEngine : public QVXEffect {
     int delaySpan = 0, spanFirstHalf = 0, spanSecondHalf = 0;
     int segmentCounter = 0;
     bool readBackward = true;
-    double writeFade = 0.001;
+    double writeFade = 1.0;
+    bool recorded = false;  // since the reset
     int oldReadIndex = 0;
     bool oldReadBackward = false;
     int crossfadeLength = 0, crossfadeTick = 0;  // no crossfade runs while the length is 0
