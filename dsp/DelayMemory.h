@@ -21,8 +21,14 @@ class DelayMemory {
     // Loops what the memory holds instead of recording, with a crossfade of 50 ms of ticks.
     void setLooping(bool on);
 
+    // True while ticks can be left to PlainTicks.
+    bool isPlain() const {
+        return direction == DirectionMode::Forward && fadeTicksLeft == 0 && writeFade >= 1.0;
+    }
     bool isCrossfading() const { return fadeTicksLeft > 0; }
     double delayTicks() const { return ticks; }
+
+    void storeTo(DelayMemory& memory) const { memory = *this; }
 
     // One tick: records `input`, returns the pair for the output history (read one tick ago).
     Pair tick(Pair input) {
@@ -44,6 +50,8 @@ class DelayMemory {
     }
 
   private:
+    friend class PlainTicks;
+
     // Intended: forward steps wrap one cell earlier than backward steps.
     int forward(int i) const { return i + 1 >= length - 1 ? i + 2 - length : i + 1; }
     int backward(int i) const { return i == 0 ? length - 1 : i - 1; }
@@ -81,6 +89,43 @@ class DelayMemory {
     int fadeTicks = 1, fadeTicksLeft = 0;
     int fadingIndex = 0;
     bool fadingForward = true;
+};
+
+// The same ticks, without the cases that a memory which is plain does not meet: forward, nothing
+// fading. Lean enough for the processor's registers.
+class PlainTicks {
+  public:
+    explicit PlainTicks(const DelayMemory& memory)
+        : cells(memory.cells),
+          usable(memory.length - 1),
+          writeIndex(memory.writeIndex),
+          readIndex(memory.readIndex),
+          looping(memory.looping),
+          lastRead(memory.lastRead) {}
+
+    Pair tick(Pair input) {
+        if (++writeIndex >= usable) writeIndex -= usable;
+        if (++readIndex >= usable) readIndex -= usable;
+        const Pair heard = cells[readIndex];
+        const Pair old = lastRead;
+        const Pair written = looping ? old : input;
+        cells[writeIndex] = written;
+        if (writeIndex == 0) cells[usable] = written;
+        lastRead = heard;
+        return old;
+    }
+
+    void storeTo(DelayMemory& memory) const {
+        memory.writeIndex = writeIndex;
+        memory.readIndex = readIndex;
+        memory.lastRead = lastRead;
+    }
+
+  private:
+    Pair* cells;
+    int usable, writeIndex, readIndex;
+    bool looping;
+    Pair lastRead;
 };
 
 }  // namespace Quorvant

@@ -57,7 +57,7 @@ void QVXCorvane77x_v2Effect::reset() {
     headroomOffset = 1e-06;
     headroomPeak = 0.0;
     headroomRead = false;
-    sideChainPeak = {};
+    sideChainPeak = Pair{};
     controls.jumpToTargets();
     suspension = isOn(kSuspend) ? 1.0 : 0.0;
 
@@ -69,15 +69,15 @@ void QVXCorvane77x_v2Effect::reset() {
     clockFactor = std::clamp(vcoRatio * x2Factor, kLowestClockFactor, kHighestClockFactor);
     clock.reset(clockFactor);
     inputHistory = outputHistory = {};
-    feedbackSignal = {};
+    feedbackSignal = Pair{};
     repeats.reset();
     loopLamp = false;
     lastHostPosition.reset();
 
     const auto length =
         static_cast<std::size_t>(std::floor(sampleRate * kLongestDelayMs * 0.001)) + 1;
-    cells.assign(length, Pair{});
-    memory.attach(cells.data(), static_cast<int>(length), sampleRate);
+    memoryCells.assign(length, Pair{});
+    memory.attach(memoryCells.data(), static_cast<int>(length), sampleRate);
     memory.setCourse(direction(), delayTimeMs * sampleRate / 1000.0);
     memory.setLooping(loopEngaged);
 }

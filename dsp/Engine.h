@@ -81,8 +81,10 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void fillControls(Chunk& chunk);
     void filterInput(Chunk& chunk);
     void runLfo(Chunk& chunk, bool heard);
-    template <bool Legacy, bool Envelope, bool Modulated>
-    void runMemory(Chunk& chunk);
+    template <typename Memory>
+    void runMemoryWith(Memory cells, Chunk& chunk, bool legacy, bool enveloped, bool modulated);
+    template <bool Legacy, bool Envelope, bool Modulated, typename Memory>
+    void runMemory(Memory cells, Chunk& chunk);
     double envelopeInput(Pair processed, Pair side, double external) const;
     void measure(Chunk& chunk);
     void followLevels(const Chunk& chunk);
@@ -128,7 +130,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     EnvelopeFollower envelope;
     Lfo lfo;
     MemoryClock clock;
-    std::vector<Pair> cells;
+    std::vector<Pair> memoryCells;
     DelayMemory memory;
     PairHistory inputHistory, outputHistory;
     HighCut highCut;

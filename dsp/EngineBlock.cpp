@@ -170,16 +170,11 @@ void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
     const bool enveloped = modulated && (chunk.moving || std::abs(first.waveform - 0.5) < 0.5);
     runLfo(chunk, modulated);
 
-    if (legacy) {
-        enveloped   ? runMemory<true, true, true>(chunk)
-        : modulated ? runMemory<true, false, true>(chunk)
-                    : runMemory<true, false, false>(chunk);
-    } else {
-        legacyStage.clear();
-        enveloped   ? runMemory<false, true, true>(chunk)
-        : modulated ? runMemory<false, false, true>(chunk)
-                    : runMemory<false, false, false>(chunk);
-    }
+    if (!legacy) legacyStage.clear();
+    if (memory.isPlain())
+        runMemoryWith(PlainTicks(memory), chunk, legacy, enveloped, modulated);
+    else
+        runMemoryWith(DelayMemory(memory), chunk, legacy, enveloped, modulated);
     measure(chunk);
     if (!enveloped) followLevels(chunk);
     mixOutput(chunk);
@@ -236,11 +231,24 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk, bool heard) {
     }
 }
 
+template <typename Memory>
+void QVXCorvane77x_v2Effect::runMemoryWith(Memory cells, Chunk& chunk, bool legacy, bool enveloped,
+                                           bool modulated) {
+    if (legacy) {
+        enveloped   ? runMemory<true, true, true>(cells, chunk)
+        : modulated ? runMemory<true, false, true>(cells, chunk)
+                    : runMemory<true, false, false>(cells, chunk);
+    } else {
+        enveloped   ? runMemory<false, true, true>(cells, chunk)
+        : modulated ? runMemory<false, false, true>(cells, chunk)
+                    : runMemory<false, false, false>(cells, chunk);
+    }
+}
+
 // Everything that hangs on the previous sample's feedback: level stage, clock, memory, high cut.
-template <bool Legacy, bool Envelope, bool Modulated>
-void QVXCorvane77x_v2Effect::runMemory(Chunk& chunk) {
+template <bool Legacy, bool Envelope, bool Modulated, typename Memory>
+void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     // Copies, so that the compiler may keep them in registers across stores.
-    DelayMemory cellsAndIndices = memory;
     MemoryClock vco = clock;
     PairHistory recorded = inputHistory, heard = outputHistory;
     HighCut cut = highCut;
@@ -274,14 +282,13 @@ void QVXCorvane77x_v2Effect::runMemory(Chunk& chunk) {
 
         const Pair input = clamped(x * both(control.notBypassed), kLargestSample);
         recorded.push(input);
-        vco.advance(factor, step,
-                    [&](double t) { heard.push(cellsAndIndices.tick(recorded.at(t))); });
+        vco.advance(factor, step, [&](double t) { heard.push(cells.tick(recorded.at(t))); });
         const Pair delayed = shorterThanMemory ? input : heard.at(vco.outputPosition());
         chunk.delayed[i] = delayed;
         feedback = cut.process(delayed) * both(control.feedback);
     }
 
-    memory = cellsAndIndices;
+    cells.storeTo(memory);
     clock = vco;
     inputHistory = recorded;
     outputHistory = heard;

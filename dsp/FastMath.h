@@ -12,11 +12,20 @@ namespace detail {
 
 inline constexpr double kRoundingBias = 6755399441055744.0;  // 1.5 * 2^52: adding it rounds to int
 
+// Four interleaved Horner chains, as a single one would make every caller wait for it.
 template <std::size_t N>
 inline Pair polynomial(Pair x, const std::array<double, N>& highestFirst) {
-    Pair y = both(highestFirst[0]);
-    for (std::size_t i = 1; i < N; ++i) y = y * x + both(highestFirst[i]);
-    return y;
+    static_assert(N >= 4);
+    const Pair x2 = x * x, x4 = x2 * x2;
+    Pair part[4];  // powers 0, 1, 2, 3 modulo 4
+    for (std::size_t power = 0; power < 4; ++power) {
+        std::size_t top = N - 1 - power;
+        while (top >= 4) top -= 4;
+        Pair y = both(highestFirst[top]);
+        for (std::size_t i = top + 4; i < N; i += 4) y = y * x4 + both(highestFirst[i]);
+        part[power] = y;
+    }
+    return (part[0] + part[1] * x) + (part[2] + part[3] * x) * x2;
 }
 
 // Taylor coefficients of (e^x - 1) / x, highest power first; |x| <= ln(2)/2 leaves 2e-16.

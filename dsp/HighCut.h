@@ -11,7 +11,7 @@ class HighCut {
   public:
     void setCorner(double hz, double sampleRate) { pole = std::exp(-2.0 * M_PI * hz / sampleRate); }
     void setEngaged(bool on) { engaged = on; }
-    void clear() { state = {}; }
+    void clear() { state = Pair{}; }
 
     // While it is off the state follows the signal, so that switching it on makes no step.
     Pair process(Pair x) {

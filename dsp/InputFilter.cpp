@@ -26,8 +26,8 @@ void InputFilter::setCorner(double cornerHz, double sampleRate) {
         };
         // ... except at the highest rates, where that would make it ring for ever.
         if (s == 2 && unstable()) n = ownA0;
-        sections[s] = {(1.0 - cosine) / 2.0 / n, (1.0 - cosine) / n, -2.0 * cosine / n,
-                       (1.0 - alpha) / n};
+        sections[s] = {both((1.0 - cosine) / 2.0 / n), both((1.0 - cosine) / n),
+                       both(-2.0 * cosine / n), both((1.0 - alpha) / n)};
     }
 }
 

@@ -16,31 +16,34 @@ class InputFilter {
     void clear() { taps = {}; }
 
     Pair process(Pair x) {
-        Pair newest = x;
-        for (std::size_t s = 0; s < kSections; ++s) {
-            const Section& c = sections[s];
-            const Taps& in = taps[s];
-            const Taps& out = taps[s + 1];
-            const Pair y = both(c.b0) * newest + both(c.b1) * in.z1 + both(c.b0) * in.z2 -
-                           both(c.a1) * out.z1 - both(c.a2) * out.z2;
-            taps[s] = {newest, in.z1};
-            newest = y;
-        }
-        taps[kSections] = {newest, taps[kSections].z1};
-        return newest;
+        const Pair y0 = sections[0].process(x, taps[0], taps[1]);
+        const Pair y1 = sections[1].process(y0, taps[1], taps[2]);
+        const Pair y2 = sections[2].process(y1, taps[2], taps[3]);
+        taps[0].push(x);
+        taps[1].push(y0);
+        taps[2].push(y1);
+        taps[3].push(y2);
+        return y2;
     }
 
   private:
     static constexpr std::size_t kSections = 3;
-    struct Section {
-        double b0 = 1.0, b1 = 0.0, a1 = 0.0, a2 = 0.0;  // b2 equals b0
-    };
     struct Taps {
         Pair z1{}, z2{};
+        void push(Pair newest) {
+            z2 = z1;
+            z1 = newest;
+        }
+    };
+    struct Section {
+        Pair b0, b1, a1, a2;  // b2 equals b0; both lanes hold the same
+        Pair process(Pair x, const Taps& in, const Taps& out) const {
+            return (b0 * (x + in.z2) + b1 * in.z1 - a2 * out.z2) - a1 * out.z1;
+        }
     };
     std::array<Section, kSections> sections{};
-    // A section's output taps are the next one's input taps.
-    std::array<Taps, kSections + 1> taps{};
+    std::array<Taps, kSections + 1>
+        taps{};  // a section's output taps are the next one's input taps
 };
 
 }  // namespace Quorvant

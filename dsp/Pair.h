@@ -7,7 +7,7 @@
 namespace Quorvant {
 
 struct Pair {
-    __m128d v = _mm_setzero_pd();
+    __m128d v;
 };
 
 inline Pair both(double value) {

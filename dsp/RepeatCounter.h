@@ -18,7 +18,7 @@ class RepeatCounter {
     // Follows the song's own grid: `offset` samples into the current repeat. True when a repeat
     // began since the last sample.
     bool follow(int offset) {
-        const bool wrapped = offset < counter;
+        const bool wrapped = offset < counter - repeat / 2;  // not by rounding alone
         counter = offset;
         return wrapped;
     }
@@ -28,18 +28,17 @@ class RepeatCounter {
     // Counts `samples` samples, at most untilRestart().
     void advance(int samples) {
         if (samples <= 0) return;
-        const bool flashed = counter + 1 < flash;
-        const int dark = std::clamp(counter + samples + 1 - flash, 0, samples);
-        if (flashed) level = 1.0;
-        peak = std::max(peak, flashed ? 1.0 : level * kDecay);
-        if (dark > 0) level *= std::pow(kDecay, static_cast<double>(dark));
+        const int lit = std::clamp(flash - counter, 0, samples);
+        if (lit > 0) level = 1.0;
+        peak = std::max(peak, lit > 0 ? 1.0 : level * kDecay);
+        if (samples > lit) level *= std::pow(kDecay, static_cast<double>(samples - lit));
         counter += samples;
     }
     // Counts the sample that begins the next repeat.
     void restart() {
-        counter = 0;
-        level = flash > 0 ? 1.0 : level * kDecay;
+        level = counter < flash ? 1.0 : level * kDecay;
         peak = std::max(peak, level);
+        counter = 0;
     }
 
     // The brightest moment since the last call, 0 ... 1.
