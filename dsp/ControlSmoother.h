@@ -18,7 +18,10 @@ enum Control : std::size_t {
     kCtlExternal,  // side-chain blend
     kCtlWaveform,
     kCtlDepth,
-    kCtlLegacy,  // how much of the Legacy level stage is in force
+    kCtlLegacy,    // how much of the Legacy level stage is in force, 0 ... 1
+    kCtlLimits,    // how much of the limiters
+    kCtlConverts,  // how much of the input stage and the converters
+    kCtlCeiling,   // of the converters
     kControlCount
 };
 

@@ -119,6 +119,7 @@ class PlainTicks {
         memory.writeIndex = writeIndex;
         memory.readIndex = readIndex;
         memory.lastRead = lastRead;
+        memory.untouched = false;
     }
 
   private:

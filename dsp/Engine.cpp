@@ -21,6 +21,7 @@ constexpr double kTailSeconds = 10.0;
 constexpr double kSuspendFadeSeconds = 0.01;
 constexpr double kUnfilteredHighCut = 3150.0;           // Hz
 constexpr double kLowestLfoRate = 0.10000000149011612;  // Hz; a single-precision 0.1, intended
+constexpr double kRegeneration = 0.05, kRegenerationStart = 0.95;
 constexpr double kSmallestReading = 1e-15;
 constexpr auto kProcessingTimeout = std::chrono::milliseconds(251);
 
@@ -45,6 +46,9 @@ bool QVXCorvane77x_v2Effect::setSampleRate(double rate) {
     controls.setSampleRate(sampleRate);
     envelope.setSampleRate(sampleRate);
     legacyStage.setSampleRate(sampleRateInt);
+    for (Limiter* limiter : {&inputLimiter, &outputLimiter, &sideChainLimiter})
+        limiter->setSampleRate(sampleRate);
+    daConverter.setSampleRate(sampleRate);
     suspensionStep = 1.0 / (kSuspendFadeSeconds * sampleRate);
     applyLfoRate();
     applyInputFilter();
@@ -63,6 +67,10 @@ void QVXCorvane77x_v2Effect::reset() {
 
     inputFilter.clear();
     legacyStage.clear();
+    for (Limiter* limiter : {&inputLimiter, &outputLimiter, &sideChainLimiter}) limiter->clear();
+    adConverter.reset();
+    sideChainAdConverter.reset();
+    daConverter.clear();
     envelope.clear();
     lfo.reset();
     highCut.clear();
@@ -100,6 +108,9 @@ void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
         case kProcessingMode:
             mode = static_cast<ProcessingMode>(listState(v, 4));
             controls.setTarget(kCtlLegacy, mode == ProcessingMode::Legacy ? 1.0 : 0.0);
+            controls.setTarget(kCtlLimits, mode >= ProcessingMode::Lims ? 1.0 : 0.0);
+            controls.setTarget(kCtlConverts, mode == ProcessingMode::Full ? 1.0 : 0.0);
+            applyFeedback();
             break;
         case kDelayTime:
         case kDelayClockMode:
@@ -160,6 +171,7 @@ void QVXCorvane77x_v2Effect::applyLevels() {
     controls.setTarget(kCtlOutputGain, levels.outputGain);
     controls.setTarget(kCtlMix, levels.mix);
     controls.setTarget(kCtlBypass, levels.bypass);
+    controls.setTarget(kCtlCeiling, 1.0 / levels.converterCeiling);
 }
 
 void QVXCorvane77x_v2Effect::applyVco() {
@@ -181,8 +193,15 @@ void QVXCorvane77x_v2Effect::applyHighCut() {
 }
 
 void QVXCorvane77x_v2Effect::applyFeedback() {
+    const double knob = value(kFeedback);
+    // Behind a limiter the last of the knob's way goes beyond unity, so that repeats build up to
+    // the ceiling and stay there.
+    const double regeneration = mode >= ProcessingMode::Lims
+                                    ? kRegeneration * std::max(0.0, (knob - kRegenerationStart) /
+                                                                        (1.0 - kRegenerationStart))
+                                    : 0.0;
     const double polarity = isOn(kFeedbackInvert) ? -1.0 : 1.0;
-    controls.setTarget(kCtlFeedback, loopEngaged ? 1.0 : value(kFeedback) * polarity);
+    controls.setTarget(kCtlFeedback, loopEngaged ? 1.0 : knob * (1.0 + regeneration) * polarity);
 }
 
 void QVXCorvane77x_v2Effect::applyLfoRate() {
@@ -264,10 +283,12 @@ bool QVXCorvane77x_v2Effect::getOutputValue(uint32_t index, double& reading) {
             }
             break;
         case kOutFirstGainReduction:
-            v = 0.0;
+            v = mode >= ProcessingMode::Lims ? 1.0 - inputLimiter.reading() : 0.0;
             break;
         case kOutSecondGainReduction:
-            v = 1.0 - legacyStage.reading();
+            v = mode >= ProcessingMode::Lims     ? 1.0 - outputLimiter.reading()
+                : mode == ProcessingMode::Legacy ? 1.0 - legacyStage.reading()
+                                                 : 0.0;
             break;
         case kOutProcessingActivity: {
             const auto now = std::chrono::steady_clock::now();

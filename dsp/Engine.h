@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/ControlSmoother.h"
+#include "dsp/Converter.h"
 #include "dsp/DelayMemory.h"
 #include "dsp/Effect.h"
 #include "dsp/Envelope.h"
@@ -10,6 +11,7 @@
 #include "dsp/InputFilter.h"
 #include "dsp/LegacyStage.h"
 #include "dsp/Lfo.h"
+#include "dsp/Limiter.h"
 #include "dsp/MemoryClock.h"
 #include "dsp/RepeatCounter.h"
 #include "params/GlobalSet.h"
@@ -53,11 +55,17 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     // chunk while nothing moves, else one a frame; gains are linear.
     struct ControlFrame {
         double inputGain, dryGain, wetGain, process, notBypassed, monitor, external, feedback;
-        double waveform, depth, legacy;
+        double waveform, depth, legacy, limits, converts, ceiling;
     };
+    // The stages around the memory that a chunk runs through; All while modes are being crossfaded.
+    enum class Stages { Light, Legacy, Lims, Full, All };
+    static constexpr bool weighs(Stages s) { return s == Stages::Legacy || s == Stages::All; }
+    static constexpr bool limits(Stages s) { return s >= Stages::Lims; }
+    static constexpr bool converts(Stages s) { return s >= Stages::Full; }
     struct Chunk {
         int frames = 0;
         bool moving = false;
+        Stages stages = Stages::Light;
         std::array<ControlFrame, kChunk> controls;
         std::array<Pair, kChunk> input;      // main input as the host gave it
         std::array<Pair, kChunk> side;       // side-chain input
@@ -80,10 +88,13 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void renderChunk(Chunk& chunk);
     void fillControls(Chunk& chunk);
     void filterInput(Chunk& chunk);
+    void convertSideChain(Chunk& chunk);
     void runLfo(Chunk& chunk, bool heard);
     template <typename Memory>
-    void runMemoryWith(Memory cells, Chunk& chunk, bool legacy, bool enveloped, bool modulated);
-    template <bool Legacy, bool Envelope, bool Modulated, typename Memory>
+    void runMemoryOn(Memory cells, Chunk& chunk, bool enveloped, bool modulated);
+    template <Stages kStages, typename Memory>
+    void runMemoryThrough(Memory cells, Chunk& chunk, bool enveloped, bool modulated);
+    template <Stages kStages, bool kEnveloped, bool kModulated, typename Memory>
     void runMemory(Memory cells, Chunk& chunk);
     double envelopeInput(Pair processed, Pair side, double external) const;
     void measure(Chunk& chunk);
@@ -127,6 +138,9 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     ControlSmoother controls;
     InputFilter inputFilter;
     LegacyStage legacyStage;
+    Limiter inputLimiter, outputLimiter, sideChainLimiter;
+    AdConverter adConverter, sideChainAdConverter;
+    DaConverter daConverter;
     EnvelopeFollower envelope;
     Lfo lfo;
     MemoryClock clock;
@@ -150,6 +164,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     // Readings.
     bool sideChainConnected = false;
     Pair sideChainPeak{};
+    Pair processedPeak{};  // of the chunk, in front of the limiter
     double headroomPeak = 0.0, headroomOffset = 1e-06;
     bool headroomRead = false;
     uint32_t processCalls = 0, processCallsSeen = 0;

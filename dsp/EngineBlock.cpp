@@ -163,18 +163,15 @@ int QVXCorvane77x_v2Effect::countRepeats(int frames) {
 void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
     fillControls(chunk);
     filterInput(chunk);
+    convertSideChain(chunk);
     const ControlFrame& first = chunk.controls[0];
-    const bool legacy =
-        chunk.moving ? mode == ProcessingMode::Legacy || first.legacy > 0.0 : first.legacy > 0.0;
     const bool modulated = chunk.moving || first.depth != 0.0;
     const bool enveloped = modulated && (chunk.moving || std::abs(first.waveform - 0.5) < 0.5);
     runLfo(chunk, modulated);
-
-    if (!legacy) legacyStage.clear();
     if (memory.isPlain())
-        runMemoryWith(PlainTicks(memory), chunk, legacy, enveloped, modulated);
+        runMemoryOn(PlainTicks(memory), chunk, enveloped, modulated);
     else
-        runMemoryWith(DelayMemory(memory), chunk, legacy, enveloped, modulated);
+        runMemoryOn(DelayMemory(memory), chunk, enveloped, modulated);
     measure(chunk);
     if (!enveloped) followLevels(chunk);
     mixOutput(chunk);
@@ -200,18 +197,51 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
                              .feedback = controls[kCtlFeedback],
                              .waveform = controls[kCtlWaveform],
                              .depth = controls[kCtlDepth],
-                             .legacy = controls[kCtlLegacy]};
+                             .legacy = controls[kCtlLegacy],
+                             .limits = controls[kCtlLimits],
+                             .converts = controls[kCtlConverts],
+                             .ceiling = controls[kCtlCeiling]};
     }
+    const ControlFrame &first = chunk.controls[0], &last = chunk.controls[entries - 1];
+    const bool modesCrossfade = first.legacy != last.legacy || first.limits != last.limits ||
+                                first.converts != last.converts;
+    chunk.stages = modesCrossfade         ? Stages::All
+                   : first.converts > 0.0 ? Stages::Full
+                   : first.limits > 0.0   ? Stages::Lims
+                   : first.legacy > 0.0   ? Stages::Legacy
+                                          : Stages::Light;
     if (chunk.moving) controls.settle();
 }
 
 void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
     InputFilter filter = inputFilter;
+    const bool throughInputStage = converts(chunk.stages);
     for (int i = 0; i < chunk.frames; ++i) {
-        chunk.dry[i] = chunk.input[i] * both(chunk.control(i).inputGain);
-        chunk.processed[i] = filter.process(chunk.dry[i]);
+        const ControlFrame& control = chunk.control(i);
+        Pair dry = chunk.input[i] * both(control.inputGain);
+        if (throughInputStage)
+            dry = blended(dry, saturated(dry, control.ceiling), control.converts);
+        chunk.dry[i] = dry;
+        chunk.processed[i] = filter.process(dry);
     }
     inputFilter = filter;
+}
+
+// The third converter treats the side chain's input as the others treat the main one.
+void QVXCorvane77x_v2Effect::convertSideChain(Chunk& chunk) {
+    if (!limits(chunk.stages) || (!chunk.moving && chunk.controls[0].external == 0.0)) {
+        sideChainLimiter.clear();
+        return;
+    }
+    const bool converting = converts(chunk.stages);
+    sideChainAdConverter.setCeiling(chunk.controls[0].ceiling);
+    for (int i = 0; i < chunk.frames; ++i) {
+        const ControlFrame& control = chunk.control(i);
+        Pair x = chunk.side[i];
+        x = blended(x, x * sideChainLimiter.gain(x, control.ceiling), control.limits);
+        if (converting) x = blended(x, sideChainAdConverter.convert(x), control.converts);
+        chunk.side[i] = x;
+    }
 }
 
 void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk, bool heard) {
@@ -232,21 +262,39 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk, bool heard) {
 }
 
 template <typename Memory>
-void QVXCorvane77x_v2Effect::runMemoryWith(Memory cells, Chunk& chunk, bool legacy, bool enveloped,
-                                           bool modulated) {
-    if (legacy) {
-        enveloped   ? runMemory<true, true, true>(cells, chunk)
-        : modulated ? runMemory<true, false, true>(cells, chunk)
-                    : runMemory<true, false, false>(cells, chunk);
-    } else {
-        enveloped   ? runMemory<false, true, true>(cells, chunk)
-        : modulated ? runMemory<false, false, true>(cells, chunk)
-                    : runMemory<false, false, false>(cells, chunk);
+void QVXCorvane77x_v2Effect::runMemoryOn(Memory cells, Chunk& chunk, bool enveloped,
+                                         bool modulated) {
+    switch (chunk.stages) {
+        case Stages::Light:
+            return runMemoryThrough<Stages::Light>(cells, chunk, enveloped, modulated);
+        case Stages::Legacy:
+            return runMemoryThrough<Stages::Legacy>(cells, chunk, enveloped, modulated);
+        case Stages::Lims:
+            return runMemoryThrough<Stages::Lims>(cells, chunk, enveloped, modulated);
+        case Stages::Full:
+            return runMemoryThrough<Stages::Full>(cells, chunk, enveloped, modulated);
+        case Stages::All:
+            return runMemoryThrough<Stages::All>(cells, chunk, enveloped, modulated);
     }
 }
 
-// Everything that hangs on the previous sample's feedback: level stage, clock, memory, high cut.
-template <bool Legacy, bool Envelope, bool Modulated, typename Memory>
+template <QVXCorvane77x_v2Effect::Stages kStages, typename Memory>
+void QVXCorvane77x_v2Effect::runMemoryThrough(Memory cells, Chunk& chunk, bool enveloped,
+                                              bool modulated) {
+    // A stage that is out of the path starts afresh when it comes back.
+    if constexpr (!weighs(kStages)) legacyStage.clear();
+    if constexpr (!limits(kStages)) {
+        inputLimiter.clear();
+        outputLimiter.clear();
+    }
+    enveloped   ? runMemory<kStages, true, true>(cells, chunk)
+    : modulated ? runMemory<kStages, false, true>(cells, chunk)
+                : runMemory<kStages, false, false>(cells, chunk);
+}
+
+// Everything that hangs on the previous sample's feedback: level stages, converters, clock, memory,
+// high cut.
+template <QVXCorvane77x_v2Effect::Stages kStages, bool kEnveloped, bool kModulated, typename Memory>
 void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     // Copies, so that the compiler may keep them in registers across stores.
     MemoryClock vco = clock;
@@ -254,27 +302,33 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     HighCut cut = highCut;
     Pair feedback = feedbackSignal;
     EnvelopeFollower follower = envelope;
+    Limiter limiterIn = inputLimiter, limiterOut = outputLimiter;
+    AdConverter adc = adConverter;
+    DaConverter dac = daConverter;
+    adc.setCeiling(chunk.controls[0].ceiling);
 
     const bool envInverted = isOn(kEnvInvert);
     const bool shorterThanMemory = memory.delayTicks() < 3.0 && !infRepeat;
     double factor = std::clamp(vcoRatio * x2Factor, kLowestClockFactor, kHighestClockFactor);
     double step = 1.0 / factor;
+    Pair peak{};
 
     for (int i = 0; i < chunk.frames; ++i) {
         const ControlFrame& control = chunk.control(i);
         Pair x = chunk.processed[i] + feedback;
-        if constexpr (Legacy) {
-            const Pair gain = legacyStage.gain(x, levelFactor);
-            x = x * (both(1.0) + both(control.legacy) * (gain - both(1.0)));
-        }
+        if constexpr (weighs(kStages))
+            x = blended(x, x * legacyStage.gain(x, levelFactor), control.legacy);
+        peak = larger(peak, absolute(x));
+        if constexpr (limits(kStages))
+            x = blended(x, x * limiterIn.gain(x, control.ceiling), control.limits);
         chunk.processed[i] = x;
 
-        if constexpr (Envelope) {
+        if constexpr (kEnveloped) {
             follower.follow(envelopeInput(x, chunk.side[i], control.external));
             const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
             chunk.lfo[i] += follower.modulation(levelFactor, envInverted) * centre;
         }
-        if constexpr (Modulated) {
+        if constexpr (kModulated) {
             factor = std::clamp((chunk.lfo[i] * control.depth + vcoRatio) * x2Factor,
                                 kLowestClockFactor, kHighestClockFactor);
             step = 1.0 / factor;
@@ -282,8 +336,21 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
 
         const Pair input = clamped(x * both(control.notBypassed), kLargestSample);
         recorded.push(input);
-        vco.advance(factor, step, [&](double t) { heard.push(cells.tick(recorded.at(t))); });
-        const Pair delayed = shorterThanMemory ? input : heard.at(vco.outputPosition());
+        vco.advance(factor, step, [&](double t) {
+            Pair coming = recorded.at(t);
+            if constexpr (converts(kStages))
+                coming = blended(coming, adc.convert(coming), control.converts);
+            Pair leaving = cells.tick(coming);
+            if constexpr (converts(kStages))
+                leaving = blended(leaving, dac.convert(leaving), control.converts);
+            heard.push(leaving);
+        });
+        Pair delayed = shorterThanMemory ? input : heard.at(vco.outputPosition());
+        if constexpr (limits(kStages)) {
+            const double stageCeiling = control.ceiling * 0.5;
+            delayed =
+                blended(delayed, delayed * limiterOut.gain(delayed, stageCeiling), control.limits);
+        }
         chunk.delayed[i] = delayed;
         feedback = cut.process(delayed) * both(control.feedback);
     }
@@ -295,7 +362,12 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     highCut = cut;
     feedbackSignal = feedback;
     envelope = follower;
+    inputLimiter = limiterIn;
+    outputLimiter = limiterOut;
+    adConverter = adc;
+    daConverter = dac;
     clockFactor = factor;
+    processedPeak = peak;
 }
 
 // One frame's level for the envelope follower.
@@ -332,14 +404,13 @@ void QVXCorvane77x_v2Effect::followLevels(const Chunk& chunk) {
 
 // The side-chain signal and the peaks that the editor shows.
 void QVXCorvane77x_v2Effect::measure(Chunk& chunk) {
-    Pair sidePeak = sideChainPeak, processedPeak{};
+    Pair sidePeak = sideChainPeak;
     for (int i = 0; i < chunk.frames; ++i) {
         const double external = chunk.control(i).external;
         const Pair blend =
             both(1.0 - external) * chunk.processed[i] + both(external) * chunk.side[i];
         chunk.sideChain[i] = blend;
         sidePeak = larger(sidePeak, absolute(blend));
-        processedPeak = larger(processedPeak, absolute(chunk.processed[i]));
     }
     sideChainPeak = sidePeak;
     if (headroomRead) headroomPeak = 0.0;

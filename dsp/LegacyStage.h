@@ -41,7 +41,6 @@ class LegacyStage {
 
     // The lower of the two channels' last gains, 1 meaning no reduction.
     double reading() const { return smallest(lastGain); }
-    void release() { lastGain = both(1.0); }
 
   private:
     static constexpr double kMeterScale = 0.363082;

@@ -64,6 +64,11 @@ inline Pair select(Pair mask, Pair whenSet, Pair otherwise) {
     return {_mm_or_pd(_mm_and_pd(mask.v, whenSet.v), _mm_andnot_pd(mask.v, otherwise.v))};
 }
 
+// `a` at amount 0, `b` at amount 1.
+inline Pair blended(Pair a, Pair b, double amount) {
+    return a + both(amount) * (b - a);
+}
+
 inline double sum(Pair p) {
     return left(p) + right(p);
 }

@@ -1,0 +1,89 @@
+// What "Full" adds to "Lims": the unit's input stage, its floating-point A/D converter with the
+// hiss in front of it, and the D/A converter's reconstruction filter. docs/converters.md tells the
+// model.
+#pragma once
+
+#include "dsp/Pair.h"
+
+#include <cmath>
+#include <cstdint>
+
+namespace Quorvant {
+
+// Triangular noise, independent in the two lanes, the same sequence for the same seed.
+class NoiseSource {
+  public:
+    static constexpr double kRms = 26754.8;  // of one lane: 2^16 / sqrt(6)
+
+    void seed(uint64_t value) { state = value; }
+    Pair next() {
+        state += 0x9E3779B97F4A7C15u;  // splitmix64, in the public domain
+        uint64_t z = state;
+        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
+        z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
+        z ^= z >> 31;
+        const auto word = [z](int i) { return static_cast<int>((z >> (16 * i)) & 0xFFFF); };
+        return makePair(word(0) - word(1), word(2) - word(3));
+    }
+
+  private:
+    uint64_t state = 0;
+};
+
+// Soft saturation of an input amplifier, y = x / sqrt(1 + (x / ceiling)^2): unity for small
+// signals, odd harmonics only, below the ceiling for any input.
+inline Pair saturated(Pair x, double ceiling) {
+    const Pair ratio = x * both(1.0 / ceiling);
+    return x / Pair{_mm_sqrt_pd((both(1.0) + ratio * ratio).v)};
+}
+
+// The A/D converter; runs once a tick of the memory clock, or once a frame. Audio thread.
+class AdConverter {
+  public:
+    // Total noise of a silent converter, relative to the ceiling: -84 dB.
+    static constexpr double kNoiseFloor = 6.309573444801933e-05;
+
+    void reset() { noise.seed(kSeed); }
+    // Linear level of full scale.
+    void setCeiling(double ceiling) {
+        const double step = ceiling * kSmallestStep;
+        hiss = ceiling * std::sqrt(kNoiseFloor * kNoiseFloor - kSmallestStep * kSmallestStep / 12) /
+               NoiseSource::kRms;
+        roundingBias = step * 6755399441055744.0;  // adding it rounds to multiples of the step
+    }
+
+    Pair convert(Pair x) {
+        x = x + noise.next() * both(hiss);
+        // The mantissa keeps kMantissaBits bits, so that the steps grow with the signal ...
+        const Pair scaled = x * both(kMantissaSplit);
+        const Pair mantissa = scaled - (scaled - x);
+        // ... and below the smallest range they stay the same.
+        return (mantissa + both(roundingBias)) - both(roundingBias);
+    }
+
+  private:
+    static constexpr int kMantissaBits = 10;
+    static constexpr double kMantissaSplit = static_cast<double>(1ull << (53 - kMantissaBits)) + 1;
+    static constexpr double kSmallestStep = 1.0 / 16384.0;  // of the ceiling
+    static constexpr uint64_t kSeed = 0x51A7E5D0C0FFEE11u;
+
+    NoiseSource noise;
+    double hiss = 0.0, roundingBias = 0.0;
+};
+
+// The reconstruction filter behind the D/A converter, a one-pole low pass that the memory clock
+// moves along with everything else. Audio thread.
+class DaConverter {
+  public:
+    static constexpr double kCorner = 15000.0;  // Hz at the nominal clock
+
+    void setSampleRate(double hz) { pole = std::exp(-2.0 * 3.14159265358979323846 * kCorner / hz); }
+    void clear() { state = Pair{}; }
+    Pair convert(Pair x) { return state = x + both(pole) * (state - x); }
+
+  private:
+    double pole = 0.0;
+    Pair state{};
+};
+
+}  // namespace Quorvant
