@@ -1,6 +1,7 @@
 #include "tools/hosting/HostedPlugin.h"
 
 #include "tools/hosting/ParameterText.h"
+#include "tools/hosting/Text.h"
 
 #include "public.sdk/source/vst/hosting/connectionproxy.h"
 #include "public.sdk/source/vst/hosting/module.h"
@@ -155,7 +156,7 @@ struct HostedPlugin::Parts {
 
 Result<> HostedPlugin::Parts::make(const VST3::Hosting::ClassInfo& info) {
     const auto& factory = module->getFactory();
-    const std::string who = "'" + info.name() + "'";
+    const std::string who = inQuotes(info.name());
     component = factory.createInstance<IComponent>(info.ID());
     if (!component) return Error{"the module refused to make an instance of " + who};
     if (component->initialize(&hostApplication()) != kResultOk) {
@@ -280,7 +281,7 @@ Result<HostedPlugin::Ptr> HostedPlugin::load(const std::string& path, std::strin
     std::string effects;
     for (const auto& info : (*module)->getFactory().classInfos()) {
         if (info.category() != kVstAudioEffectClass) continue;
-        effects += (effects.empty() ? "'" : ", '") + info.name() + "'";
+        appendItem(effects, inQuotes(info.name()));
         if (!className.empty() && !sameText(info.name(), className)) continue;
 
         auto parts = std::make_unique<Parts>();
@@ -405,7 +406,7 @@ tresult HostedPlugin::setProcessing(bool processing) {
 }
 
 Result<> HostedPlugin::prepare(const Setup& setup) {
-    const std::string who = "'" + parts->description.name + "'";
+    const std::string who = inQuotes(parts->description.name);
     if (parts->processing) setProcessing(false);
     if (parts->active) setActive(false);
 

@@ -1,5 +1,7 @@
 #include "tools/hosting/ParameterText.h"
 
+#include "tools/hosting/Text.h"
+
 #include "public.sdk/source/vst/utility/stringconvert.h"
 
 #include <algorithm>
@@ -16,10 +18,6 @@ using VST3::StringConvert::convert;
 namespace {
 
 constexpr int kMostListedStates = 128;  // beyond it a stepped parameter is a number, not a list
-
-char lower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 struct Number {
     double value;
@@ -54,30 +52,25 @@ std::string listedTexts(IEditController& controller, const Parameter& parameter)
         const double value = static_cast<double>(state) / parameter.stepCount;
         const std::string text = textOfValue(controller, parameter.id, value);
         if (text.empty()) continue;
-        if (!list.empty()) list += ", ";
-        list += "'" + text + "'";
+        appendItem(list, inQuotes(text));
     }
     return list;
 }
 
 Error refusal(IEditController& controller, const Parameter& parameter, const std::string& text) {
-    const std::string start = "'" + parameter.title + "' does not take '" + text + "'";
+    const std::string start = inQuotes(parameter.title) + " does not take " + inQuotes(text);
     if (parameter.stepCount > 0 && parameter.stepCount < kMostListedStates) {
         const std::string list = listedTexts(controller, parameter);
         if (list.empty()) return {start + ", it has no value texts"};
         return {start + ", its values are " + list};
     }
-    return {start + ", it goes from '" + textOfValue(controller, parameter.id, 0.0) + "' to '" +
-            textOfValue(controller, parameter.id, 1.0) + "'" +
-            (parameter.units.empty() ? "" : " " + parameter.units)};
+    const std::string lowest = inQuotes(textOfValue(controller, parameter.id, 0.0));
+    const std::string highest = inQuotes(textOfValue(controller, parameter.id, 1.0));
+    return {start + ", it goes from " + lowest + " to " + highest +
+            (parameter.units.empty() ? "" : " ") + parameter.units};
 }
 
 }  // namespace
-
-bool sameText(std::string_view left, std::string_view right) {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char a, char b) { return lower(a) == lower(b); });
-}
 
 std::string textOfValue(IEditController& controller, ParamID id, double normalised) {
     String128 text{};

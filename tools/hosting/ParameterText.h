@@ -4,12 +4,8 @@
 #include "tools/hosting/HostedPlugin.h"
 
 #include <string>
-#include <string_view>
 
 namespace Quorvant::Hosting {
-
-// Without regard to case, ASCII only.
-bool sameText(std::string_view left, std::string_view right);
 
 // What the controller shows for a normalised value; empty where it shows nothing.
 std::string textOfValue(Steinberg::Vst::IEditController& controller, ParamID id, double normalised);

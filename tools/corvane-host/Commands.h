@@ -1,0 +1,38 @@
+// The commands of corvane-host. Each prints its report and gives an error where it fails.
+#pragma once
+
+#include "tools/corvane-host/AudioFile.h"
+#include "tools/corvane-host/PluginChoice.h"
+
+#include <optional>
+#include <string>
+
+namespace Quorvant::Hosting {
+
+struct RenderOptions {
+    std::string input, output, automation, sideChain, format;
+    std::optional<double> tempo;  // BPM
+    std::optional<double> rate;   // Hz; none: the input's
+    std::optional<double> tail;   // seconds; none: until the output has died away
+    int block = 512;              // frames
+    int bits = 32;                // of the samples that the plug-in processes
+};
+Result<> render(const PluginChoice& choice, const RenderOptions& options, bool plain);
+
+struct BenchOptions {
+    double seconds = 10.0;  // of audio for each instance
+    double rate = 48000.0;
+    int block = 512;
+    int instances = 1;
+    int bits = 32;
+};
+Result<> bench(const PluginChoice& choice, const BenchOptions& options, bool plain);
+
+Result<> showInfo(const PluginChoice& choice, bool plain);
+Result<> listParameters(const PluginChoice& choice, bool plain);
+Result<> scanFolder(const std::string& folder, bool plain);
+Result<> saveStateCommand(const PluginChoice& choice, const std::string& path);
+Result<> loadStateCommand(const PluginChoice& choice, const std::string& path, bool plain);
+Result<> writePhrase(const std::string& path, const std::string& format);
+
+}  // namespace Quorvant::Hosting

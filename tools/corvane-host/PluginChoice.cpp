@@ -1,0 +1,160 @@
+#include "tools/corvane-host/PluginChoice.h"
+
+#include "tools/corvane-host/Report.h"
+#include "tools/corvane-host/StateFile.h"
+#include "tools/hosting/Text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <filesystem>
+#include <numeric>
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+namespace Quorvant::Hosting {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+#ifdef _WIN32
+constexpr const char* kSystemFolder = "windows";
+#else
+constexpr const char* kSystemFolder = "linux";
+#endif
+
+fs::path programFolder() {
+#ifdef _WIN32
+    wchar_t path[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, path, MAX_PATH);
+    return fs::path(path).parent_path();
+#else
+    std::error_code failure;
+    return fs::read_symlink("/proc/self/exe", failure).parent_path();
+#endif
+}
+
+std::string bundleIn(const fs::path& folder) {
+    std::error_code failure;
+    std::vector<std::string> found;
+    for (const auto& entry : fs::directory_iterator(folder, failure))
+        if (entry.path().extension() == ".vst3") found.push_back(entry.path().string());
+    return found.empty() ? std::string() : *std::ranges::min_element(found);
+}
+
+// Beside the program, or in the delivered folders next to it or above it.
+std::string deliveredBundle() {
+    fs::path folder = programFolder();
+    for (int level = 0; level < 6 && !folder.empty(); ++level) {
+        for (const fs::path& place :
+             {folder, folder / kSystemFolder, folder / "dist" / kSystemFolder})
+            if (auto bundle = bundleIn(place); !bundle.empty()) return bundle;
+        if (folder == folder.root_path()) break;
+        folder = folder.parent_path();
+    }
+    return {};
+}
+
+size_t editDistance(const std::string& left, const std::string& right) {
+    std::vector<size_t> row(right.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 0; i < left.size(); ++i) {
+        size_t diagonal = row[0];
+        row[0] = i + 1;
+        for (size_t j = 0; j < right.size(); ++j) {
+            const bool same = std::tolower(static_cast<unsigned char>(left[i])) ==
+                              std::tolower(static_cast<unsigned char>(right[j]));
+            const size_t replaced = diagonal + (same ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+std::string nearestTitles(const HostedPlugin& plugin, const std::string& name) {
+    std::vector<std::pair<size_t, std::string>> titles;
+    for (const Parameter& parameter : plugin.parameters())
+        titles.emplace_back(editDistance(name, parameter.title), parameter.title);
+    std::ranges::stable_sort(titles, {}, &std::pair<size_t, std::string>::first);
+    titles.resize(std::min<size_t>(titles.size(), 3));
+    std::string list;
+    for (const auto& [distance, title] : titles) appendItem(list, inQuotes(title));
+    return list;
+}
+
+}  // namespace
+
+Result<HostedPlugin::Ptr> openPlugin(const PluginChoice& choice) {
+    const std::string bundle = choice.bundle.empty() ? deliveredBundle() : choice.bundle;
+    if (bundle.empty())
+        return Error{"there is no plug-in beside this program, name one with --plugin"};
+    auto plugin = HostedPlugin::load(bundle, choice.className);
+    if (plugin && (*plugin)->controller() == nullptr)
+        return Error{"'" + bundle + "' has no controller, so its parameters have no names"};
+    return plugin;
+}
+
+Result<> prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames, int bits) {
+    using namespace Steinberg::Vst;
+    Setup setup;
+    setup.sampleRate = rate;
+    setup.maxFrames = maxFrames;
+    setup.doublePrecision = bits == 64;
+    setup.mainInputs = plugin.buses(kInput).empty() ? 0 : plugin.buses(kInput)[0].channels;
+    setup.mainOutputs = plugin.buses(kOutput).empty() ? 0 : plugin.buses(kOutput)[0].channels;
+    return plugin.prepare(setup);
+}
+
+Result<ParameterPoint> resolveSetting(const HostedPlugin& plugin, const std::string& name,
+                                      const std::string& text) {
+    const Parameter* parameter = plugin.findParameter(name);
+    if (parameter == nullptr)
+        return Error{"there is no parameter '" + name + "', the nearest are " +
+                     nearestTitles(plugin, name)};
+    if (parameter->has(Steinberg::Vst::ParameterInfo::kIsReadOnly))
+        return Error{"the parameter '" + parameter->title + "' is read-only"};
+    if (text.starts_with('@')) {
+        char* end = nullptr;
+        const double value = std::strtod(text.c_str() + 1, &end);
+        if (end == text.c_str() + 1 || *end != '\0' || !(value >= 0.0 && value <= 1.0))
+            return Error{"'" + text + "' is no normalised value, they go from @0 to @1"};
+        return ParameterPoint{parameter->id, 0, value};
+    }
+    auto value = plugin.valueOf(*parameter, text);
+    if (!value) return Error{value.error()};
+    return ParameterPoint{parameter->id, 0, *value};
+}
+
+Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin,
+                                                  const PluginChoice& choice) {
+    if (!choice.stateFile.empty())
+        if (auto loaded = loadState(plugin, choice.stateFile); !loaded)
+            return Error{loaded.error()};
+    std::vector<ParameterPoint> points;
+    for (const std::string& setting : choice.settings) {
+        const size_t equals = setting.find('=');
+        auto point = resolveSetting(plugin, setting.substr(0, equals), setting.substr(equals + 1));
+        if (!point) return Error{point.error()};
+        points.push_back(*point);
+        plugin.setParameter(point->id, point->value);
+    }
+    plugin.flush({});  // delivers what setParameter has put aside
+    plugin.setProcessing(false);
+    plugin.setActive(false);
+    if (plugin.setActive(true) != Steinberg::kResultOk)
+        return Error{"'" + plugin.description().name + "' refused to start again"};
+    plugin.setProcessing(true);
+    return points;
+}
+
+std::string shownValue(const HostedPlugin& plugin, const Parameter& parameter, double normalised) {
+    const std::string text = plugin.textOf(parameter, normalised);
+    if (text.empty()) return std::string("@").append(number(normalised, 4));
+    return parameter.units.empty() ? text : text + " " + parameter.units;
+}
+
+}  // namespace Quorvant::Hosting

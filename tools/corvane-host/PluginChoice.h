@@ -1,0 +1,35 @@
+// Which plug-in a command works on, and the settings that the command line gives it.
+#pragma once
+
+#include "tools/hosting/HostedPlugin.h"
+
+#include <string>
+#include <vector>
+
+namespace Quorvant::Hosting {
+
+struct PluginChoice {
+    std::string bundle;                 // empty: the one that is delivered beside this program
+    std::string className;              // empty: the first audio effect
+    std::string stateFile;              // empty: none
+    std::vector<std::string> settings;  // NAME=TEXT, in order, after the state
+};
+
+Result<HostedPlugin::Ptr> openPlugin(const PluginChoice& choice);
+
+// Activates the plug-in with the main buses that it has by default.
+Result<> prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames, int bits);
+
+// The normalised value that `text` means to the parameter called `name`; @0 … @1 is a normalised
+// value itself. Errors name the nearest parameters or the valid texts.
+Result<ParameterPoint> resolveSetting(const HostedPlugin& plugin, const std::string& name,
+                                      const std::string& text);
+
+// Applies state and settings to the prepared plug-in, which then starts anew, so that nothing
+// glides from its defaults when audio begins. Gives the parameters that were set, in order.
+Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin, const PluginChoice& choice);
+
+// "500 ms" as the plug-in shows it.
+std::string shownValue(const HostedPlugin& plugin, const Parameter& parameter, double normalised);
+
+}  // namespace Quorvant::Hosting

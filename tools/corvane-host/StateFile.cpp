@@ -1,0 +1,89 @@
+#include "tools/corvane-host/StateFile.h"
+
+#include "tools/corvane-host/PartialFile.h"
+#include "tools/hosting/Text.h"
+
+#include "public.sdk/source/vst/utility/uid.h"
+#include "public.sdk/source/vst/vstpresetfile.h"
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace Quorvant::Hosting {
+
+using namespace Steinberg;
+using namespace Steinberg::Vst;
+
+namespace {
+
+constexpr uintmax_t kLargestState = 64U << 20U;  // bytes; no effect's state comes near
+
+FUID classIdOf(const HostedPlugin& plugin) {
+    const auto uid = VST3::UID::fromString(plugin.description().id);
+    return uid ? FUID::fromTUID(uid->data()) : FUID();
+}
+
+Result<Bytes> readBytes(const std::string& path) {
+    std::error_code failure;
+    const auto size = std::filesystem::file_size(path, failure);
+    if (failure) return Error{"cannot read '" + path + "': " + failure.message()};
+    if (size > kLargestState) return Error{"'" + path + "' is too large for a state"};
+    std::ifstream file(path, std::ios::binary);
+    Bytes bytes{std::istreambuf_iterator<char>(file), {}};
+    if (!file) return Error{"cannot read '" + path + "'"};
+    return bytes;
+}
+
+Result<> loadPreset(HostedPlugin& plugin, const Bytes& bytes, const std::string& path) {
+    auto stream = owned(new StateStream(bytes));
+    PresetFile preset(stream);
+    if (!preset.readChunkList()) return Error{"'" + path + "' is a damaged preset"};
+    if (preset.getClassID() != classIdOf(plugin))
+        return Error{"'" + path + "' is a preset of another plug-in"};
+    if (!preset.restoreComponentState(plugin.component()))
+        return Error{"'" + plugin.description().name + "' refuses the state in '" + path + "'"};
+    preset.restoreComponentState(plugin.controller());
+    if (preset.contains(kControllerState)) preset.restoreControllerState(plugin.controller());
+    return {};
+}
+
+}  // namespace
+
+Result<> saveState(const HostedPlugin& plugin, const std::string& path) {
+    auto state = plugin.componentState();
+    if (!state) return Error{state.error()};
+    Bytes content = *state;
+    if (sameText(std::filesystem::path(path).extension().string(), ".vstpreset")) {
+        auto stream = owned(new StateStream);
+        if (!PresetFile::savePreset(stream, classIdOf(plugin), plugin.component(),
+                                    plugin.controller()))
+            return Error{"'" + plugin.description().name + "' gave no state"};
+        content = stream->bytes();
+    }
+
+    PartialFile partial(path);
+    std::ofstream file(partial.temporaryPath(), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(content.data()),
+               static_cast<std::streamsize>(content.size()));
+    file.close();
+    if (!file) return Error{"cannot write '" + path + "'"};
+    return partial.keep();
+}
+
+Result<> loadState(HostedPlugin& plugin, const std::string& path) {
+    auto bytes = readBytes(path);
+    if (!bytes) return Error{bytes.error()};
+    if (bytes->size() >= 4 && std::memcmp(bytes->data(), "VST3", 4) == 0)
+        return loadPreset(plugin, *bytes, path);
+
+    // Some plug-ins answer a state that they cannot use with success and keep what they had; the
+    // lengths tell most such files apart.
+    if (bytes->empty() || plugin.setComponentState(*bytes) != kResultOk)
+        return Error{"'" + plugin.description().name + "' refuses the state in '" + path + "'"};
+    plugin.showComponentState(*bytes);
+    return {};
+}
+
+}  // namespace Quorvant::Hosting

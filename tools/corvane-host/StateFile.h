@@ -1,0 +1,17 @@
+// A plug-in's state in a file: a .vstpreset, which hosts exchange, or the bare component state.
+#pragma once
+
+#include "tools/hosting/HostedPlugin.h"
+
+#include <string>
+
+namespace Quorvant::Hosting {
+
+// A name that ends in .vstpreset gives a preset with the controller's state, any other the bare
+// component state.
+Result<> saveState(const HostedPlugin& plugin, const std::string& path);
+
+// Tells the kinds apart by their content; a preset of another class is an error.
+Result<> loadState(HostedPlugin& plugin, const std::string& path);
+
+}  // namespace Quorvant::Hosting

@@ -1,0 +1,205 @@
+// corvane-host: VST3 effects from the command line.
+#include "tools/corvane-host/Commands.h"
+#include "tools/corvane-host/PartialFile.h"
+#include "tools/hosting/Text.h"
+
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <iostream>
+
+namespace {
+
+using namespace Quorvant::Hosting;
+
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+constexpr double kLongestSeconds = 86400.0;
+constexpr int kLargestBlock = 1 << 20;
+
+const char* const kFooter =
+    "\nExit status: 0 success, 1 something failed (one sentence says what, and no output is left\n"
+    "behind), 2 the command line is wrong.";
+
+void addPluginOptions(CLI::App& command, PluginChoice& choice) {
+    command
+        .add_option("--plugin", choice.bundle,
+                    "The .vst3 to load (default: the one delivered with this program)")
+        ->type_name("BUNDLE");
+    command
+        .add_option("--class", choice.className,
+                    "The effect in a module of several (default: the first)")
+        ->type_name("NAME");
+}
+
+void addSettingOptions(CLI::App& command, PluginChoice& choice) {
+    command
+        .add_option("--param", choice.settings,
+                    "A parameter by title, short title or id, and a value text as the plug-in\n"
+                    "shows it, or @0 ... @1 for a normalised value; repeatable")
+        ->type_name("NAME=TEXT")
+        ->allow_extra_args(false)
+        ->check([](const std::string& setting) {
+            return setting.find('=') == std::string::npos ? "'" + setting + "' is not NAME=TEXT"
+                                                          : std::string();
+        });
+    command
+        .add_option("--state", choice.stateFile, "A state to load before the parameters are set")
+        ->type_name("FILE");
+}
+
+void addBits(CLI::App& command, int& bits) {
+    command.add_option("--bits", bits, "Samples that the plug-in processes, 32 or 64 bits")
+        ->check(CLI::IsMember({32, 64}))
+        ->capture_default_str();
+}
+
+void addBlock(CLI::App& command, int& block) {
+    command.add_option("--block", block, "Frames in a block")
+        ->check(CLI::Range(1, kLargestBlock))
+        ->type_name("N")
+        ->capture_default_str();
+}
+
+CLI::App* addRender(CLI::App& app, PluginChoice& choice, RenderOptions& options) {
+    CLI::App* command = app.add_subcommand("render", "Run an audio file through the effect");
+    command->add_option("IN", options.input, "A mono or stereo audio file")->required();
+    command->add_option("OUT", options.output, "The file to write")->required();
+    addPluginOptions(*command, choice);
+    addSettingOptions(*command, choice);
+    command
+        ->add_option("--automate", options.automation,
+                     "A file of lines 'seconds,parameter,text', each a step at that very frame")
+        ->type_name("FILE");
+    command->add_option("--tempo", options.tempo, "The song's tempo; it then plays from its start")
+        ->check(CLI::Range(1.0, 1000.0))
+        ->type_name("BPM");
+    command
+        ->add_option("--sidechain", options.sideChain,
+                     "A mono or stereo file for the side-chain input")
+        ->type_name("FILE");
+    addBlock(*command, options.block);
+    command
+        ->add_option("--rate", options.rate,
+                     "Sample rate to process at (default: the input's); the input is converted")
+        ->check(CLI::Range(1000.0, 1000000.0))
+        ->type_name("HZ");
+    command
+        ->add_option_function<std::string>(
+            "--tail",
+            [&options](const std::string& text) {
+                if (text == "auto") return;
+                double seconds = 0.0;
+                if (!CLI::detail::lexical_cast(text, seconds) || !(seconds >= 0.0) ||
+                    seconds > kLongestSeconds)
+                    throw CLI::ValidationError("--tail", "'" + text +
+                                                             "' is neither auto nor seconds from "
+                                                             "0 to 86400");
+                options.tail = seconds;
+            },
+            "How long to go on after the input; auto ends a second after the output has fallen\n"
+            "below -90 dBFS for good, and after 60 seconds at the latest")
+        ->type_name("SECONDS|auto")
+        ->default_str("auto");
+    std::string names;
+    for (const SampleFormat& format : writableFormats()) appendItem(names, format.name);
+    command
+        ->add_option("--format", options.format,
+                     "One of " + names + " (default: by the extension of OUT)")
+        ->type_name("FORMAT");
+    addBits(*command, options.bits);
+    return command;
+}
+
+CLI::App* addBench(CLI::App& app, PluginChoice& choice, BenchOptions& options) {
+    CLI::App* command = app.add_subcommand("bench", "Measure the effect's speed and memory");
+    addPluginOptions(*command, choice);
+    addSettingOptions(*command, choice);
+    command->add_option("--instances", options.instances, "Instances that take turns")
+        ->check(CLI::Range(1, 1000))
+        ->type_name("N")
+        ->capture_default_str();
+    addBlock(*command, options.block);
+    command->add_option("--rate", options.rate, "Sample rate")
+        ->check(CLI::Range(1000.0, 1000000.0))
+        ->type_name("HZ")
+        ->capture_default_str();
+    command->add_option("--seconds", options.seconds, "Seconds of audio for each instance")
+        ->check(CLI::Range(0.01, kLongestSeconds))
+        ->type_name("S")
+        ->capture_default_str();
+    addBits(*command, options.bits);
+    return command;
+}
+
+Result<> runCommandLine(int argc, char** argv, int& usageStatus) {
+    CLI::App app{"Runs VST3 effects from the command line.", "corvane-host"};
+    app.footer(kFooter);
+    app.require_subcommand(1);
+    app.fallthrough();
+    bool plain = false;
+    app.add_flag("--plain", plain, "Print rows of fields separated by tabs, for scripts");
+
+    PluginChoice choice;
+    RenderOptions renderOptions;
+    BenchOptions benchOptions;
+    std::string path, phraseFormat;
+    const CLI::App* renderCommand = addRender(app, choice, renderOptions);
+    CLI::App* info = app.add_subcommand("info", "Show classes, buses, latency and parameters");
+    addPluginOptions(*info, choice);
+    CLI::App* params = app.add_subcommand(
+        "params",
+        "List the parameters: id, title, short title, units, steps, default, flags, values");
+    addPluginOptions(*params, choice);
+    CLI::App* state = app.add_subcommand("state", "Save or load a state");
+    state->require_subcommand(1);
+    CLI::App* save = state->add_subcommand(
+        "save", "Write a state: a .vstpreset by that extension, else the bare component state");
+    save->add_option("FILE", path, "The file to write")->required();
+    addPluginOptions(*save, choice);
+    addSettingOptions(*save, choice);
+    CLI::App* load = state->add_subcommand("load", "Load a state and print what it leads to");
+    load->add_option("FILE", path, "The file to read")->required();
+    addPluginOptions(*load, choice);
+    CLI::App* scan = app.add_subcommand(
+        "scan", "List the plug-ins below a folder: path, name, version, vendor, categories");
+    scan->add_option("FOLDER", path, "Where to look")->required();
+    const CLI::App* benchCommand = addBench(app, choice, benchOptions);
+    CLI::App* phrase = app.add_subcommand(
+        "phrase", "Write six seconds of plucked notes and ticks to try effects with");
+    phrase->add_option("OUT", path, "The file to write, 44.1 kHz stereo")->required();
+    phrase->add_option("--format", phraseFormat, "As for render")->type_name("FORMAT");
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        usageStatus = app.exit(error) == 0 ? 0 : kUsage;
+        return {};
+    }
+    if (renderCommand->parsed()) return render(choice, renderOptions, plain);
+    if (info->parsed()) return showInfo(choice, plain);
+    if (params->parsed()) return listParameters(choice, plain);
+    if (save->parsed()) return saveStateCommand(choice, path);
+    if (load->parsed()) return loadStateCommand(choice, path, plain);
+    if (scan->parsed()) return scanFolder(path, plain);
+    if (benchCommand->parsed()) return bench(choice, benchOptions, plain);
+    return writePhrase(path, phraseFormat);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    tidyUpOnSignals();
+    std::string failure;
+    int status = 0;
+    try {
+        const auto done = runCommandLine(argc, argv, status);
+        if (!done) failure = done.error();
+    } catch (const std::exception& exception) {
+        failure = exception.what();
+    }
+    if (failure.empty()) return status;
+    std::cerr << "corvane-host: " << failure << std::endl;
+    return kFailure;
+}

@@ -1,0 +1,31 @@
+// Small helpers for names and sentences.
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace Quorvant::Hosting {
+
+// Without regard to case, ASCII only.
+inline bool sameText(std::string_view left, std::string_view right) {
+    const auto lower = [](char c) {
+        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    };
+    return std::ranges::equal(left, right, {}, lower, lower);
+}
+
+inline std::string inQuotes(std::string_view text) {
+    std::string result = "'";
+    result += text;
+    result += '\'';
+    return result;
+}
+
+inline void appendItem(std::string& list, std::string_view item,
+                       std::string_view separator = ", ") {
+    if (!list.empty()) list += separator;
+    list += item;
+}
+
+}  // namespace Quorvant::Hosting
