@@ -74,7 +74,7 @@ void QVXCorvane77x_v2Effect::reset() {
     envelope.clear();
     lfo.reset();
     highCut.clear();
-    clockFactor = std::clamp(vcoRatio * x2Factor, kLowestClockFactor, kHighestClockFactor);
+    clockFactor = restingClockFactor();
     clock.reset(clockFactor);
     inputHistory = outputHistory = {};
     feedbackSignal = Pair{};

@@ -62,10 +62,14 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     static constexpr bool weighs(Stages s) { return s == Stages::Legacy || s == Stages::All; }
     static constexpr bool limits(Stages s) { return s >= Stages::Lims; }
     static constexpr bool converts(Stages s) { return s >= Stages::Full; }
+    // How the memory's clock runs through a chunk: one tick a sample, at a steady other rate, bent
+    // by the LFO, or by the envelope (and the LFO).
+    enum class Clocking { Unison, Steady, Lfo, Envelope };
     struct Chunk {
         int frames = 0;
         bool moving = false;
         Stages stages = Stages::Light;
+        Clocking clocking = Clocking::Steady;
         std::array<ControlFrame, kChunk> controls;
         std::array<Pair, kChunk> input;      // main input as the host gave it
         std::array<Pair, kChunk> side;       // side-chain input
@@ -89,12 +93,12 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void fillControls(Chunk& chunk);
     void filterInput(Chunk& chunk);
     void convertSideChain(Chunk& chunk);
-    void runLfo(Chunk& chunk, bool heard);
+    void runLfo(Chunk& chunk);
     template <typename Memory>
-    void runMemoryOn(Memory cells, Chunk& chunk, bool enveloped, bool modulated);
+    void runMemoryOn(Memory cells, Chunk& chunk);
     template <Stages kStages, typename Memory>
-    void runMemoryThrough(Memory cells, Chunk& chunk, bool enveloped, bool modulated);
-    template <Stages kStages, bool kEnveloped, bool kModulated, typename Memory>
+    void runMemoryThrough(Memory cells, Chunk& chunk);
+    template <Stages kStages, Clocking kClocking, typename Memory>
     void runMemory(Memory cells, Chunk& chunk);
     double envelopeInput(Pair processed, Pair side, double external) const;
     void measure(Chunk& chunk);
@@ -112,6 +116,8 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void setTempo(double bpm);
     void setInfRepeat(bool on);
     void setLoop(bool on);
+    double restingClockFactor() const;
+    Clocking clockingOf(const Chunk& chunk) const;
     double noteLengthMs() const;
     DirectionMode direction() const;
     double value(ParameterIndex index) const { return values[index]; }

@@ -164,17 +164,28 @@ void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
     fillControls(chunk);
     filterInput(chunk);
     convertSideChain(chunk);
-    const ControlFrame& first = chunk.controls[0];
-    const bool modulated = chunk.moving || first.depth != 0.0;
-    const bool enveloped = modulated && (chunk.moving || std::abs(first.waveform - 0.5) < 0.5);
-    runLfo(chunk, modulated);
+    chunk.clocking = clockingOf(chunk);
+    runLfo(chunk);
     if (memory.isPlain())
-        runMemoryOn(PlainTicks(memory), chunk, enveloped, modulated);
+        runMemoryOn(PlainTicks(memory), chunk);
     else
-        runMemoryOn(DelayMemory(memory), chunk, enveloped, modulated);
+        runMemoryOn(DelayMemory(memory), chunk);
     measure(chunk);
-    if (!enveloped) followLevels(chunk);
+    if (chunk.clocking != Clocking::Envelope) followLevels(chunk);
     mixOutput(chunk);
+}
+
+// Of an unmodulated clock: host samples a tick.
+double QVXCorvane77x_v2Effect::restingClockFactor() const {
+    return std::clamp(vcoRatio * x2Factor, kLowestClockFactor, kHighestClockFactor);
+}
+
+QVXCorvane77x_v2Effect::Clocking QVXCorvane77x_v2Effect::clockingOf(const Chunk& chunk) const {
+    const ControlFrame& first = chunk.controls[0];
+    if (chunk.moving) return Clocking::Envelope;
+    if (first.depth == 0.0)
+        return clock.isUnison(restingClockFactor()) ? Clocking::Unison : Clocking::Steady;
+    return std::abs(first.waveform - 0.5) < 0.5 ? Clocking::Envelope : Clocking::Lfo;
 }
 
 void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
@@ -244,9 +255,9 @@ void QVXCorvane77x_v2Effect::convertSideChain(Chunk& chunk) {
     }
 }
 
-void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk, bool heard) {
+void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk) {
     for (int i = 0; i < chunk.frames; ++i) chunk.lfo[i] = lfo.next();
-    if (!heard) return;
+    if (chunk.clocking < Clocking::Lfo) return;
     for (int i = 0; i < chunk.frames; i += 2) {
         const int second = std::min(i + 1, chunk.frames - 1);
         const Pair sine = FastMath::sin(makePair(chunk.lfo[i], chunk.lfo[second]));
@@ -262,39 +273,45 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk, bool heard) {
 }
 
 template <typename Memory>
-void QVXCorvane77x_v2Effect::runMemoryOn(Memory cells, Chunk& chunk, bool enveloped,
-                                         bool modulated) {
+void QVXCorvane77x_v2Effect::runMemoryOn(Memory cells, Chunk& chunk) {
     switch (chunk.stages) {
         case Stages::Light:
-            return runMemoryThrough<Stages::Light>(cells, chunk, enveloped, modulated);
+            return runMemoryThrough<Stages::Light>(cells, chunk);
         case Stages::Legacy:
-            return runMemoryThrough<Stages::Legacy>(cells, chunk, enveloped, modulated);
+            return runMemoryThrough<Stages::Legacy>(cells, chunk);
         case Stages::Lims:
-            return runMemoryThrough<Stages::Lims>(cells, chunk, enveloped, modulated);
+            return runMemoryThrough<Stages::Lims>(cells, chunk);
         case Stages::Full:
-            return runMemoryThrough<Stages::Full>(cells, chunk, enveloped, modulated);
+            return runMemoryThrough<Stages::Full>(cells, chunk);
         case Stages::All:
-            return runMemoryThrough<Stages::All>(cells, chunk, enveloped, modulated);
+            return runMemoryThrough<Stages::All>(cells, chunk);
     }
 }
 
 template <QVXCorvane77x_v2Effect::Stages kStages, typename Memory>
-void QVXCorvane77x_v2Effect::runMemoryThrough(Memory cells, Chunk& chunk, bool enveloped,
-                                              bool modulated) {
+void QVXCorvane77x_v2Effect::runMemoryThrough(Memory cells, Chunk& chunk) {
     // A stage that is out of the path starts afresh when it comes back.
     if constexpr (!weighs(kStages)) legacyStage.clear();
     if constexpr (!limits(kStages)) {
         inputLimiter.clear();
         outputLimiter.clear();
     }
-    enveloped   ? runMemory<kStages, true, true>(cells, chunk)
-    : modulated ? runMemory<kStages, false, true>(cells, chunk)
-                : runMemory<kStages, false, false>(cells, chunk);
+    switch (chunk.clocking) {
+        case Clocking::Unison:
+            return runMemory<kStages, Clocking::Unison>(cells, chunk);
+        case Clocking::Steady:
+            return runMemory<kStages, Clocking::Steady>(cells, chunk);
+        case Clocking::Lfo:
+            return runMemory<kStages, Clocking::Lfo>(cells, chunk);
+        case Clocking::Envelope:
+            return runMemory<kStages, Clocking::Envelope>(cells, chunk);
+    }
 }
 
 // Everything that hangs on the previous sample's feedback: level stages, converters, clock, memory,
 // high cut.
-template <QVXCorvane77x_v2Effect::Stages kStages, bool kEnveloped, bool kModulated, typename Memory>
+template <QVXCorvane77x_v2Effect::Stages kStages, QVXCorvane77x_v2Effect::Clocking kClocking,
+          typename Memory>
 void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     // Copies, so that the compiler may keep them in registers across stores.
     MemoryClock vco = clock;
@@ -309,9 +326,18 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
 
     const bool envInverted = isOn(kEnvInvert);
     const bool shorterThanMemory = memory.delayTicks() < 3.0 && !infRepeat;
-    double factor = std::clamp(vcoRatio * x2Factor, kLowestClockFactor, kHighestClockFactor);
+    double factor = restingClockFactor();
     double step = 1.0 / factor;
     Pair peak{};
+
+    const auto tick = [&](Pair coming, const ControlFrame& control) {
+        if constexpr (converts(kStages))
+            coming = blended(coming, adc.convert(coming), control.converts);
+        Pair leaving = cells.tick(coming);
+        if constexpr (converts(kStages))
+            leaving = blended(leaving, dac.convert(leaving), control.converts);
+        heard.push(leaving);
+    };
 
     for (int i = 0; i < chunk.frames; ++i) {
         const ControlFrame& control = chunk.control(i);
@@ -323,12 +349,12 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
             x = blended(x, x * limiterIn.gain(x, control.ceiling), control.limits);
         chunk.processed[i] = x;
 
-        if constexpr (kEnveloped) {
+        if constexpr (kClocking == Clocking::Envelope) {
             follower.follow(envelopeInput(x, chunk.side[i], control.external));
             const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
             chunk.lfo[i] += follower.modulation(levelFactor, envInverted) * centre;
         }
-        if constexpr (kModulated) {
+        if constexpr (kClocking >= Clocking::Lfo) {
             factor = std::clamp((chunk.lfo[i] * control.depth + vcoRatio) * x2Factor,
                                 kLowestClockFactor, kHighestClockFactor);
             step = 1.0 / factor;
@@ -336,16 +362,15 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
 
         const Pair input = clamped(x * both(control.notBypassed), kLargestSample);
         recorded.push(input);
-        vco.advance(factor, step, [&](double t) {
-            Pair coming = recorded.at(t);
-            if constexpr (converts(kStages))
-                coming = blended(coming, adc.convert(coming), control.converts);
-            Pair leaving = cells.tick(coming);
-            if constexpr (converts(kStages))
-                leaving = blended(leaving, dac.convert(leaving), control.converts);
-            heard.push(leaving);
-        });
-        Pair delayed = shorterThanMemory ? input : heard.at(vco.outputPosition());
+        Pair delayed;
+        if constexpr (kClocking == Clocking::Unison) {
+            tick(recorded.x2, control);
+            delayed = heard.x1;
+        } else {
+            vco.advance(factor, step, [&](double t) { tick(recorded.at(t), control); });
+            delayed = heard.at(vco.outputPosition());
+        }
+        if (shorterThanMemory) delayed = input;
         if constexpr (limits(kStages)) {
             const double stageCeiling = control.ceiling * 0.5;
             delayed =

@@ -26,6 +26,12 @@ class MemoryClock {
         }
     }
 
+    // True while every host sample is exactly one tick: advance() at factor 1 would then call
+    // tick(1) once, and outputPosition() stays 0.
+    bool isUnison(double factor) const {
+        return factor == 1.0 && lastFactor == 1.0 && phase == 0.0;
+    }
+
     // The host sample's place in the output history. A sudden rise of the step would put it
     // outside.
     double outputPosition() const { return phase < 0.0 ? 0.0 : phase; }

@@ -85,10 +85,10 @@ inline Pair sums(Pair a, Pair b) {
 
 // Catmull-Rom spline through x0 ... x3 between x1 (t = 0) and x2 (t = 1).
 inline Pair catmullRom(Pair x0, Pair x1, Pair x2, Pair x3, Pair t) {
-    const Pair half = both(0.5);
-    const Pair c1 = half * (x2 - x0);
-    const Pair c2 = x0 - both(2.5) * x1 + both(2.0) * x2 - half * x3;
-    const Pair c3 = both(1.5) * (x1 - x2) + half * (x3 - x0);
+    const Pair d = x2 - x1;
+    const Pair c1 = both(0.5) * (x2 - x0);
+    const Pair c3 = both(0.5) * (x3 - x0) - both(1.5) * d;
+    const Pair c2 = d - c1 - c3;  // so that t = 1 gives x2
     return ((c3 * t + c2) * t + c1) * t + x1;
 }
 
