@@ -13,6 +13,8 @@
 namespace Quorvant::Test {
 namespace {
 
+constexpr uint64_t kSeeds = 2;
+
 struct Move {
     uint32_t index;
     enum How { Switch, List4, Any } how = Any;
@@ -24,9 +26,9 @@ struct Scenario {
     double rate;
     std::vector<std::pair<uint32_t, double>> start;  // set once, before the first block
     std::vector<Move> moves;                         // moved at random between blocks
-    bool transport = false;                          // the host plays, jumps, changes its tempo
-    bool sideChain = false;                          // comes and goes, mono or stereo
     double seconds = 3.0;
+    bool transport = false;   // the host plays, jumps, changes its tempo
+    bool sideChain = false;   // comes and goes, mono or stereo
     double tolerance = 1e-9;  // of full scale, or of the peak where that is higher
 };
 
@@ -77,6 +79,7 @@ const std::vector<Move> kSyncMoves = {
 };
 const std::vector<Move> kSideChainMoves = {{kSideChainIntExt}, {kSideChainMonitor, Move::Switch}};
 const std::vector<Move> kLoopMoves = {{kInfRepeat, Move::Switch}};
+const std::vector<Move> kResetMoves = {{kResetCommand, Move::Switch}};
 const std::vector<Move> kModeMoves = {{kProcess, Move::Switch}, {kProcessingMode, Move::List4}};
 
 std::vector<Move> together(std::initializer_list<std::vector<Move>> lists) {
@@ -90,7 +93,7 @@ const double kLegacy = 1.0 / 3.0;
 std::vector<Scenario> scenarios() {
     const std::vector<Move> everything =
         together({kLevelMoves, kGlobalMoves, kDelayMoves, kFeedbackMoves, kModulationMoves,
-                  kSyncMoves, kSideChainMoves, kLoopMoves, kModeMoves});
+                  kSyncMoves, kSideChainMoves, kLoopMoves, kModeMoves, kResetMoves});
     return {
         {"settled defaults", 44100, {}, {}},
         {"settled defaults", 48000, {{kProcessingMode, kLegacy}}, {}},
@@ -101,21 +104,9 @@ std::vector<Scenario> scenarios() {
         {"shortest delays", 48000, {{kFeedback, 0.5}}, {{kDelayTime, Move::Any, 0.0, 0.00002}}},
         {"directions", 44100, {{kFeedback, 0.5}}, kDelayMoves},
         {"directions, Legacy", 192000, {{kProcessingMode, kLegacy}}, kDelayMoves},
-        {"backward",
-         44100,
-         {{kDirectionMode, 1.0 / 3}, {kDelayTime, 0.98}},
-         {},
-         false,
-         false,
-         12.0},
+        {"backward", 44100, {{kDirectionMode, 1.0 / 3}, {kDelayTime, 0.98}}, {}, 12.0},
         {"reverse, odd span", 48000, {{kDirectionMode, 2.0 / 3}, {kDelayTime, 0.0100001}}, {}},
-        {"bounce over the top",
-         44100,
-         {{kDirectionMode, 1.0}, {kDelayTime, 0.02}},
-         {},
-         false,
-         false,
-         11.0},
+        {"bounce over the top", 44100, {{kDirectionMode, 1.0}, {kDelayTime, 0.02}}, {}, 11.0},
         {"feedback", 48000, {{kDelayTime, 0.002}}, kFeedbackMoves},
         {"feedback, Legacy",
          88200,
@@ -142,13 +133,15 @@ std::vector<Scenario> scenarios() {
          48000,
          {{kDelayTime, 0.004}, {kWaveform, 0.5}, {kDepth, 0.8}},
          kSideChainMoves,
+         3.0,
          false,
          true},
-        {"sync", 48000, {{kDelayClockMode, 1.0}, {kDelayNote, 0.1}}, kSyncMoves, true},
+        {"sync", 48000, {{kDelayClockMode, 1.0}, {kDelayNote, 0.1}}, kSyncMoves, 3.0, true},
         {"LFO sync",
          44100,
          {{kLfoSync, 1.0}, {kWaveform, 0.1}, {kDepth, 0.8}},
          {{kLfoNote}, {kLfoOffset}},
+         3.0,
          true},
         {"loop in time mode",
          48000,
@@ -158,13 +151,30 @@ std::vector<Scenario> scenarios() {
          44100,
          {{kDelayClockMode, 1.0}, {kDelayNote, 0.05}},
          together({kLoopMoves, kSyncMoves}),
+         3.0,
          true},
+        {"longest delays",
+         44100,
+         {{kDelayTime, 1.0}, {kFeedback, 0.7}},
+         {{kDelayTime, Move::Any, 0.5, 1.0}, {kDirectionMode, Move::List4}},
+         30.0},
+        {"deepest modulation",
+         48000,
+         {{kDelayTime, 0.004}, {kSensitivity, 0.0}, {kReferenceLevel, 0.0}, {kDepth, 1.0}},
+         {{kWaveform}, {kEnvInvert, Move::Switch}, {kReferenceLevel, Move::Any, 0.0, 0.3}},
+         3.0,
+         false,
+         false,
+         // A clock at 16 times its rate sums up rounding: the plain engine, its envelope bent by
+         // 4e-16, ends 1e-9 away from itself.
+         1e-5},
+        {"resets", 48000, {{kDelayTime, 0.004}}, together({kResetMoves, kDelayMoves, kLoopMoves})},
         {"modes", 48000, {{kDelayTime, 0.004}}, kModeMoves},
-        {"everything", 44100, {{kDelayTime, 0.01}}, everything, true, true, 6.0},
-        {"everything", 48000, {{kDelayTime, 0.01}}, everything, true, true, 6.0},
-        {"everything", 96000, {{kDelayTime, 0.01}}, everything, true, true, 4.0},
-        {"everything", 192000, {{kDelayTime, 0.01}}, everything, true, true, 2.0},
-        {"everything", 384000, {{kDelayTime, 0.01}}, everything, true, true, 1.0},
+        {"everything", 44100, {{kDelayTime, 0.01}}, everything, 6.0, true, true},
+        {"everything", 48000, {{kDelayTime, 0.01}}, everything, 6.0, true, true},
+        {"everything", 96000, {{kDelayTime, 0.01}}, everything, 4.0, true, true},
+        {"everything", 192000, {{kDelayTime, 0.01}}, everything, 2.0, true, true},
+        {"everything", 384000, {{kDelayTime, 0.01}}, everything, 1.0, true, true},
     };
 }
 
@@ -280,8 +290,7 @@ class Twins {
             const bool gotHas = engine.getOutputValue(index, got);
             ASSERT_EQ(expectedHas, gotHas) << "reading " << index << where();
             if (expectedHas) {
-                ASSERT_NEAR(expected, got, std::max(play.tolerance, 1e-9))
-                    << "reading " << index << where();
+                ASSERT_NEAR(expected, got, play.tolerance) << "reading " << index << where();
             }
         }
     }
@@ -310,7 +319,7 @@ class Twins {
 class EngineMatchesPlain : public ::testing::TestWithParam<Scenario> {};
 
 TEST_P(EngineMatchesPlain, InSoundAndReadings) {
-    for (uint64_t seed = 1; seed <= 2 && !HasFailure(); ++seed) {
+    for (uint64_t seed = 1; seed <= kSeeds && !HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Twins(GetParam(), seed).run();
     }
