@@ -1,0 +1,141 @@
+#include "presets/PresetFolders.h"
+
+#include "platform/DebugText.h"
+#include "platform/Folders.h"
+#include "platform/Utf8Path.h"
+#include "presets/PresetFile.h"
+
+#include <algorithm>
+
+namespace Quorvant {
+namespace {
+
+using Path = std::filesystem::path;
+
+constexpr char kMainFolderName[] = "#MAIN FOLDER";
+
+// The lower case of the alphabets that file names are most written in; other characters stay.
+char32_t lowerCase(char32_t c) {
+    const bool pairedLatin = c >= 0x100 && c <= 0x137;  // upper and lower case side by side
+    if (pairedLatin) return c | 1;
+    if ((c >= 'A' && c <= 'Z') || (c >= 0xC0 && c <= 0xDE && c != 0xD7)) return c + 0x20;
+    if (c >= 0x391 && c <= 0x3A9) return c + 0x20;  // Greek
+    if (c >= 0x410 && c <= 0x42F) return c + 0x20;  // Cyrillic
+    if (c >= 0x400 && c <= 0x40F) return c + 0x50;
+    return c;
+}
+
+// The names are well-formed UTF-8, which paths make U+FFFD of anything else to be.
+std::u32string sortKey(std::string_view name) {
+    std::u32string key;
+    for (std::size_t i = 0; i < name.size();) {
+        const auto lead = static_cast<unsigned char>(name[i]);
+        const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+        char32_t code = length == 1 ? lead : lead & (0x7Fu >> length);
+        for (std::size_t k = 1; k < length && i + k < name.size(); ++k)
+            code = (code << 6) | (static_cast<unsigned char>(name[i + k]) & 0x3Fu);
+        key += lowerCase(code);
+        i += length;
+    }
+    return key;
+}
+
+template <typename Entry>
+void sortByName(std::vector<Entry>& entries) {
+    std::vector<std::pair<std::u32string, Entry>> keyed;
+    keyed.reserve(entries.size());
+    for (auto& entry : entries) keyed.emplace_back(sortKey(entry.name), std::move(entry));
+    std::sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) {
+        return a.first != b.first ? a.first < b.first : a.second.name < b.second.name;
+    });
+    entries.clear();
+    for (auto& [key, entry] : keyed) entries.push_back(std::move(entry));
+}
+
+// Calls visit(entry) for what the folder holds; a folder that can't be read holds nothing.
+template <typename Visit>
+void forEachIn(const Path& folder, Visit&& visit) {
+    std::error_code error;
+    std::filesystem::directory_iterator entry(folder, error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+        visit(*entry);
+}
+
+void scanFiles(PresetFolder& folder) {
+    writeDebugText("\nLooking for *.qvx files in:\n" + utf8FromPath(folder.path) + "\n");
+    folder.files.clear();
+    forEachIn(folder.path, [&](const std::filesystem::directory_entry& entry) {
+        std::error_code error;
+        if (hasPresetExtension(entry.path()) && entry.is_regular_file(error))
+            folder.files.push_back({entry.path(), utf8FromPath(entry.path().stem())});
+    });
+    sortByName(folder.files);
+}
+
+PresetFault createFolder(const Path& folder) {
+    if (folder.empty()) return PresetFault::NoFolder;
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    return presetFault(error, PresetFault::NoFolder);
+}
+
+}  // namespace
+
+const Path& mainPresetFolder() {
+    static const Path folder = [] {
+        const Path documents = documentsFolder();
+        if (documents.empty()) return Path();
+        const Path main = documents / "Quorvant" / "Corvane QVX77x" / "User Presets";
+        // Saving tries again, and then tells the user.
+        createFolder(main);
+        return main;
+    }();
+    return folder;
+}
+
+PresetFolders::PresetFolders(Path mainFolder) {
+    folders.push_back({std::move(mainFolder), kMainFolderName, {}});
+}
+
+PresetFault PresetFolders::ensureMainFolder() const {
+    return createFolder(mainFolder());
+}
+
+void PresetFolders::scan() {
+    const Path main = mainFolder();
+    writeDebugText("\nPlugin's Main Preset Folder:\n" + utf8FromPath(main) + "\n");
+    std::vector<PresetFolder> found;
+    forEachIn(main, [&](const std::filesystem::directory_entry& entry) {
+        std::error_code error;
+        if (entry.is_directory(error))
+            found.push_back({entry.path(), utf8FromPath(entry.path().filename()), {}});
+    });
+    sortByName(found);
+    if (found.size() > kMostFolders - 1) found.resize(kMostFolders - 1);
+    found.insert(found.begin(), {main, kMainFolderName, {}});
+    for (auto& folder : found) scanFiles(folder);
+    folders = std::move(found);
+}
+
+const PresetFileEntry* PresetFolders::entryAt(const PresetLocation& location) const {
+    if (location.source != kFromFolder || location.list < 0 || location.preset < 0) return nullptr;
+    const auto list = static_cast<std::size_t>(location.list);
+    const auto preset = static_cast<std::size_t>(location.preset);
+    if (list >= folders.size() || preset >= folders[list].files.size()) return nullptr;
+    return &folders[list].files[preset];
+}
+
+PresetLocation PresetFolders::locate(const Path& file) const {
+    PresetLocation location{kFromFolder, 0, kNotListed};
+    for (std::size_t list = 0; list < folders.size(); ++list) {
+        if (folders[list].path != file.parent_path()) continue;
+        location.list = static_cast<int32_t>(list);
+        const auto& files = folders[list].files;
+        const auto found = std::find_if(files.begin(), files.end(),
+                                        [&](const auto& entry) { return entry.file == file; });
+        if (found != files.end()) location.preset = static_cast<int32_t>(found - files.begin());
+    }
+    return location;
+}
+
+}  // namespace Quorvant

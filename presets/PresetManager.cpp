@@ -1,0 +1,367 @@
+#include "presets/PresetManager.h"
+
+#include "params/ParameterLaws.h"
+#include "params/ParameterTable.h"
+#include "platform/Desktop.h"
+#include "platform/Utf8Path.h"
+#include "presets/PresetFile.h"
+#include "presets/PresetTexts.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Quorvant {
+namespace {
+
+using Path = std::filesystem::path;
+
+const FactoryBank& factoryBank() {
+    static const FactoryBank bank = buildFactoryBank();
+    return bank;
+}
+
+std::vector<uint32_t> factoryList(int32_t source, int32_t list) {
+    const auto index = static_cast<uint32_t>(list);
+    return source == kFromCategory ? factoryPresetsOfCategory(index)
+                                   : factoryPresetsOfDesigner(index);
+}
+
+// The first factory preset, where its category lists it.
+SetupSlot freshSetup() {
+    FactoryPresetInfo info{};
+    getFactoryPreset(0, nullptr, nullptr, &info);
+    const QVXPresetRecord& record = factoryBank()[0];
+    return {record, record, false, {kFromCategory, static_cast<int32_t>(info.category), 0}};
+}
+
+// Whether a user would call both values the same setting: parameters of a host come back rounded,
+// those with states to the middle of their state.
+bool sameSetting(uint32_t index, float a, float b) {
+    const int steps = kParameters[index].stepCount();
+    if (steps > 0) return listState(a, steps + 1) == listState(b, steps + 1);
+    return std::abs(a - b) < 1e-6f;
+}
+
+void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& live) {
+    for (uint32_t index = 0; index < kStoredParameterCount; ++index)
+        if (!kParameters[index].writtenByPresetChoice()) record.values[index] = live.values[index];
+}
+
+}  // namespace
+
+PresetManager::PresetManager(PresetHost& owner, Path mainFolder)
+    : host(owner), folders(std::move(mainFolder)), slots(freshSetup()) {}
+
+std::string PresetManager::nameDisplay() const {
+    return presetNameDisplay(location().preset, presetName(current()));
+}
+
+void PresetManager::setName(std::string_view name) {
+    setPresetName(slots.active().current, name);
+    updateModified();
+    host.presetsChanged();
+}
+
+void PresetManager::parameterEdited(uint32_t index, double value) {
+    if (index >= kStoredParameterCount || std::isnan(value)) return;
+    slots.active().current.values[index] = static_cast<float>(clampNormalised(value));
+    const bool before = modified();
+    updateModified();
+    if (modified() != before) host.presetsChanged();
+}
+
+void PresetManager::updateModified() {
+    SetupSlot& slot = slots.active();
+    slot.modified = presetName(slot.current) != presetName(slot.loaded);
+    for (uint32_t index = 0; index < kStoredParameterCount; ++index) {
+        if (!kParameters[index].writtenByPresetChoice()) continue;
+        const bool same = sameSetting(index, slot.current.values[index], slot.loaded.values[index]);
+        slot.modified = slot.modified || !same;
+    }
+}
+
+// Lists
+
+std::vector<std::string> PresetManager::listNames(PresetSource source) {
+    std::vector<std::string> names;
+    if (source == kFromCategory) {
+        names.assign(kPresetCategories.begin(), kPresetCategories.end());
+    } else if (source == kFromDesigner) {
+        constexpr uint32_t kMostDesigners = 127;
+        for (uint32_t index = 0; index < kMostDesigners; ++index)
+            if (const auto designer = getPresetDesigner(index)) names.emplace_back(designer->name);
+    } else {
+        scanOnce();
+        for (const auto& folder : folders.list()) names.push_back(folder.name);
+    }
+    return names;
+}
+
+std::vector<std::string> PresetManager::presetNames(PresetSource source, int32_t list) {
+    std::vector<std::string> names;
+    if (source == kFromFolder) {
+        scanOnce();
+        if (list < 0 || static_cast<std::size_t>(list) >= folders.list().size()) return names;
+        for (const auto& entry : folders.list()[static_cast<std::size_t>(list)].files)
+            names.push_back(entry.name);
+        return names;
+    }
+    for (const uint32_t index : factoryList(source, list))
+        names.emplace_back(presetName(factoryBank()[index]));
+    return names;
+}
+
+int32_t PresetManager::listSize(const PresetLocation& place) {
+    const auto source = static_cast<PresetSource>(place.source);
+    return static_cast<int32_t>(presetNames(source, place.list).size());
+}
+
+void PresetManager::scanOnce() {
+    if (!scanned) rescan({}, {});
+}
+
+void PresetManager::refreshFolders() {
+    rescan({}, {});
+    host.presetsChanged();
+}
+
+void PresetManager::rescan(const Path& renamed, const Path& newFile) {
+    const PresetFolders before = folders;
+    folders.scan();
+    scanned = true;
+    const auto follow = [&](PresetLocation& place) {
+        if (place.source != kFromFolder) return;
+        if (const auto* entry = before.entryAt(place)) {
+            place = folders.locate(entry->file == renamed ? newFile : entry->file);
+            return;
+        }
+        const auto list = static_cast<std::size_t>(place.list);
+        if (list < before.list().size()) place = folders.locate(before.list()[list].path / "");
+    };
+    for (const Setup setup : {Setup::A, Setup::B}) follow(slots.slot(setup).location);
+    history.forEachLocation(follow);
+}
+
+// Changes of preset
+
+void PresetManager::apply(Scope scope) {
+    std::vector<ParameterEdit> edits;
+    edits.reserve(kStoredParameterCount);
+    const auto add = [&](uint32_t index) {
+        if (scope == Scope::All || kParameters[index].writtenByPresetChoice())
+            edits.push_back({index, static_cast<double>(current().values[index])});
+    };
+    const bool loopOn = switchState(static_cast<double>(current().values[kInfRepeat]));
+    if (!loopOn) add(kInfRepeat);
+    for (uint32_t index = 0; index < kStoredParameterCount; ++index)
+        if (index != kInfRepeat) add(index);
+    if (loopOn) add(kInfRepeat);
+    host.applyParameters(edits);
+    host.presetsChanged();
+}
+
+void PresetManager::take(const QVXPresetRecord& record, const PresetLocation& place, Scope scope) {
+    history.push(slots.active());
+    SetupSlot& slot = slots.active();
+    const QVXPresetRecord live = slot.current;
+    slot.current = record;
+    if (scope == Scope::Preset) keepOthers(slot.current, live);
+    slot.loaded = slot.current;
+    slot.modified = false;
+    slot.location = place;
+    history.commit(slot);
+    apply(scope);
+}
+
+PresetFault PresetManager::choose(const PresetLocation& chosen) {
+    if (chosen.source == kFromFolder) {
+        Path file;
+        if (const auto fault = fileAt(chosen, file); fault != PresetFault::None) return fault;
+        return load(file, chosen);
+    }
+    if (chosen.source != kFromCategory && chosen.source != kFromDesigner)
+        return PresetFault::NotFound;
+    const auto list = factoryList(chosen.source, chosen.list);
+    const auto preset = static_cast<std::size_t>(chosen.preset);
+    if (chosen.preset < 0 || preset >= list.size()) return PresetFault::NotFound;
+    take(factoryBank()[list[preset]], chosen, Scope::Preset);
+    return PresetFault::None;
+}
+
+PresetFault PresetManager::load(const Path& file, const PresetLocation& place) {
+    QVXPresetRecord record = current();
+    const auto fault = loadPreset(file, record);
+    if (fault == PresetFault::NotFound) refreshFolders();
+    if (fault == PresetFault::None) take(record, place, Scope::Preset);
+    return fault;
+}
+
+PresetFault PresetManager::loadFile(const Path& file) {
+    return load(file, {location().source, location().list, kNotListed});
+}
+
+PresetFault PresetManager::loadByName(std::string_view name, std::string_view subfolder) {
+    QVXPresetRecord record = current();
+    const auto fault = loadPresetFile(mainFolder(), name, subfolder, record);
+    if (fault == PresetFault::None)
+        take(record, {location().source, location().list, kNotListed}, Scope::Preset);
+    return fault;
+}
+
+bool PresetManager::canStep(int direction) {
+    const int64_t target = static_cast<int64_t>(location().preset) + direction;
+    return target >= 0 && target < listSize(location());
+}
+
+PresetFault PresetManager::step(int direction) {
+    if (!canStep(direction)) return PresetFault::NotFound;
+    PresetLocation target = location();
+    target.preset += direction;
+    return choose(target);
+}
+
+PresetFault PresetManager::pasteFromMemo() {
+    QVXPresetRecord record{};
+    const auto fault = memo.paste(factoryBank()[0], record);
+    if (fault == PresetFault::None)
+        take(record, {location().source, location().list, kNotListed}, Scope::All);
+    return fault;
+}
+
+PresetFault PresetManager::copyToMemo() {
+    return memo.copy(current(), location());
+}
+
+void PresetManager::undo() {
+    stepHistory(&UndoHistory::undo);
+}
+
+void PresetManager::redo() {
+    stepHistory(&UndoHistory::redo);
+}
+
+void PresetManager::stepHistory(bool (UndoHistory::*move)(SetupSlot&)) {
+    SetupSlot& slot = slots.active();
+    const QVXPresetRecord live = slot.current;
+    const int32_t source = slot.location.source;
+    if (!(history.*move)(slot)) return;
+    keepOthers(slot.current, live);
+    if (slot.location.source == kFromFolder && slot.location.source != source) rescan({}, {});
+    apply(Scope::Preset);
+}
+
+// Setups
+
+void PresetManager::selectSetup(double controlValue) {
+    const Setup setup = switchState(controlValue) ? Setup::B : Setup::A;
+    if (setup == slots.selected()) return;
+    slots.select(setup);
+    apply(Scope::All);
+}
+
+void PresetManager::copyAB(int direction) {
+    const Setup target = direction == 0 ? Setup::A : Setup::B;
+    slots.copyOver(target);
+    if (target == slots.selected())
+        apply(Scope::All);
+    else
+        host.presetsChanged();
+}
+
+// Files
+
+std::string PresetManager::proposedFileName() const {
+    return fileNameFor(presetName(current())) + std::string(kPresetExtension);
+}
+
+PresetFault PresetManager::save(const Path& file) {
+    const auto fault = savePreset(file, current(), location());
+    if (fault != PresetFault::None) return fault;
+    rescan({}, {});
+    SetupSlot& slot = slots.active();
+    const PresetLocation place = folders.locate(withPresetExtension(file));
+    if (place.preset != kNotListed) slot.location = place;
+    slot.loaded = slot.current;
+    slot.modified = false;
+    host.presetsChanged();
+    return PresetFault::None;
+}
+
+PresetFault PresetManager::fileAt(const PresetLocation& place, Path& file) {
+    if (place.source != kFromFolder) return PresetFault::NotAFile;
+    scanOnce();
+    const auto* entry = folders.entryAt(place);
+    if (!entry) return PresetFault::NotFound;
+    file = entry->file;
+    return PresetFault::None;
+}
+
+PresetFault PresetManager::renameFile(const PresetLocation& place, std::string_view newName) {
+    Path file;
+    if (const auto fault = fileAt(place, file); fault != PresetFault::None) return fault;
+    const auto fault = renamePreset(file, newName);
+    rescan(file, withPresetExtension(file.parent_path() / pathFromUtf8(newName)));
+    host.presetsChanged();
+    return fault;
+}
+
+PresetFault PresetManager::deleteFile(const PresetLocation& place) {
+    Path file;
+    if (const auto fault = fileAt(place, file); fault != PresetFault::None) return fault;
+    const auto fault = deletePreset(file);
+    rescan({}, {});
+    host.presetsChanged();
+    return fault;
+}
+
+PresetFault PresetManager::revealFile(const PresetLocation& place) {
+    Path file;
+    if (const auto fault = fileAt(place, file); fault != PresetFault::None) return fault;
+    return Quorvant::revealFile(file) ? PresetFault::None : PresetFault::NotFound;
+}
+
+bool PresetManager::openMainFolder() {
+    return ensureMainFolder() == PresetFault::None && openPath(mainFolder());
+}
+
+// State
+
+std::vector<std::byte> PresetManager::saveState() const {
+    SavedSetups saved;
+    saved.selected = slots.selected();
+    for (const Setup setup : {Setup::A, Setup::B}) {
+        auto& [slot, file] = saved.setups[static_cast<std::size_t>(setup)];
+        slot = slots.slot(setup);
+        const auto* entry = folders.entryAt(slot.location);
+        if (!entry) continue;
+        file = utf8FromPath(entry->file.lexically_relative(mainFolder()));
+        std::replace(file.begin(), file.end(), static_cast<char>(Path::preferred_separator), '/');
+    }
+    return serialiseSetups(saved);
+}
+
+bool PresetManager::restoreState(std::span<const std::byte> bytes, std::span<const double> live) {
+    const auto saved = parseSetups(bytes);
+    if (!saved || live.size() != kStoredParameterCount) return false;
+    for (const Setup setup : {Setup::A, Setup::B}) {
+        const auto& [savedSlot, file] = saved->setups[static_cast<std::size_t>(setup)];
+        SetupSlot& slot = slots.slot(setup);
+        slot = savedSlot;
+        if (slot.location.source == kFromFolder) {
+            scanOnce();
+            slot.location = folders.locate(mainFolder() / pathFromUtf8(file));
+        } else if (slot.location.preset >= listSize(slot.location)) {
+            slot.location.preset = kNotListed;
+        }
+    }
+    history.clear();
+    slots.select(saved->selected);
+    for (uint32_t index = 0; index < kStoredParameterCount; ++index)
+        if (!std::isnan(live[index]))
+            slots.active().current.values[index] = static_cast<float>(clampNormalised(live[index]));
+    updateModified();
+    host.presetsChanged();
+    return true;
+}
+
+}  // namespace Quorvant

@@ -1,0 +1,123 @@
+// Everything that the plug-in does with presets, behind one class for the edit controller.
+#pragma once
+
+#include "presets/FactoryBank.h"
+#include "presets/PresetFault.h"
+#include "presets/PresetFolders.h"
+#include "presets/PresetMemo.h"
+#include "presets/PresetState.h"
+#include "presets/SetupSlots.h"
+#include "presets/UndoHistory.h"
+
+#include <filesystem>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Quorvant {
+
+struct ParameterEdit {
+    uint32_t index;  // 0 ... 37
+    double value;    // normalised
+};
+
+// Whoever owns the parameters. Called on the main thread, from within the manager's own calls.
+class PresetHost {
+  public:
+    virtual ~PresetHost() = default;
+    // Takes the values over as one group of edits, in this order: Inf Repeat stands first when it
+    // is switched off and last when on, since it holds other parameters while it is on. The edits
+    // may come back through parameterEdited.
+    virtual void applyParameters(std::span<const ParameterEdit> edits) = 0;
+    // Name, modified flag, lists, undo or setup may read differently now.
+    virtual void presetsChanged() = 0;
+};
+
+// Main thread. A new instance holds the first factory preset in both setups. Choosing a preset
+// writes the parameters that belong to presets and leaves the global set and the tempo as they are;
+// pasting, and changing between A and B, writes all 38. A fault leaves everything as it was, unless
+// told otherwise.
+class PresetManager {
+  public:
+    // The host outlives the manager.
+    explicit PresetManager(PresetHost& host, std::filesystem::path mainFolder = mainPresetFolder());
+
+    // The active setup.
+    const QVXPresetRecord& current() const { return slots.active().current; }
+    const PresetLocation& location() const { return slots.active().location; }
+    // Whether it differs from what was loaded, in what a choice of preset would write.
+    bool modified() const { return slots.active().modified; }
+    std::string nameDisplay() const;
+    void setName(std::string_view name);
+    // A parameter has another value, whoever changed it; indices from 38 up are no matter of
+    // presets. Values are clamped to 0 ... 1, not-a-number is ignored.
+    void parameterEdited(uint32_t index, double value);
+
+    // The lists of a source, and the presets of a list, for menus and browser. An index is that of
+    // PresetLocation. The first look at the user's folders scans them.
+    std::vector<std::string> listNames(PresetSource source);
+    std::vector<std::string> presetNames(PresetSource source, int32_t list);
+    // Scans the user's folders again; locations follow their files.
+    void refreshFolders();
+
+    // Changes of preset, each of which can be undone.
+    PresetFault choose(const PresetLocation& chosen);
+    // One place on (+1) or back (-1) in the current list; false at its end. From a setup that is
+    // not listed, forward leads to the list's first.
+    bool canStep(int direction);
+    PresetFault step(int direction);
+    PresetFault loadFile(const std::filesystem::path& file);
+    PresetFault loadByName(std::string_view name, std::string_view subfolder);
+    PresetFault pasteFromMemo();
+
+    bool canUndo() const { return history.canUndo(); }
+    bool canRedo() const { return history.canRedo(); }
+    void undo();
+    void redo();
+
+    PresetFault copyToMemo();
+
+    Setup selectedSetup() const { return slots.selected(); }
+    void selectSetup(double controlValue);  // B from 0.5 up
+    void copyAB(int direction);             // 0 copies B over A, anything else A over B
+
+    // Files. Saving makes the file the place that the setup comes from.
+    std::string proposedFileName() const;  // with the extension
+    const std::filesystem::path& mainFolder() const { return folders.mainFolder(); }
+    PresetFault ensureMainFolder() const { return folders.ensureMainFolder(); }
+    PresetFault save(const std::filesystem::path& file);
+    PresetFault renameFile(const PresetLocation& place, std::string_view newName);
+    PresetFault deleteFile(const PresetLocation& place);
+    PresetFault revealFile(const PresetLocation& place);
+    bool openMainFolder();
+
+    // The manager's part of the controller's state. What does not parse is ignored whole (false).
+    // `live` are the 38 values that the parameters have, which hold for the active setup whatever
+    // the block says. Nothing is applied to the parameters, and there is nothing to undo
+    // afterwards.
+    std::vector<std::byte> saveState() const;
+    bool restoreState(std::span<const std::byte> bytes, std::span<const double> live);
+
+  private:
+    enum class Scope { Preset, All };
+
+    PresetFault load(const std::filesystem::path& file, const PresetLocation& place);
+    void take(const QVXPresetRecord& record, const PresetLocation& place, Scope scope);
+    void apply(Scope scope);
+    void stepHistory(bool (UndoHistory::*move)(SetupSlot&));
+    void scanOnce();
+    void rescan(const std::filesystem::path& renamed, const std::filesystem::path& newFile);
+    void updateModified();
+    int32_t listSize(const PresetLocation& place);
+    PresetFault fileAt(const PresetLocation& place, std::filesystem::path& file);
+
+    PresetHost& host;
+    PresetFolders folders;
+    bool scanned = false;
+    SetupSlots slots;
+    UndoHistory history;
+    PresetMemo memo;
+};
+
+}  // namespace Quorvant

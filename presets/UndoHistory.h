@@ -1,0 +1,55 @@
+// The last 32 changes of preset, to be taken back and done again.
+#pragma once
+
+#include "presets/SetupSlots.h"
+
+#include <array>
+#include <cstddef>
+
+namespace Quorvant {
+
+// Main thread. Each change keeps the setup on both sides of it, so that undo and redo bring back
+// exactly what they replace, edits included.
+class UndoHistory {
+  public:
+    static constexpr std::size_t kDepth = 32;
+
+    // Before a change; a change begun but not committed is forgotten by the next one.
+    void push(const SetupSlot& before) { pending = before; }
+    // After it. A change that ends at the same place of the same list is none; away from the lists
+    // the records tell. Forgets what could be redone, and the oldest change where there is no room.
+    void commit(const SetupSlot& after);
+
+    bool canUndo() const { return position > 0; }
+    bool canRedo() const { return position < count; }
+    // Exchange the setup for the one before, or after, the change; false when there is none.
+    bool undo(SetupSlot& setup);
+    bool redo(SetupSlot& setup);
+
+    void clear() { count = position = 0; }
+
+    // Visits every location that the history holds, so that it can be brought up to date.
+    template <typename Visit>
+    void forEachLocation(Visit&& visit) {
+        for (auto& change : changes) {
+            visit(change.before.location);
+            visit(change.after.location);
+        }
+    }
+
+  private:
+    struct Change {
+        SetupSlot before;
+        SetupSlot after;
+    };
+
+    Change& at(std::size_t index) { return changes[(oldest + index) % kDepth]; }
+
+    std::array<Change, kDepth> changes{};  // a ring that begins at `oldest`
+    std::size_t oldest = 0;
+    std::size_t count = 0;     // of changes kept
+    std::size_t position = 0;  // of these, how many are done
+    SetupSlot pending;
+};
+
+}  // namespace Quorvant
