@@ -54,3 +54,12 @@ function(corvane_add_test)
         ${arg_NAME} TEST_PREFIX "${arg_NAME}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
         PROPERTIES LABELS "${arg_LABELS}" TIMEOUT ${arg_TIMEOUT})
 endfunction()
+
+# Runs the SDK's own conformance test on the bundle.
+function(corvane_add_conformance_test)
+    set_target_properties(validator PROPERTIES EXCLUDE_FROM_ALL OFF)
+    add_test(NAME validator COMMAND validator "${CORVANE_TEST_ROOT}${CORVANE_BUNDLE}")
+    add_test(NAME validator.extensive COMMAND validator -e "${CORVANE_TEST_ROOT}${CORVANE_BUNDLE}")
+    set_tests_properties(validator PROPERTIES LABELS quick TIMEOUT 300)
+    set_tests_properties(validator.extensive PROPERTIES LABELS slow TIMEOUT 900)
+endfunction()

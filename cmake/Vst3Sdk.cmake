@@ -64,7 +64,7 @@ if(WIN32)
 endif()
 
 # The SDK's conformance test for any VST3 module.
-file(GLOB sources CONFIGURE_DEPENDS "${vst}/testsuite/*/*.cpp")
+file(GLOB sources "${vst}/testsuite/*/*.cpp")
 foreach(name IN ITEMS connectionproxytest eventlisttest hostclassestest parameterchangestest
                       pluginterfacesupporttest processdatatest)
     list(APPEND sources "${vst}/hosting/test/${name}.cpp")

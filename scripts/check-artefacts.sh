@@ -16,7 +16,9 @@ same() { # WHAT FOUND EXPECTED
     fi
 }
 
-cmake -P /dev/stdin <<END
+script=$(mktemp --suffix=.cmake)
+trap 'rm -f "$script"' EXIT
+cat >"$script" <<END
 file(READ "$bundle/Contents/Resources/moduleinfo.json" text)
 string(JSON count LENGTH "\${text}" Classes)
 string(JSON name GET "\${text}" Classes 0 Name)
@@ -24,6 +26,7 @@ if(NOT count EQUAL 2 OR NOT name STREQUAL "$name")
     message(FATAL_ERROR "moduleinfo.json lists \${count} classes, the first is '\${name}'")
 endif()
 END
+cmake -P "$script"
 
 case $system in
 linux)
