@@ -192,7 +192,8 @@ std::optional<double> readNumber(const DisplayLaw& law, std::string_view typed) 
     if (&law == &kCutoffLaw) {
         // As it is displayed, with the k in the place of the decimal mark: 2k5.
         const std::size_t mark = text.find_first_of("kK");
-        if (mark != 0 && mark + 1 < text.size() && text[mark + 1] >= '0' && text[mark + 1] <= '9') {
+        if (mark != std::string::npos && mark + 1 < text.size() && text[mark + 1] >= '0' &&
+            text[mark + 1] <= '9') {
             if (text.find('.') != std::string::npos) return std::nullopt;
             text[mark] = '.';
             text += "kHz";
