@@ -12,6 +12,12 @@ struct CloseSndfile {
 };
 using SndfilePtr = std::unique_ptr<SNDFILE, CloseSndfile>;
 
+std::string reason(SNDFILE* file) {
+    std::string text = sf_strerror(file);
+    while (!text.empty() && text.back() == '.') text.pop_back();
+    return text;
+}
+
 class SndfileSource : public FrameSource {
   public:
     SndfileSource(std::string name, SndfilePtr opened, const SF_INFO& about)
@@ -24,7 +30,7 @@ class SndfileSource : public FrameSource {
         const sf_count_t got =
             sf_readf_double(file.get(), interleaved, static_cast<sf_count_t>(count));
         if (sf_error(file.get()) != SF_ERR_NO_ERROR)
-            return Error{"cannot read '" + path + "': " + sf_strerror(file.get())};
+            return Error{"cannot read '" + path + "': " + reason(file.get())};
         return static_cast<size_t>(got);
     }
 
@@ -55,7 +61,7 @@ class SndfileWriter : public AudioWriter {
         }
         file.reset(sf_open(partial.temporaryPath().c_str(), SFM_WRITE, &info));
         if (!file) {
-            failure = sf_strerror(nullptr);
+            failure = reason(nullptr);
             return;
         }
         sf_command(file.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
@@ -69,7 +75,7 @@ class SndfileWriter : public AudioWriter {
     Result<> write(const double* interleaved, size_t count) override {
         const auto wanted = static_cast<sf_count_t>(count);
         if (sf_writef_double(file.get(), interleaved, wanted) != wanted)
-            return Error{"cannot write '" + path + "': " + sf_strerror(file.get())};
+            return Error{"cannot write '" + path + "': " + reason(file.get())};
         return {};
     }
 
@@ -89,7 +95,7 @@ class SndfileWriter : public AudioWriter {
 Result<std::unique_ptr<FrameSource>> openAudioFile(const std::string& path) {
     SF_INFO info{};
     SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
-    if (!file) return Error{"cannot read '" + path + "': " + sf_strerror(nullptr)};
+    if (!file) return Error{"cannot read '" + path + "': " + reason(nullptr)};
     return std::unique_ptr<FrameSource>(new SndfileSource(path, std::move(file), info));
 }
 

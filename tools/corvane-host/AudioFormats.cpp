@@ -31,7 +31,7 @@ Result<SampleFormat> chooseFormat(const std::string& name, const std::string& pa
     for (const SampleFormat& format : formats) {
         if (name.empty() ? format.container != container : format.name != name) continue;
         if (knownContainer && format.container != container)
-            return Error{"the format '" + name + "' does not belong into '" + path + "'"};
+            return Error{"the format '" + name + "' does not suit the name '" + path + "'"};
         return format;
     }
     if (!name.empty()) return Error{"there is no format '" + name + "', there are " + names};

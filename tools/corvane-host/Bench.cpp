@@ -95,7 +95,8 @@ Result<> bench(const PluginChoice& choice, const BenchOptions& options, bool pla
         if (!opened) return Error{opened.error()};
         if (auto ready = prepareAsItIs(**opened, options.rate, options.block, options.bits); !ready)
             return ready;
-        if (auto applied = applySettings(**opened, choice); !applied) return Error{applied.error()};
+        if (auto applied = applySettings(**opened, choice, options.bits); !applied)
+            return Error{applied.error()};
         plugins.push_back(std::move(*opened));
     }
     auto measured =

@@ -102,7 +102,7 @@ Result<> saveStateCommand(const PluginChoice& choice, const std::string& path) {
     auto opened = openPlugin(choice);
     if (!opened) return Error{opened.error()};
     if (auto prepared = prepareAsItIs(**opened, kRate, kBlock, 32); !prepared) return prepared;
-    if (auto applied = applySettings(**opened, choice); !applied) return Error{applied.error()};
+    if (auto applied = applySettings(**opened, choice, 32); !applied) return Error{applied.error()};
     return saveState(**opened, path);
 }
 

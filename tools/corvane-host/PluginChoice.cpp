@@ -1,5 +1,6 @@
 #include "tools/corvane-host/PluginChoice.h"
 
+#include "tools/corvane-host/BlockBuffers.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/corvane-host/StateFile.h"
 #include "tools/hosting/Text.h"
@@ -86,6 +87,15 @@ std::string nearestTitles(const HostedPlugin& plugin, const std::string& name) {
     return list;
 }
 
+// What setParameter has put aside reaches the processor with a frame of silence: not every plug-in
+// takes parameters in a call without audio.
+template <typename Sample>
+Steinberg::tresult deliver(HostedPlugin& plugin) {
+    BlockBuffers<Sample> silence(plugin, 1);
+    silence.block.frames = 1;
+    return plugin.process(silence.block);
+}
+
 }  // namespace
 
 Result<HostedPlugin::Ptr> openPlugin(const PluginChoice& choice) {
@@ -129,8 +139,8 @@ Result<ParameterPoint> resolveSetting(const HostedPlugin& plugin, const std::str
     return ParameterPoint{parameter->id, 0, *value};
 }
 
-Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin,
-                                                  const PluginChoice& choice) {
+Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin, const PluginChoice& choice,
+                                                  int bits) {
     if (!choice.stateFile.empty())
         if (auto loaded = loadState(plugin, choice.stateFile); !loaded)
             return Error{loaded.error()};
@@ -142,7 +152,9 @@ Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin,
         points.push_back(*point);
         plugin.setParameter(point->id, point->value);
     }
-    plugin.flush({});  // delivers what setParameter has put aside
+    const auto delivered = bits == 64 ? deliver<double>(plugin) : deliver<float>(plugin);
+    if (delivered != Steinberg::kResultOk)
+        return Error{inQuotes(plugin.description().name) + " failed to process a block"};
     plugin.setProcessing(false);
     plugin.setActive(false);
     if (plugin.setActive(true) != Steinberg::kResultOk)

@@ -25,9 +25,11 @@ Result<> prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames, int bit
 Result<ParameterPoint> resolveSetting(const HostedPlugin& plugin, const std::string& name,
                                       const std::string& text);
 
-// Applies state and settings to the prepared plug-in, which then starts anew, so that nothing
-// glides from its defaults when audio begins. Gives the parameters that were set, in order.
-Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin, const PluginChoice& choice);
+// Applies state and settings to the plug-in, which was prepared for samples of `bits` bits. It then
+// starts anew, so that nothing glides from its defaults when audio begins. Gives the parameters
+// that were set, in order.
+Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin, const PluginChoice& choice,
+                                                  int bits);
 
 // "500 ms" as the plug-in shows it.
 std::string shownValue(const HostedPlugin& plugin, const Parameter& parameter, double normalised);

@@ -322,7 +322,7 @@ Result<> render(const PluginChoice& choice, const RenderOptions& options, bool p
     auto setup = prepareFor(plugin, options, rate, (*input)->channels(),
                             sideChain ? sideChain->channels() : 0);
     if (!setup) return Error{setup.error()};
-    auto settings = applySettings(plugin, choice);
+    auto settings = applySettings(plugin, choice, options.bits);
     if (!settings) return Error{settings.error()};
     std::vector<AutomationPoint> automation;
     if (!options.automation.empty()) {
