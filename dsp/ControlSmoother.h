@@ -21,7 +21,8 @@ enum Control : std::size_t {
     kCtlLegacy,    // how much of the Legacy level stage is in force, 0 ... 1
     kCtlLimits,    // how much of the limiters
     kCtlConverts,  // how much of the input stage and the converters
-    kCtlCeiling,   // of the converters
+    kCtlCeiling,   // of the converters, linear
+    kCtlCoupling,  // how much of the feedback path's coupling capacitor
     kControlCount
 };
 

@@ -77,13 +77,32 @@ class DaConverter {
   public:
     static constexpr double kCorner = 15000.0;  // Hz at the nominal clock
 
-    void setSampleRate(double hz) { pole = std::exp(-2.0 * 3.14159265358979323846 * kCorner / hz); }
+    void setSampleRate(double hz) { pole = std::exp(-2.0 * M_PI * kCorner / hz); }
     void clear() { state = Pair{}; }
     Pair convert(Pair x) { return state = x + both(pole) * (state - x); }
 
   private:
     double pole = 0.0;
     Pair state{};
+};
+
+// The coupling capacitor in the feedback path: a one-pole high pass without which a loop at unity
+// would gather an offset. Audio thread.
+class CouplingCapacitor {
+  public:
+    static constexpr double kCorner = 6.0;  // Hz
+
+    void setSampleRate(double hz) { weight = 1.0 - std::exp(-2.0 * M_PI * kCorner / hz); }
+    void clear() { offset = Pair{}; }
+    // `amount` 0 passes x as it is.
+    Pair process(Pair x, double amount) {
+        offset = offset + both(weight) * (x - offset);
+        return x - both(amount) * offset;
+    }
+
+  private:
+    double weight = 0.0;
+    Pair offset{};
 };
 
 }  // namespace Quorvant

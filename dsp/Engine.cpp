@@ -49,6 +49,7 @@ bool QVXCorvane77x_v2Effect::setSampleRate(double rate) {
     for (Limiter* limiter : {&inputLimiter, &outputLimiter, &sideChainLimiter})
         limiter->setSampleRate(sampleRate);
     daConverter.setSampleRate(sampleRate);
+    coupling.setSampleRate(sampleRate);
     suspensionStep = 1.0 / (kSuspendFadeSeconds * sampleRate);
     applyLfoRate();
     applyInputFilter();
@@ -71,6 +72,7 @@ void QVXCorvane77x_v2Effect::reset() {
     adConverter.reset();
     sideChainAdConverter.reset();
     daConverter.clear();
+    coupling.clear();
     envelope.clear();
     lfo.reset();
     highCut.clear();
@@ -196,12 +198,12 @@ void QVXCorvane77x_v2Effect::applyFeedback() {
     const double knob = value(kFeedback);
     // Behind a limiter the last of the knob's way goes beyond unity, so that repeats build up to
     // the ceiling and stay there.
-    const double regeneration = mode >= ProcessingMode::Lims
-                                    ? kRegeneration * std::max(0.0, (knob - kRegenerationStart) /
-                                                                        (1.0 - kRegenerationStart))
-                                    : 0.0;
+    const double beyond = std::max(0.0, (knob - kRegenerationStart) / (1.0 - kRegenerationStart));
+    const double regeneration = mode >= ProcessingMode::Lims ? beyond : 0.0;
     const double polarity = isOn(kFeedbackInvert) ? -1.0 : 1.0;
-    controls.setTarget(kCtlFeedback, loopEngaged ? 1.0 : knob * (1.0 + regeneration) * polarity);
+    controls.setTarget(kCtlFeedback,
+                       loopEngaged ? 1.0 : knob * (1.0 + kRegeneration * regeneration) * polarity);
+    controls.setTarget(kCtlCoupling, mode == ProcessingMode::Full ? 1.0 : regeneration);
 }
 
 void QVXCorvane77x_v2Effect::applyLfoRate() {

@@ -55,7 +55,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     // chunk while nothing moves, else one a frame; gains are linear.
     struct ControlFrame {
         double inputGain, dryGain, wetGain, process, notBypassed, monitor, external, feedback;
-        double waveform, depth, legacy, limits, converts, ceiling;
+        double waveform, depth, legacy, limits, converts, ceiling, coupling;
     };
     // The stages around the memory that a chunk runs through; All while modes are being crossfaded.
     enum class Stages { Light, Legacy, Lims, Full, All };
@@ -147,6 +147,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     Limiter inputLimiter, outputLimiter, sideChainLimiter;
     AdConverter adConverter, sideChainAdConverter;
     DaConverter daConverter;
+    CouplingCapacitor coupling;
     EnvelopeFollower envelope;
     Lfo lfo;
     MemoryClock clock;

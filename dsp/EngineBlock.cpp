@@ -211,7 +211,8 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
                              .legacy = controls[kCtlLegacy],
                              .limits = controls[kCtlLimits],
                              .converts = controls[kCtlConverts],
-                             .ceiling = controls[kCtlCeiling]};
+                             .ceiling = controls[kCtlCeiling],
+                             .coupling = controls[kCtlCoupling]};
     }
     const ControlFrame &first = chunk.controls[0], &last = chunk.controls[entries - 1];
     const bool modesCrossfade = first.legacy != last.legacy || first.limits != last.limits ||
@@ -295,6 +296,7 @@ void QVXCorvane77x_v2Effect::runMemoryThrough(Memory cells, Chunk& chunk) {
     if constexpr (!limits(kStages)) {
         inputLimiter.clear();
         outputLimiter.clear();
+        coupling.clear();
     }
     switch (chunk.clocking) {
         case Clocking::Unison:
@@ -322,6 +324,7 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     Limiter limiterIn = inputLimiter, limiterOut = outputLimiter;
     AdConverter adc = adConverter;
     DaConverter dac = daConverter;
+    CouplingCapacitor capacitor = coupling;
     adc.setCeiling(chunk.controls[0].ceiling);
 
     const bool envInverted = isOn(kEnvInvert);
@@ -377,7 +380,9 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
                 blended(delayed, delayed * limiterOut.gain(delayed, stageCeiling), control.limits);
         }
         chunk.delayed[i] = delayed;
-        feedback = cut.process(delayed) * both(control.feedback);
+        Pair returned = cut.process(delayed);
+        if constexpr (limits(kStages)) returned = capacitor.process(returned, control.coupling);
+        feedback = returned * both(control.feedback);
     }
 
     cells.storeTo(memory);
@@ -391,6 +396,7 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     outputLimiter = limiterOut;
     adConverter = adc;
     daConverter = dac;
+    coupling = capacitor;
     clockFactor = factor;
     processedPeak = peak;
 }
