@@ -1,0 +1,151 @@
+#!/usr/bin/python3
+"""Renders test signals through the built plug-in and draws the curves of docs/converters.md.
+
+    scripts/measure.py [--host dist/bin/corvane-host] [--out docs/measurements]
+
+Needs python3-numpy, python3-scipy and python3-matplotlib (scripts/setup.sh docs).
+"""
+import argparse
+import pathlib
+import subprocess
+import tempfile
+
+import matplotlib
+
+matplotlib.use("Agg")
+import matplotlib.pyplot as plt
+import numpy as np
+from scipy.io import wavfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+MODES = ["Clean", "Legacy", "Lims", "Full"]
+COLOURS = {"Clean": "#4878a8", "Legacy": "#c08a2c", "Lims": "#4c9a5c", "Full": "#b04a4a"}
+# One repeat of 20 ms, nothing else: what comes out is what went through the unit once.
+WET = {"Mix": "10", "Feedback": "0", "Delay Time": "20", "Sensitivity": "Off",
+       "Reference Level": "0"}
+
+
+def decibels(linear):
+    return 20 * np.log10(np.maximum(linear, 1e-12))
+
+
+class Unit:
+    """The plug-in in its command-line host."""
+
+    def __init__(self, host, folder):
+        self.host = host
+        self.folder = pathlib.Path(folder)
+
+    def render(self, signal, rate, tail=0.0, **parameters):
+        source, result = self.folder / "in.wav", self.folder / "out.wav"
+        wavfile.write(source, rate, np.column_stack([signal, signal]).astype(np.float32))
+        command = [self.host, "render", str(source), str(result), "--tail", str(tail)]
+        for name, text in parameters.items():
+            command += ["--param", f"{name}={text}"]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+        return wavfile.read(result)[1].astype(float)
+
+
+def sine(level_db, seconds, rate, hz=1000.0):
+    return 10 ** (level_db / 20) * np.sin(2 * np.pi * hz * np.arange(int(seconds * rate)) / rate)
+
+
+def levels(unit, axes):
+    rate, inputs = 48000, np.arange(-40, 31, 2.0)
+    for mode in MODES:
+        outputs = []
+        for level in inputs:
+            wave = unit.render(sine(level, 0.6, rate), rate, **{**WET, "Processing Mode": mode})
+            settled = wave[len(wave) // 2:, 0]
+            outputs.append(decibels(np.sqrt(2 * np.mean(settled ** 2))))
+        axes.plot(inputs, outputs, label=mode, color=COLOURS[mode])
+        yield from ((f"level {mode} {i:+.0f} dBFS", f"{o:+.2f} dBFS")
+                    for i, o in zip(inputs, outputs) if i in (-20, 0, 10, 20))
+    axes.set(xlabel="input peak, dBFS", ylabel="wet output peak, dBFS",
+             title="1 kHz sine, Reference Level 0 dB")
+    axes.legend()
+
+
+def harmonics(unit, grid):
+    rate = 48000
+    for row, mode in zip(grid, MODES):
+        for axes, level in zip(row, (-12, 0, 12)):
+            wave = unit.render(sine(level, 1.5, rate), rate, **{**WET, "Processing Mode": mode})
+            window = wave[-rate:, 0] * np.hanning(rate)
+            spectrum = decibels(np.abs(np.fft.rfft(window)) / (rate / 4))
+            axes.semilogx(np.arange(len(spectrum))[20:], spectrum[20:], lw=0.7,
+                          color=COLOURS[mode])
+            axes.set(ylim=(-150, 25), xlim=(100, 24000))
+            axes.set_title(f"{mode}, {level:+d} dBFS", fontsize=9)
+            fundamental = spectrum[995:1006].max()
+            others = [spectrum[1000 * k - 5:1000 * k + 6].max() for k in (2, 3, 5)]
+            yield (f"harmonics 2, 3, 5 {mode} {level:+d} dBFS",
+                   ", ".join(f"{o - fundamental:.0f}" for o in others) + " dB")
+
+
+def noise(unit, axes):
+    rate, settings = 48000, np.arange(-10, 10.1, 2.5)
+    for doubled in ("Off", "On"):
+        floor = []
+        for reference in settings:
+            wave = unit.render(np.zeros(rate), rate,
+                               **{**WET, "Processing Mode": "Full", "Delay X2": doubled,
+                                  "Reference Level": f"{reference:.1f}"})
+            floor.append(decibels(wave[rate // 2:].std()))
+        axes.plot(settings, floor, "o-", label=f"Delay X2 {doubled}",
+                  color=COLOURS["Full" if doubled == "Off" else "Legacy"])
+        yield from ((f"noise X2 {doubled}, Reference {r:+.0f} dB", f"{f:.1f} dBFS")
+                    for r, f in zip(settings, floor) if r in (-10, 0, 10))
+    axes.set(xlabel="Reference Level, dB", ylabel="wet noise, dBFS (rms)", title="Full, silent input")
+    axes.legend()
+
+
+def oscillation(unit, grid):
+    seconds = 40
+    for axes, mode in zip(grid, ("Lims", "Full")):
+        for rate in (44100, 48000, 96000, 192000):
+            for doubled in ("Off", "On"):
+                burst = 0.25 * np.random.default_rng(1).standard_normal(rate // 4)
+                wave = unit.render(burst, rate, tail=seconds,
+                                   **{"Processing Mode": mode, "Mix": "10", "Feedback": "10",
+                                      "Delay Time": "250", "Sensitivity": "Off",
+                                      "Reference Level": "-10", "Delay X2": doubled})[:, 0]
+                blocks = wave[:len(wave) // rate * rate].reshape(-1, rate)
+                level = decibels(np.sqrt(np.mean(blocks ** 2, axis=1)))
+                axes.plot(np.arange(len(level)) + 0.5, level,
+                          "--" if doubled == "On" else "-", lw=1,
+                          label=f"{rate / 1000:g} kHz{', X2' if doubled == 'On' else ''}")
+                yield (f"oscillation {mode} {rate} Hz X2 {doubled}",
+                       f"{level[-1]:.2f} dBFS rms, last 10 s within "
+                       f"{np.ptp(level[-10:]):.2f} dB, peak {decibels(np.abs(wave).max()):.2f} dBFS")
+        axes.set(xlabel="s", ylabel="dBFS (rms)", title=f"{mode}, Feedback 10, Reference -10 dB")
+        axes.legend(fontsize=7, ncol=2)
+
+
+def main():
+    options = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    options.add_argument("--host", default=str(ROOT / "dist/bin/corvane-host"))
+    options.add_argument("--out", type=pathlib.Path, default=ROOT / "docs/measurements")
+    arguments = options.parse_args()
+    arguments.out.mkdir(parents=True, exist_ok=True)
+
+    figures = [(levels, "levels", (1, 1), (7, 4.5)), (harmonics, "harmonics", (4, 3), (11, 10)),
+               (noise, "noise", (1, 1), (7, 4.5)), (oscillation, "oscillation", (1, 2), (12, 4.5))]
+    rows = []
+    with tempfile.TemporaryDirectory() as folder:
+        unit = Unit(arguments.host, folder)
+        for measure, name, shape, size in figures:
+            figure, axes = plt.subplots(*shape, figsize=size, squeeze=True)
+            for cell in np.ravel(axes):
+                cell.grid(alpha=0.3)
+            rows += measure(unit, axes)
+            figure.tight_layout()
+            figure.savefig(arguments.out / f"{name}.png", dpi=80)
+            plt.close(figure)
+    table = "".join(f"{name}\t{value}\n" for name, value in rows)
+    (arguments.out / "figures.tsv").write_text(table)
+    print(table, end="")
+
+
+if __name__ == "__main__":
+    main()
