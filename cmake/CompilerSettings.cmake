@@ -29,7 +29,8 @@ add_compile_definitions($<IF:$<CONFIG:Debug>,DEVELOPMENT=1,RELEASE=1>)
 
 if(WIN32)
     enable_language(RC)
-    add_compile_definitions(_WIN32_WINNT=0x0A00 NOMINMAX UNICODE _UNICODE)
+    # Without the last one, strict C++ has no M_PI there.
+    add_compile_definitions(_WIN32_WINNT=0x0A00 NOMINMAX UNICODE _UNICODE _USE_MATH_DEFINES)
     # Nothing but system libraries may be needed on the user's machine.
     add_link_options(-static -static-libgcc -static-libstdc++ -Wl,--gc-sections)
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections>

@@ -19,4 +19,6 @@ if [[ ! -e $WINEPREFIX/.complete ]]; then
     fi
     exec 9>&-
 fi
+# Starting Wine's server takes longer than most programs run: let it wait for the next one.
+wineserver -p60 2>/dev/null || true
 exec wine "$@"
