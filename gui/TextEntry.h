@@ -1,0 +1,15 @@
+// What a text typed into a parameter's readout means for the parameter.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+namespace Quorvant {
+
+// The normalised value for a typed text: a word or the name of a state, or a number, with or
+// without a unit, in the parameter's displayed unit. Numbers beyond the range give its nearer end.
+// Nothing for a text that means no value of the parameter. Main thread.
+std::optional<double> valueFromTyped(uint32_t index, std::string_view text);
+
+}  // namespace Quorvant
