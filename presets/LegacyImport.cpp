@@ -1,12 +1,14 @@
 #include "presets/LegacyImport.h"
 
 #include "params/NoteTable.h"
+#include "params/ParameterLaws.h"
 #include "platform/DebugText.h"
 #include "presets/FactoryBank.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <numeric>
 
 namespace Quorvant {
 namespace {
@@ -53,10 +55,11 @@ int pick(const std::array<int, Count>& choices, double value) {
     return choices[std::min(index, Count - 1)];
 }
 
-double noteValue(double numeratorSlot, double denominatorSlot) {
-    const auto row =
-        delayNoteByFraction(pick(kNumerators, numeratorSlot), pick(kDenominators, denominatorSlot));
-    return row ? static_cast<double>(*row) / (kNoteCount - 1) : kNoteWithoutRow;
+// The rows are in lowest terms, and a fraction that isn't has no row: intended.
+double noteValue(int numerator, int denominator) {
+    if (std::gcd(numerator, denominator) != 1) return kNoteWithoutRow;
+    const auto row = delayNoteByFraction(numerator, denominator);
+    return row ? listValue(*row, kNoteCount) : kNoteWithoutRow;
 }
 
 }  // namespace
@@ -95,7 +98,8 @@ BlobResult importLegacyPreset(const BlobView& blob, QVXPresetRecord& record) {
     }
     if (slots[kNumeratorSlot] >= 0.0 && slots[kDenominatorSlot] >= 0.0)
         record.values[kDelayNote] =
-            static_cast<float>(noteValue(slots[kNumeratorSlot], slots[kDenominatorSlot]));
+            static_cast<float>(noteValue(pick(kNumerators, slots[kNumeratorSlot]),
+                                         pick(kDenominators, slots[kDenominatorSlot])));
     return whole ? BlobResult::Applied : BlobResult::AppliedInPart;
 }
 

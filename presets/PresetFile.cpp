@@ -102,7 +102,7 @@ std::string fileNameFor(std::string_view presetName) {
     std::replace_if(name.begin(), name.end(), isForbidden, '-');
     while (!name.empty() && (name.back() == ' ' || name.back() == '.')) name.pop_back();
     name.erase(0, std::min(name.size(), name.find_first_not_of(" .")));
-    if (isDeviceName(name)) name += '-';
+    if (isDeviceName(name)) name.insert(0, "-");
     return name.empty() ? "Preset" : name;
 }
 

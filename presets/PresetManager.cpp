@@ -300,7 +300,10 @@ PresetFault PresetManager::renameFile(const PresetLocation& place, std::string_v
     Path file;
     if (const auto fault = fileAt(place, file); fault != PresetFault::None) return fault;
     const auto fault = renamePreset(file, newName);
-    rescan(file, withPresetExtension(file.parent_path() / pathFromUtf8(newName)));
+    if (fault == PresetFault::None)
+        rescan(file, withPresetExtension(file.parent_path() / pathFromUtf8(newName)));
+    else
+        rescan({}, {});
     host.presetsChanged();
     return fault;
 }

@@ -1,0 +1,146 @@
+#include "platform/Desktop.h"
+#include "platform/Folders.h"
+#include "platform/TickCount.h"
+#include "platform/Utf8Path.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <string>
+#include <thread>
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+namespace Quorvant {
+namespace {
+
+TEST(TickCount, CountsMilliseconds) {
+    using Clock = std::chrono::steady_clock;
+    const auto clockStart = Clock::now();
+    const uint32_t start = tickCountMs();
+    std::this_thread::sleep_for(std::chrono::milliseconds(120));
+    const uint32_t ticks = tickCountMs() - start;
+    const std::chrono::duration<double, std::milli> elapsed = Clock::now() - clockStart;
+    EXPECT_GE(ticks, 100u);
+    EXPECT_LE(ticks, elapsed.count() + 20);  // Windows counts in steps of 16 ms
+}
+
+TEST(Utf8Path, GoesThereAndBackAndRepairsTheRest) {
+    for (const char* text : {"", "a", "äö", "\xF0\x9F\x8E\xB8", "\xEF\xBF\xBD"}) {
+        EXPECT_EQ(validUtf8(text), text);
+        EXPECT_EQ(utf8FromPath(pathFromUtf8(text)), text);
+    }
+    const std::string replacement = "\xEF\xBF\xBD";
+    EXPECT_EQ(validUtf8("a\xE9"), "a" + replacement);
+    EXPECT_EQ(validUtf8("\xC0\xAF"), replacement + replacement);         // overlong
+    EXPECT_EQ(validUtf8("\xED\xA0\x80").substr(0, 3), replacement);      // a surrogate
+    EXPECT_EQ(validUtf8("\xF4\x90\x80\x80").substr(0, 3), replacement);  // beyond the last
+    EXPECT_EQ(validUtf8("\xF0\x9F\x8E"), replacement + replacement + replacement);  // cut short
+    EXPECT_EQ(cutUtf8("a\xC3\xA4", 2), "a");
+    EXPECT_EQ(cutUtf8("\x80\x80", 1), "");
+}
+
+TEST(Folders, LieInTheUsersHome) {
+#ifdef _WIN32
+    _putenv_s("USERPROFILE", "C:\\users\\somebody");
+    EXPECT_EQ(documentsFolder(), std::filesystem::path("C:\\users\\somebody\\Documents"));
+#else
+    setenv("HOME", "/home/somebody", 1);
+    setenv("XDG_CONFIG_HOME", "relative/is/invalid", 1);
+    EXPECT_EQ(documentsFolder(), "/home/somebody/Documents");
+    EXPECT_EQ(configurationFolder(), "/home/somebody/.config/Quorvant/QVX77x");
+    setenv("XDG_CONFIG_HOME", "/elsewhere", 1);
+    EXPECT_EQ(configurationFolder(), "/elsewhere/Quorvant/QVX77x");
+    unsetenv("HOME");
+    EXPECT_TRUE(documentsFolder().is_absolute());  // by the user's entry
+#endif
+}
+
+TEST(Desktop, RefusesWhatIsNotThereOrNoPage) {
+    EXPECT_FALSE(openPath("/no/such/folder"));
+    EXPECT_FALSE(revealFile("/no/such/file.qvx"));
+    EXPECT_FALSE(openLink("file:///etc/passwd"));
+    EXPECT_FALSE(openLink("--help"));
+    EXPECT_FALSE(openLink(std::string_view("https://a\0b", 11)));
+}
+
+#ifndef _WIN32
+
+TEST(Desktop, AddressesEncodeWhatListsWouldSplit) {
+    EXPECT_EQ(fileAddress("/a b/c,d;\"é%.qvx"), "file:///a%20b/c%2Cd%3B%22%C3%A9%25.qvx");
+}
+
+// Programs of the test's own stand in for the desktop's: each writes down how it was called.
+class DesktopCalls : public testing::Test {
+  protected:
+    DesktopCalls() {
+        folder = std::filesystem::temp_directory_path() /
+                 ("corvane-desktop-" + std::to_string(std::random_device()()));
+        std::filesystem::create_directories(folder);
+        setenv("PATH", folder.c_str(), 1);
+    }
+    ~DesktopCalls() override {
+        setenv("PATH", "/usr/bin:/bin", 1);
+        std::filesystem::remove_all(folder);
+    }
+
+    void provide(const std::string& name, int exitCode) {
+        const auto program = folder / name;
+        std::ofstream(program) << "#!/bin/sh\nfor word in \"$@\"; do echo \"$word\"; done > "
+                               << (folder / (name + ".part")).native() << "\n/bin/mv "
+                               << (folder / (name + ".part")).native() << " "
+                               << (folder / (name + ".called")).native() << "\nexit " << exitCode
+                               << "\n";
+        chmod(program.c_str(), 0755);
+    }
+    std::string callOf(const std::string& name) {
+        for (int i = 0; i < 1000; ++i) {
+            std::ifstream in(folder / (name + ".called"));
+            if (in) return {std::istreambuf_iterator<char>(in), {}};
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        return "never called";
+    }
+    static bool childLeft() { return waitpid(-1, nullptr, WNOHANG) != -1; }
+
+    std::filesystem::path folder;
+};
+
+TEST_F(DesktopCalls, PassArgumentsWithoutAShellAndLeaveNoChild) {
+    provide("xdg-open", 0);
+    const auto odd = folder / "$(touch x); 'a'";
+    std::filesystem::create_directories(odd);
+    EXPECT_TRUE(openPath(odd));
+    EXPECT_EQ(callOf("xdg-open"), odd.native() + "\n");
+    EXPECT_FALSE(childLeft());
+}
+
+TEST_F(DesktopCalls, RevealFallsBackToTheFolder) {
+    provide("dbus-send", 1);
+    provide("xdg-open", 0);
+    std::ofstream(folder / "a,b.qvx") << "x";
+    EXPECT_TRUE(revealFile(folder / "a,b.qvx"));
+    EXPECT_EQ(callOf("xdg-open"), folder.native() + "\n");
+    const auto asked = callOf("dbus-send");
+    EXPECT_NE(asked.find("org.freedesktop.FileManager1.ShowItems"), std::string::npos);
+    EXPECT_NE(asked.find("array:string:file://" + folder.native() + "/a%2Cb.qvx"),
+              std::string::npos);
+    EXPECT_FALSE(childLeft());
+}
+
+TEST_F(DesktopCalls, TellWhenThereIsNothingToOpenWith) {
+    EXPECT_FALSE(openPath(folder));
+    EXPECT_FALSE(openLink("https://www.quorvant.example"));
+}
+
+#endif
+
+}  // namespace
+}  // namespace Quorvant
