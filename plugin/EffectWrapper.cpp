@@ -1,0 +1,429 @@
+#include "plugin/EffectWrapper.h"
+
+#include "params/ParameterLaws.h"
+#include "plugin/ClassIds.h"
+
+#include "pluginterfaces/vst/ivstattributes.h"
+#include "pluginterfaces/vst/ivstparameterchanges.h"
+#include "pluginterfaces/vst/vstpresetkeys.h"
+#include "public.sdk/source/vst/utility/stringconvert.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+#include <type_traits>
+
+namespace Quorvant {
+
+using namespace Steinberg;
+using Vst::AudioBusBuffers;
+using Vst::BusInfo;
+using Vst::ProcessData;
+
+namespace {
+
+constexpr double kHeartbeatStep = 0.001;
+
+template <typename Sample>
+Sample** channelsOf(const AudioBusBuffers& bus) {
+    if constexpr (std::is_same_v<Sample, float>) {
+        return bus.channelBuffers32;
+    } else {
+        return bus.channelBuffers64;
+    }
+}
+
+// Null where the host gives no such bus, channel or memory.
+template <typename Sample>
+Sample* channelAt(const AudioBusBuffers* buses, int32 busCount, int32 bus, int32 channel) {
+    if (!buses || bus >= busCount || channel >= buses[bus].numChannels) return nullptr;
+    Sample** const channels = channelsOf<Sample>(buses[bus]);
+    return channels ? channels[channel] : nullptr;
+}
+
+// With every channel on a mono bus of its own, the right one is the next bus's; a host that sends
+// one two-channel bus all the same has it as that bus's second channel.
+template <typename Sample>
+Sample* splitRightAt(const AudioBusBuffers* buses, int32 busCount, int32 leftBus) {
+    Sample* const second = channelAt<Sample>(buses, busCount, leftBus, 1);
+    return second ? second : channelAt<Sample>(buses, busCount, leftBus + 1, 0);
+}
+
+template <typename Sample>
+struct ChannelPointers {
+    const Sample* in[4] = {};  // main left, main right, side-chain left, side-chain right
+    Sample* out[2] = {};
+};
+
+// Output memory that the engine doesn't write would be heard as whatever lay in it.
+template <typename Sample>
+void silenceOthers(const ProcessData& data, const ChannelPointers<Sample>& written) {
+    if (!data.outputs || data.numSamples <= 0) return;
+    for (int32 bus = 0; bus < data.numOutputs; ++bus) {
+        for (int32 channel = 0; channel < data.outputs[bus].numChannels; ++channel) {
+            Sample* const samples = channelAt<Sample>(data.outputs, data.numOutputs, bus, channel);
+            if (!samples || samples == written.out[0] || samples == written.out[1]) continue;
+            std::fill_n(samples, data.numSamples, Sample(0));
+        }
+    }
+}
+
+bool isActive(const Vst::BusList& buses, std::size_t index) {
+    return index < buses.size() && buses[index]->isActive();
+}
+
+StateOrigin readOrigin(IBStream& stream) {
+    StateOrigin origin;
+    FUnknownPtr<Vst::IStreamAttributes> attributes(&stream);
+    Vst::IAttributeList* const list = attributes ? attributes->getAttributes() : nullptr;
+    if (!list) return origin;
+    constexpr std::size_t kCapacity = 1024;
+    std::array<Vst::TChar, kCapacity> text{};
+    constexpr uint32 kBytes = (kCapacity - 1) * sizeof(Vst::TChar);
+    if (list->getString(Vst::PresetAttributes::kStateType, text.data(), kBytes) == kResultOk) {
+        origin.fromProject = VST3::StringConvert::convert(text.data()) == Vst::StateType::kProject;
+    }
+    text.fill(0);
+    if (list->getString(Vst::PresetAttributes::kFilePathStringType, text.data(), kBytes) ==
+        kResultOk) {
+        origin.filePath = text.data();
+    }
+    return origin;
+}
+
+}  // namespace
+
+QVXVST3EffectWrapper::QVXVST3EffectWrapper(const EffectFactory& makeEffect) {
+    setControllerClass(kControllerClassId);
+    processContextRequirements.needTempo().needProjectTimeMusic().needTransportState();
+    for (auto& value : cache) value.store(kNoValue, std::memory_order_relaxed);
+    effect = makeEffect(hostLink);
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::initialize(FUnknown* context) {
+    if (initialised) return kResultFalse;
+    const tresult result = AudioEffect::initialize(context);
+    if (result != kResultOk) return result;
+    initialised = true;
+    addDefaultBuses();
+    return kResultOk;
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::terminate() {
+    active = false;
+    applyPendingState();
+    hostLink.stop();
+    initialised = false;
+    busLayout = BusLayout{};
+    return AudioEffect::terminate();
+}
+
+void QVXVST3EffectWrapper::addDefaultBuses() {
+    addAudioInput(STR16("AudioInput"), Vst::SpeakerArr::kStereo);
+    addAudioInput(STR16("SideChainIn"), Vst::SpeakerArr::kMono, Vst::kAux, BusInfo::kDefaultActive);
+    addAudioOutput(STR16("AudioOutput"), Vst::SpeakerArr::kStereo);
+    BusLayout layout;
+    layout.mainInputStereo = layout.mainOutputStereo = layout.sideChainPresent = true;
+    busLayout = layout;
+}
+
+void QVXVST3EffectWrapper::addSideChainedBuses(int mainChannels, int sideChannels,
+                                               int outChannels) {
+    using namespace Vst::SpeakerArr;
+    BusLayout layout;
+    layout.mainInputStereo = mainChannels == 2;
+    layout.sideChainPresent = sideChannels == 1 || sideChannels == 2;
+    layout.sideChainStereo = sideChannels == 2;
+    layout.mainOutputStereo = outChannels == 2;
+    if (layout.mainInputStereo) {
+        addAudioInput(STR16("Stereo In"), kStereo);
+    } else {
+        addAudioInput(STR16("Mono In"), kMono);
+    }
+    if (layout.sideChainStereo) {
+        addAudioInput(STR16("Stereo Aux In"), kStereo, Vst::kAux, 0);
+    } else if (layout.sideChainPresent) {
+        addAudioInput(STR16("Mono Aux In"), kMono, Vst::kAux, 0);
+    }
+    if (layout.mainOutputStereo) {
+        addAudioOutput(STR16("Stereo Out"), kStereo);
+    } else {
+        addAudioOutput(STR16("Mono Out"), kMono);
+    }
+    busLayout = layout;
+}
+
+void QVXVST3EffectWrapper::addSplitMonoBuses() {
+    using Vst::SpeakerArr::kMono;
+    addAudioInput(STR16("Main Input L"), kMono);
+    addAudioInput(STR16("Main Input R"), kMono);
+    addAudioInput(STR16("Auxiliary Input L"), kMono, Vst::kAux, 0);
+    addAudioInput(STR16("Auxiliary Input R"), kMono, Vst::kAux, 0);
+    addAudioOutput(STR16("Main Output L"), kMono);
+    addAudioOutput(STR16("Main Output R"), kMono);
+    BusLayout layout;
+    layout.mainInputStereo = layout.mainOutputStereo = true;
+    layout.sideChainPresent = layout.sideChainStereo = true;
+    layout.splitMono = true;
+    busLayout = layout;
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::setBusArrangements(Vst::SpeakerArrangement* inputs,
+                                                            int32 numIns,
+                                                            Vst::SpeakerArrangement* outputs,
+                                                            int32 numOuts) {
+    if (!inputs || !outputs || numOuts != 1 || (numIns != 1 && numIns != 2)) return kResultFalse;
+    const Vst::BusList oldInputs = audioInputs;
+    const Vst::BusList oldOutputs = audioOutputs;
+    removeAudioBusses();
+    if (numIns == 2) {
+        addSideChainedBuses(Vst::SpeakerArr::getChannelCount(inputs[0]),
+                            Vst::SpeakerArr::getChannelCount(inputs[1]),
+                            Vst::SpeakerArr::getChannelCount(outputs[0]));
+    } else {
+        addSplitMonoBuses();
+    }
+    // A bus that keeps its place stays as active as the host made it.
+    if (oldInputs.size() == audioInputs.size()) {
+        for (std::size_t i = 0; i < oldInputs.size(); ++i) {
+            audioInputs[i]->setActive(oldInputs[i]->isActive());
+        }
+    }
+    if (oldOutputs.size() == audioOutputs.size()) {
+        for (std::size_t i = 0; i < oldOutputs.size(); ++i) {
+            audioOutputs[i]->setActive(oldOutputs[i]->isActive());
+        }
+    }
+    followBusActivation();
+    return kResultOk;
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::activateBus(Vst::MediaType type, Vst::BusDirection dir,
+                                                     int32 index, TBool state) {
+    const tresult result = AudioEffect::activateBus(type, dir, index, state);
+    followBusActivation();
+    return result;
+}
+
+void QVXVST3EffectWrapper::followBusActivation() {
+    BusLayout layout = busLayout;
+    layout.sideChainLeftActive = isActive(audioInputs, layout.splitMono ? 2 : 1);
+    layout.sideChainRightActive =
+        layout.splitMono ? isActive(audioInputs, 3) : layout.sideChainLeftActive;
+    busLayout = layout;
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::canProcessSampleSize(int32 sampleSize) {
+    if (!effect) return kResultFalse;
+    const bool can = (sampleSize == Vst::kSample32 && effect->supports32()) ||
+                     (sampleSize == Vst::kSample64 && effect->supports64());
+    return can ? kResultTrue : kResultFalse;
+}
+
+uint32 PLUGIN_API QVXVST3EffectWrapper::getLatencySamples() {
+    return effect ? static_cast<uint32>(std::max(effect->getLatency(), 0)) : 0;
+}
+
+uint32 PLUGIN_API QVXVST3EffectWrapper::getTailSamples() {
+    const int32 tail = effect ? effect->getTail() : 0;
+    return tail < 0 ? Vst::kInfiniteTail : static_cast<uint32>(tail);
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::setupProcessing(Vst::ProcessSetup& setup) {
+    if (!std::isfinite(setup.sampleRate) || setup.sampleRate <= 0.0) return kInvalidArgument;
+    hostLink.stop();
+    if (!active) applyPendingState();
+    try {
+        if (effect) effect->reset();
+    } catch (const std::bad_alloc&) {
+        return kOutOfMemory;
+    }
+    return AudioEffect::setupProcessing(setup);
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::setActive(TBool state) {
+    hostLink.stop();
+    active = false;
+    applyPendingState();
+    try {
+        if (effect) {
+            // A rate that the engine doesn't take runs at the nearest one that it does.
+            effect->setSampleRate(processSetup.sampleRate);
+            effect->reset();
+        }
+    } catch (const std::bad_alloc&) {
+        return kOutOfMemory;
+    }
+    active = state != 0;
+    return kResultOk;
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::process(ProcessData& data) {
+    applyPendingState();
+    takeParameters(data.inputParameterChanges);
+    tresult result = kResultOk;
+    if (data.symbolicSampleSize == Vst::kSample32) {
+        render<float>(data);
+    } else if (data.symbolicSampleSize == Vst::kSample64) {
+        render<double>(data);
+    } else {
+        result = kInvalidArgument;
+    }
+    reportOutputs(data.outputParameterChanges);
+    return result;
+}
+
+void QVXVST3EffectWrapper::takeParameters(Vst::IParameterChanges* changes) {
+    if (!changes) return;
+    const int32 count = changes->getParameterCount();
+    // The queue's last point is the only one that counts.
+    const auto lastPoint = [&](int32 index, uint32_t& id, double& value) {
+        Vst::IParamValueQueue* const queue = changes->getParameterData(index);
+        if (!queue) return false;
+        int32 offset = 0;
+        id = queue->getParameterId();
+        const int32 points = queue->getPointCount();
+        return points > 0 && queue->getPoint(points - 1, offset, value) == kResultOk;
+    };
+
+    // While Inf Repeat is on, the engine ignores changes of the delay. So that none that come in
+    // the same block are lost, the loop is released before them and engaged after them.
+    uint32_t id = 0;
+    double value = 0.0;
+    int32 loopQueue = -1;
+    double loopValue = 0.0;
+    for (int32 i = 0; i < count; ++i) {
+        if (lastPoint(i, id, value) && id == kInfRepeat) {
+            loopQueue = i;
+            loopValue = value;
+        }
+    }
+    const bool releases = loopQueue >= 0 && !switchState(loopValue);
+    if (releases) takeParameter(kInfRepeat, loopValue);
+    for (int32 i = 0; i < count; ++i) {
+        if (i != loopQueue && lastPoint(i, id, value)) takeParameter(id, value);
+    }
+    if (loopQueue >= 0 && !releases) takeParameter(kInfRepeat, loopValue);
+}
+
+void QVXVST3EffectWrapper::takeParameter(uint32_t id, double value) {
+    if (std::isnan(value)) return;
+    if (id == kSuspend) suspend.store(suspendState(value), std::memory_order_relaxed);
+    if (effect) effect->setParameter(id, value);
+    // Held within the range, because a state's reader skips what lies outside.
+    if (id < cache.size()) cache[id].store(clampNormalised(value), std::memory_order_relaxed);
+}
+
+template <typename Sample>
+void QVXVST3EffectWrapper::render(ProcessData& data) {
+    ChannelPointers<Sample> channels;
+    if (effect && data.inputs && data.outputs && data.numInputs > 0 && data.numOutputs > 0) {
+        hostLink.setContext(data.processContext);
+        const BusLayout layout = busLayout.load(std::memory_order_relaxed);
+        const auto input = [&](int32 bus, int32 channel) {
+            return channelAt<Sample>(data.inputs, data.numInputs, bus, channel);
+        };
+        const auto splitInput = [&](int32 leftBus) {
+            return splitRightAt<Sample>(data.inputs, data.numInputs, leftBus);
+        };
+        auto& [in, out] = channels;
+        in[0] = input(0, 0);
+        out[0] = channelAt<Sample>(data.outputs, data.numOutputs, 0, 0);
+        if (layout.splitMono) {
+            in[1] = splitInput(0);
+            out[1] = splitRightAt<Sample>(data.outputs, data.numOutputs, 0);
+            if (layout.sideChainLeftActive) in[2] = input(2, 0);
+            if (in[2] && layout.sideChainRightActive) in[3] = splitInput(2);
+        } else {
+            if (layout.mainInputStereo) in[1] = input(0, 1);
+            if (layout.mainOutputStereo) {
+                out[1] = channelAt<Sample>(data.outputs, data.numOutputs, 0, 1);
+            }
+            if (layout.sideChainPresent && layout.sideChainLeftActive) in[2] = input(1, 0);
+            if (in[2] && layout.sideChainStereo) in[3] = input(1, 1);
+        }
+
+        const int32 frames = std::max(data.numSamples, 0);
+        const bool suspended = suspend.load(std::memory_order_relaxed) != 0;
+        if constexpr (std::is_same_v<Sample, float>) {
+            suspended ? effect->processSuspended32(in, out, frames)
+                      : effect->process32(in, out, frames);
+        } else {
+            suspended ? effect->processSuspended64(in, out, frames)
+                      : effect->process64(in, out, frames);
+        }
+    }
+    silenceOthers(data, channels);
+    for (int32 bus = 0; data.outputs && bus < data.numOutputs; ++bus) {
+        data.outputs[bus].silenceFlags = 0;
+    }
+}
+
+void QVXVST3EffectWrapper::reportOutputs(Vst::IParameterChanges* changes) {
+    if (!changes) return;
+    const auto report = [&](Vst::ParamID id, double value) {
+        int32 queueIndex = 0;
+        int32 pointIndex = 0;
+        if (auto* queue = changes->addParameterData(id, queueIndex)) {
+            queue->addPoint(0, value, pointIndex);
+        }
+    };
+    for (uint32_t id = 0; effect && id <= kLastOutputIndex; ++id) {
+        double value = 0.0;
+        if (!effect->getOutputValue(id, value)) continue;
+        report(id, std::isfinite(value) ? std::clamp(value, 0.0, 1.0) : 0.0);
+    }
+    heartbeat += kHeartbeatStep;
+    if (heartbeat > 1.0) heartbeat = 0.0;
+    report(kHeartbeat, heartbeat);
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::setState(IBStream* stream) {
+    if (!stream) return kResultFalse;
+    const auto state = readComponentState(*stream);
+    if (!state) return kResultFalse;
+    newestState.state = *state;
+    ++newestState.number;
+    pendingStates.put(newestState);
+    if (!active) applyPendingState();
+    origin = readOrigin(*stream);
+    return kResultOk;
+}
+
+void QVXVST3EffectWrapper::applyPendingState() {
+    if (const NumberedState* pending = pendingStates.take()) {
+        applyState(pending->state);
+        appliedState.store(pending->number, std::memory_order_release);
+    }
+}
+
+void QVXVST3EffectWrapper::applyState(const ComponentState& state) {
+    const auto hand = [&](uint32_t id, double value) {
+        if (effect) effect->setParameter(id, value);
+    };
+    // A running loop would have the engine ignore the state's delay.
+    if (isStateValue(state.values[kInfRepeat])) hand(kInfRepeat, 0.0);
+    for (uint32_t i = 0; i < state.values.size(); ++i) {
+        if (!isStateValue(state.values[i])) continue;
+        hand(i, state.values[i]);
+        cache[i].store(state.values[i], std::memory_order_relaxed);
+    }
+    suspend.store(suspendState(state.suspend), std::memory_order_relaxed);
+    hand(kSuspend, state.suspend);
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::getState(IBStream* stream) {
+    if (!stream) return kResultFalse;
+    ComponentState state;
+    const bool pending = appliedState.load(std::memory_order_acquire) != newestState.number;
+    for (std::size_t i = 0; i < cache.size(); ++i) {
+        const double incoming = newestState.state.values[i];
+        state.values[i] =
+            pending && isStateValue(incoming) ? incoming : cache[i].load(std::memory_order_relaxed);
+    }
+    state.suspend =
+        pending ? suspendState(newestState.state.suspend) : suspend.load(std::memory_order_relaxed);
+    return writeComponentState(*stream, state) ? kResultOk : kResultFalse;
+}
+
+}  // namespace Quorvant
