@@ -110,7 +110,7 @@ Result<HostedPlugin::Ptr> openPlugin(const PluginChoice& choice) {
 
 Result<> prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames, int bits) {
     using namespace Steinberg::Vst;
-    Setup setup;
+    HostSetup setup;
     setup.sampleRate = rate;
     setup.maxFrames = maxFrames;
     setup.doublePrecision = bits == 64;

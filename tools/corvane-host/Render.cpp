@@ -284,9 +284,9 @@ Result<> Renderer::run(FrameSource& input, FrameSource* sideChain,
 }
 
 // The file's own number of channels if the plug-in takes it, else stereo.
-Result<Setup> prepareFor(HostedPlugin& plugin, const RenderOptions& options, double rate,
-                         int fileChannels, int sideChannels) {
-    Setup setup;
+Result<HostSetup> prepareFor(HostedPlugin& plugin, const RenderOptions& options, double rate,
+                             int fileChannels, int sideChannels) {
+    HostSetup setup;
     setup.sampleRate = rate;
     setup.maxFrames = options.block;
     setup.doublePrecision = options.bits == 64;

@@ -36,10 +36,30 @@ Result<Bytes> readBytes(const std::string& path) {
     return bytes;
 }
 
+// The SDK's reader takes a preset whose end is missing for one with fewer chunks.
+bool isWhole(PresetFile& preset, const Bytes& bytes) {
+    constexpr size_t kListPosition = 40;  // where the header tells the list of chunks to be
+    const auto read = [&bytes]<typename Integer>(Integer& value, uint64_t position) {
+        if (position > bytes.size() || bytes.size() - position < sizeof value) return false;
+        std::memcpy(&value, bytes.data() + position, sizeof value);
+        return true;
+    };
+    uint64_t list = 0;
+    int32 count = 0;
+    if (!read(list, kListPosition) || !read(count, list + 4)) return false;
+    for (int32 index = 0; index < preset.getEntryCount(); ++index) {
+        const auto& entry = preset.at(index);
+        const auto size = static_cast<TSize>(bytes.size());
+        if (entry.offset < 0 || entry.size < 0 || entry.offset > size - entry.size) return false;
+    }
+    return count == preset.getEntryCount();
+}
+
 Result<> loadPreset(HostedPlugin& plugin, const Bytes& bytes, const std::string& path) {
     auto stream = owned(new StateStream(bytes));
     PresetFile preset(stream);
-    if (!preset.readChunkList()) return Error{"'" + path + "' is a damaged preset"};
+    if (!preset.readChunkList() || !isWhole(preset, bytes))
+        return Error{"'" + path + "' is a damaged preset"};
     if (preset.getClassID() != classIdOf(plugin))
         return Error{"'" + path + "' is a preset of another plug-in"};
     if (!preset.restoreComponentState(plugin.component()))

@@ -15,6 +15,8 @@ using namespace Quorvant::Hosting;
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
 
+constexpr double kLowestRate = 1000.0, kHighestRate = 1e6;  // Hz
+constexpr double kSlowestTempo = 1.0, kFastestTempo = 1000.0;
 constexpr double kLongestSeconds = 86400.0;
 constexpr int kLargestBlock = 1 << 20;
 
@@ -49,6 +51,18 @@ void addSettingOptions(CLI::App& command, PluginChoice& choice) {
         ->type_name("FILE");
 }
 
+// CLI11's own range lets "nan" pass.
+CLI::Validator numberWithin(double lowest, double highest) {
+    const auto check = [=](const std::string& text) {
+        double value = 0.0;
+        if (CLI::detail::lexical_cast(text, value) && value >= lowest && value <= highest)
+            return std::string();
+        return "'" + text + "' is no number from " + CLI::detail::to_string(lowest) + " to " +
+               CLI::detail::to_string(highest);
+    };
+    return CLI::Validator(check, "");
+}
+
 void addBits(CLI::App& command, int& bits) {
     command.add_option("--bits", bits, "Samples that the plug-in processes, 32 or 64 bits")
         ->check(CLI::IsMember({32, 64}))
@@ -73,7 +87,7 @@ CLI::App* addRender(CLI::App& app, PluginChoice& choice, RenderOptions& options)
                      "A file of lines 'seconds,parameter,text', each a step at that very frame")
         ->type_name("FILE");
     command->add_option("--tempo", options.tempo, "The song's tempo; it then plays from its start")
-        ->check(CLI::Range(1.0, 1000.0))
+        ->check(numberWithin(kSlowestTempo, kFastestTempo))
         ->type_name("BPM");
     command
         ->add_option("--sidechain", options.sideChain,
@@ -83,7 +97,7 @@ CLI::App* addRender(CLI::App& app, PluginChoice& choice, RenderOptions& options)
     command
         ->add_option("--rate", options.rate,
                      "Sample rate to process at (default: the input's); the input is converted")
-        ->check(CLI::Range(1000.0, 1000000.0))
+        ->check(numberWithin(kLowestRate, kHighestRate))
         ->type_name("HZ");
     command
         ->add_option_function<std::string>(
@@ -91,8 +105,8 @@ CLI::App* addRender(CLI::App& app, PluginChoice& choice, RenderOptions& options)
             [&options](const std::string& text) {
                 if (text == "auto") return;
                 double seconds = 0.0;
-                if (!CLI::detail::lexical_cast(text, seconds) || !(seconds >= 0.0) ||
-                    seconds > kLongestSeconds)
+                if (!CLI::detail::lexical_cast(text, seconds) ||
+                    !(seconds >= 0.0 && seconds <= kLongestSeconds))
                     throw CLI::ValidationError("--tail", "'" + text +
                                                              "' is neither auto nor seconds from "
                                                              "0 to 86400");
@@ -122,11 +136,11 @@ CLI::App* addBench(CLI::App& app, PluginChoice& choice, BenchOptions& options) {
         ->capture_default_str();
     addBlock(*command, options.block);
     command->add_option("--rate", options.rate, "Sample rate")
-        ->check(CLI::Range(1000.0, 1000000.0))
+        ->check(numberWithin(kLowestRate, kHighestRate))
         ->type_name("HZ")
         ->capture_default_str();
     command->add_option("--seconds", options.seconds, "Seconds of audio for each instance")
-        ->check(CLI::Range(0.01, kLongestSeconds))
+        ->check(numberWithin(0.01, kLongestSeconds))
         ->type_name("S")
         ->capture_default_str();
     addBits(*command, options.bits);

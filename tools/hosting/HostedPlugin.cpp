@@ -328,6 +328,7 @@ const std::vector<Parameter>& HostedPlugin::parameters() const {
 }
 
 const Parameter* HostedPlugin::findParameter(std::string_view name) const {
+    if (name.empty()) return nullptr;
     const auto find = [this](auto matches) -> const Parameter* {
         const auto found = std::ranges::find_if(parts->parameters, matches);
         return found != parts->parameters.end() ? &*found : nullptr;
@@ -386,7 +387,7 @@ tresult HostedPlugin::activateBus(BusDirection direction, int index, bool active
     return answer;
 }
 
-tresult HostedPlugin::setUp(const Setup& setup) {
+tresult HostedPlugin::setUp(const HostSetup& setup) {
     ProcessSetup wanted{setup.mode, setup.doublePrecision ? kSample64 : kSample32, setup.maxFrames,
                         setup.sampleRate};
     parts->sampleSize = wanted.symbolicSampleSize;
@@ -405,7 +406,7 @@ tresult HostedPlugin::setProcessing(bool processing) {
     return parts->processor->setProcessing(processing);
 }
 
-Result<> HostedPlugin::prepare(const Setup& setup) {
+Result<> HostedPlugin::prepare(const HostSetup& setup) {
     const std::string who = inQuotes(parts->description.name);
     if (parts->processing) setProcessing(false);
     if (parts->active) setActive(false);

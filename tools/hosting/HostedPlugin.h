@@ -74,7 +74,7 @@ struct Block {
     bool takeOutputPoints = true;  // false: the plug-in gets no list to report to
 };
 
-struct Setup {
+struct HostSetup {
     double sampleRate = 48000.0;
     Steinberg::int32 maxFrames = 1024;
     bool doublePrecision = false;
@@ -83,6 +83,9 @@ struct Setup {
     int mainOutputs = 2;
     int sideChain = 0;  // channels of the second input bus; 0: leave it inactive
 };
+
+// The short name; inside GoogleTest's bodies it means something else, there the long one serves.
+using Setup = HostSetup;
 
 // All calls from one thread, except that process() may have a thread of its own.
 // Functions that return a tresult hand on the plug-in's own answer.
@@ -129,12 +132,12 @@ class HostedPlugin {
     tresult setArrangements(std::vector<SpeakerArrangement> inputs,
                             std::vector<SpeakerArrangement> outputs);
     tresult activateBus(Steinberg::Vst::BusDirection direction, int index, bool active);
-    tresult setUp(const Setup& setup);  // setupProcessing alone
+    tresult setUp(const HostSetup& setup);  // setupProcessing alone
     tresult setActive(bool active);
     tresult setProcessing(bool processing);
     // The usual order in one call: arrangements, set-up, bus activation, activation. An
     // arrangement, rate or sample size that the plug-in refuses is an error.
-    Result<> prepare(const Setup& setup);
+    Result<> prepare(const HostSetup& setup);
 
     Steinberg::int32 latency() const;             // frames
     Steinberg::uint32 tail() const;               // frames, kNoTail, kInfiniteTail
