@@ -6,19 +6,22 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 export WINEPREFIX=${WINEPREFIX:-$root/build/wineprefix}
 export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
 
+# Wine's server and services start with the first program and outlive it. They must not hold on to
+# our caller's pipe, nor to the lock (descriptor 9), and starting takes so long that they had better
+# wait a minute for the next program.
+quietly() {
+    "$@" </dev/null >/dev/null 2>&1 9>&-
+}
+
+mkdir -p "$WINEPREFIX"
+exec 9>"$WINEPREFIX.lock"
+flock 9
 if [[ ! -e $WINEPREFIX/.complete ]]; then
-    mkdir -p "$WINEPREFIX"
-    exec 9>"$WINEPREFIX.lock"
-    flock 9
-    if [[ ! -e $WINEPREFIX/.complete ]]; then
-        # No display is needed, and none must be asked for. Descriptor 9 must not stay with
-        # Wine's server, which lives on.
-        env -u DISPLAY wineboot -i >/dev/null 2>&1 9>&-
-        wineserver -w 9>&-
-        touch "$WINEPREFIX/.complete"
-    fi
-    exec 9>&-
+    # No display is needed, and none must be asked for.
+    quietly env -u DISPLAY wineboot -i
+    quietly wineserver -w
+    touch "$WINEPREFIX/.complete"
 fi
-# Starting Wine's server takes longer than most programs run: let it wait for the next one.
-wineserver -p60 2>/dev/null || true
+if quietly wineserver -p60; then quietly wine cmd /c exit; fi
+exec 9>&-
 exec wine "$@"
