@@ -62,7 +62,7 @@ class AdConverter {
     }
 
   private:
-    static constexpr int kMantissaBits = 10;
+    static constexpr int kMantissaBits = 9;
     static constexpr double kMantissaSplit = static_cast<double>(1ull << (53 - kMantissaBits)) + 1;
     static constexpr double kSmallestStep = 1.0 / 16384.0;  // of the ceiling
     static constexpr uint64_t kSeed = 0x51A7E5D0C0FFEE11u;

@@ -61,7 +61,7 @@ def levels(unit, axes):
         axes.plot(inputs, outputs, label=mode, color=COLOURS[mode])
         yield from ((f"level {mode} {i:+.0f} dBFS", f"{o:+.2f} dBFS")
                     for i, o in zip(inputs, outputs) if i in (-20, 0, 10, 20))
-    axes.set(xlabel="input peak, dBFS", ylabel="wet output peak, dBFS",
+    axes.set(xlabel="input level, dBFS", ylabel="wet output level, dBFS",
              title="1 kHz sine, Reference Level 0 dB")
     axes.legend()
 
