@@ -68,9 +68,23 @@ std::error_code closeFile(File file) {
     return CloseHandle(file) ? std::error_code() : lastError();
 }
 
-std::error_code takeName(const Path& from, const Path& to) {
-    const DWORD flags = MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH;
+std::error_code mayReplace(const Path& path) {
+    const DWORD attributes = GetFileAttributesW(path.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_READONLY)) return {};
+    return std::make_error_code(std::errc::permission_denied);
+}
+
+std::error_code move(const Path& from, const Path& to, DWORD replacing) {
+    const DWORD flags = replacing | MOVEFILE_WRITE_THROUGH;
     return MoveFileExW(from.c_str(), to.c_str(), flags) ? std::error_code() : lastError();
+}
+
+std::error_code takeName(const Path& from, const Path& to) {
+    return move(from, to, MOVEFILE_REPLACE_EXISTING);
+}
+
+std::error_code takeFreeName(const Path& from, const Path& to) {
+    return move(from, to, 0);
 }
 
 #else
@@ -123,6 +137,11 @@ std::error_code closeFile(File file) {
     return close(file) == 0 ? std::error_code() : lastError();
 }
 
+std::error_code mayReplace(const Path& path) {
+    // Taking a name asks for no right to the file that has it, but its owner may have meant one.
+    return access(path.c_str(), W_OK) == 0 || errno == ENOENT ? std::error_code() : lastError();
+}
+
 std::error_code takeName(const Path& from, const Path& to) {
     if (rename(from.c_str(), to.c_str()) != 0) return lastError();
     // The new name is safe once the folder is; a system that can't do that has done all it can.
@@ -132,6 +151,14 @@ std::error_code takeName(const Path& from, const Path& to) {
         close(folder);
     }
     return {};
+}
+
+std::error_code takeFreeName(const Path& from, const Path& to) {
+    std::error_code error;
+    // A change of case names the same file where the system doesn't tell cases apart.
+    const bool taken = std::filesystem::exists(std::filesystem::symlink_status(to, error)) &&
+                       !std::filesystem::equivalent(from, to, error);
+    return taken ? std::make_error_code(std::errc::file_exists) : takeName(from, to);
 }
 
 #endif
@@ -165,6 +192,8 @@ std::error_code replaceFile(const Path& file, std::span<const std::byte> bytes) 
         if (!error) target = linked;
     }
 
+    if ((error = mayReplace(target))) return error;
+
     File handle{};
     Path temporary;
     constexpr int kAttempts = 100;
@@ -184,6 +213,10 @@ std::error_code replaceFile(const Path& file, std::span<const std::byte> bytes) 
         std::filesystem::remove(temporary, ignored);
     }
     return error;
+}
+
+std::error_code renameFile(const Path& file, const Path& target) {
+    return takeFreeName(file, target);
 }
 
 std::error_code readFile(const Path& file, std::size_t most, std::vector<std::byte>& bytes) {

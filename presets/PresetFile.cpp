@@ -71,13 +71,7 @@ PresetFault savePreset(const Path& file, const QVXPresetRecord& record,
 PresetFault renamePreset(const Path& file, std::string_view newName) {
     if (!isFileName(newName)) return PresetFault::BadName;
     const Path target = withPresetExtension(file.parent_path() / pathFromUtf8(newName));
-    std::error_code error;
-    // A change of case names the same file where the system doesn't tell cases apart.
-    const bool taken =
-        std::filesystem::exists(target, error) && !std::filesystem::equivalent(file, target, error);
-    if (taken) return PresetFault::NameTaken;
-    std::filesystem::rename(file, target, error);
-    return presetFault(error, PresetFault::NotFound);
+    return presetFault(renameFile(file, target), PresetFault::NotFound);
 }
 
 PresetFault deletePreset(const Path& file) {

@@ -1,0 +1,47 @@
+// Any bytes as a preset file of either version, and as a memo: whatever they are, the record stays
+// one that the plug-in can hold, and what was taken can be written and read back.
+#include "params/ParameterTable.h"
+#include "presets/LegacyImport.h"
+#include "presets/PresetBlob.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+namespace {
+
+using namespace Quorvant;
+
+QVXPresetRecord startRecord() {
+    QVXPresetRecord record{};
+    setPresetName(record, "before");
+    for (float& value : record.values) value = 0.25f;
+    return record;
+}
+
+void require(bool condition) {
+    if (!condition) std::abort();
+}
+
+void checkRecord(BlobResult result, const QVXPresetRecord& record) {
+    const bool taken = result == BlobResult::Applied || result == BlobResult::AppliedInPart;
+    require(taken || record == startRecord());
+    require(record.name[kPresetNameSize - 1] == '\0');
+    for (const float value : record.values) require(value >= 0.0f && value <= 1.0f);
+
+    QVXPresetRecord again{};
+    require(applyPresetBlob(serialisePreset(record, 0, 0), again) == BlobResult::Applied);
+    require(again == record);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const auto bytes = std::as_bytes(std::span(data, size));
+    QVXPresetRecord memo = startRecord();
+    checkRecord(applyPresetBlob(bytes, memo), memo);
+    QVXPresetRecord file = startRecord();
+    const BlobResult result = readPreset(bytes, file);
+    require(result != BlobResult::BadValue);  // files are repaired
+    checkRecord(result, file);
+    return 0;
+}
