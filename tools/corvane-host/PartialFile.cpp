@@ -23,6 +23,9 @@ char unfinished[4096];
 std::atomic<bool> isUnfinished = false;
 
 extern "C" void onSignal(int signal) {
+#ifdef _WIN32
+    _fcloseall();  // Windows removes no file that is open
+#endif
     if (isUnfinished) std::remove(unfinished);
     if (signal != SIGINT && signal != SIGTERM) {
         static const char sentence[] = "corvane-host: the plug-in crashed\n";
