@@ -1,0 +1,115 @@
+// Set-up, activation and the answers that don't depend on a block.
+#include "plugin/ClassIds.h"
+#include "tests/plugin/WrapperRig.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace Quorvant {
+namespace {
+
+using namespace Steinberg;
+using Calls = std::vector<std::string>;
+
+TEST(Lifecycle, initialisesOnceUntilTerminated) {
+    WrapperRig rig;
+    EXPECT_EQ(rig.wrapper->initialize(&Hosting::hostApplication()), kResultFalse);
+    EXPECT_EQ(rig.wrapper->initialize(nullptr), kResultFalse);
+    EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 2);
+    EXPECT_EQ(rig.wrapper->terminate(), kResultOk);
+    EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 0);
+    EXPECT_EQ(rig.wrapper->initialize(nullptr), kResultOk);
+    EXPECT_EQ(rig.wrapper->initialize(nullptr), kResultFalse) << "without a context just as well";
+    EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 2);
+}
+
+TEST(Lifecycle, setUpResetsAndActivationSetsTheRate) {
+    WrapperRig rig;
+    Vst::ProcessSetup setup{Vst::kOffline, Vst::kSample64, 256, 96000.0};
+    EXPECT_EQ(rig.wrapper->setupProcessing(setup), kResultOk);
+    EXPECT_EQ(rig.effect->calls, Calls{"reset"});
+    rig.effect->calls.clear();
+    EXPECT_EQ(rig.wrapper->setActive(true), kResultOk);
+    EXPECT_EQ(rig.effect->calls, (Calls{"setSampleRate", "reset"}));
+    EXPECT_EQ(rig.effect->sampleRate, 96000.0);
+    rig.effect->calls.clear();
+    EXPECT_EQ(rig.wrapper->setActive(false), kResultOk);
+    EXPECT_EQ(rig.effect->calls, (Calls{"setSampleRate", "reset"}));
+}
+
+TEST(Lifecycle, activatesAt44100BeforeAnySetUpAndAtRatesThatTheEngineRefuses) {
+    WrapperRig rig;
+    EXPECT_EQ(rig.wrapper->setActive(true), kResultOk);
+    EXPECT_EQ(rig.effect->sampleRate, 44100.0);
+    for (const double rate : {22050.0, 500000.0, 1234.5678}) {
+        rig.wrapper->setActive(false);
+        Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 256, rate};
+        EXPECT_EQ(rig.wrapper->setupProcessing(setup), kResultOk);
+        EXPECT_EQ(rig.wrapper->setActive(true), kResultOk);
+        EXPECT_EQ(rig.effect->sampleRate, rate);
+    }
+    for (const double rate : {0.0, -48000.0, std::numeric_limits<double>::quiet_NaN(),
+                              std::numeric_limits<double>::infinity()}) {
+        Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 256, rate};
+        EXPECT_NE(rig.wrapper->setupProcessing(setup), kResultOk) << rate;
+    }
+    rig.wrapper->setActive(true);
+    EXPECT_EQ(rig.effect->sampleRate, 1234.5678) << "a refused set-up changes nothing";
+}
+
+TEST(Lifecycle, unsupportedSampleSizesAreRefused) {
+    WrapperRig rig;
+    EXPECT_EQ(rig.wrapper->canProcessSampleSize(Vst::kSample32), kResultTrue);
+    EXPECT_EQ(rig.wrapper->canProcessSampleSize(Vst::kSample64), kResultTrue);
+    EXPECT_EQ(rig.wrapper->canProcessSampleSize(2), kResultFalse);
+    EXPECT_EQ(rig.wrapper->canProcessSampleSize(-1), kResultFalse);
+    rig.effect->offers64 = false;
+    Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample64, 256, 48000.0};
+    EXPECT_EQ(rig.wrapper->setupProcessing(setup), kResultFalse);
+}
+
+TEST(Lifecycle, answersComeFromTheEngine) {
+    WrapperRig rig;
+    EXPECT_EQ(rig.wrapper->getTailSamples(), 441000u);
+    rig.effect->tail = -1;
+    EXPECT_EQ(rig.wrapper->getTailSamples(), Vst::kInfiniteTail);
+    rig.effect->latency = 12;
+    EXPECT_EQ(rig.wrapper->getLatencySamples(), 12u);
+
+    TUID id{};
+    EXPECT_EQ(rig.wrapper->getControllerClassId(id), kResultOk);
+    EXPECT_EQ(FUID::fromTUID(id), kControllerClassId);
+    Vst::RoutingInfo routing{};
+    EXPECT_EQ(rig.wrapper->setIoMode(Vst::kSimple), kNotImplemented);
+    EXPECT_EQ(rig.wrapper->getRoutingInfo(routing, routing), kNotImplemented);
+    EXPECT_EQ(rig.wrapper->setProcessing(true), kNotImplemented);
+}
+
+TEST(Lifecycle, processingBeforeActivationIsHarmless) {
+    WrapperRig rig;
+    float sample = 0.0f;
+    TestBlock<float> block(1);
+    block.input({&sample}).output({&sample}).point(kMix, 0.5);
+    EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
+    EXPECT_EQ(rig.effect->handed.size(), 1u);
+}
+
+TEST(Lifecycle, withoutAnEngineAllAnswersAreNeutral) {
+    auto wrapper = owned(
+        new QVXVST3EffectWrapper([](const QVXHostLink&) { return std::unique_ptr<QVXEffect>(); }));
+    EXPECT_EQ(wrapper->initialize(nullptr), kResultOk);
+    EXPECT_EQ(wrapper->getLatencySamples(), 0u);
+    EXPECT_EQ(wrapper->getTailSamples(), 0u);
+    EXPECT_EQ(wrapper->canProcessSampleSize(Vst::kSample32), kResultFalse);
+    EXPECT_EQ(wrapper->setActive(true), kResultOk);
+    float sample = 3.0f;
+    TestBlock<float> block(1);
+    block.input({&sample}).output({&sample}).point(kMix, 0.5);
+    EXPECT_EQ(block.run(*wrapper), kResultOk);
+    EXPECT_EQ(sample, 0.0f);
+    EXPECT_EQ(wrapper->terminate(), kResultOk);
+}
+
+}  // namespace
+}  // namespace Quorvant

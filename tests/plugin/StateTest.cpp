@@ -1,0 +1,213 @@
+// The processor's state: its bytes, bad streams, and how it gets to the engine.
+#include "tests/plugin/WrapperRig.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <limits>
+#include <random>
+#include <thread>
+
+namespace Quorvant {
+namespace {
+
+using namespace Steinberg;
+using Handed = FakeEffect::Handed;
+using List = std::vector<Handed>;
+
+// 38 different values and a suspend control.
+std::vector<double> wholeState(double first, double suspend) {
+    std::vector<double> values(39);
+    for (std::size_t i = 0; i < 38; ++i) values[i] = first + static_cast<double>(i) / 100.0;
+    values[38] = suspend;
+    return values;
+}
+
+// A stream that moves at most a few bytes a call.
+class StingyStream : public Hosting::StateStream {
+  public:
+    using StateStream::StateStream;
+    tresult PLUGIN_API read(void* buffer, int32 bytes, int32* moved) override {
+        return MemoryStream::read(buffer, std::min(bytes, 5), moved);
+    }
+    tresult PLUGIN_API write(void* buffer, int32 bytes, int32* moved) override {
+        return MemoryStream::write(buffer, std::min(bytes, 7), moved);
+    }
+};
+
+class RefusingStream : public Hosting::StateStream {
+  public:
+    tresult PLUGIN_API write(void*, int32, int32*) override { return kResultFalse; }
+    tresult PLUGIN_API read(void*, int32, int32*) override { return kInternalError; }
+};
+
+TEST(State, aNewInstanceHoldsNoValues) {
+    WrapperRig rig;
+    const auto bytes = rig.state();
+    ASSERT_EQ(bytes.size(), 312u);
+    const auto values = stateDoubles(bytes);
+    for (std::size_t i = 0; i < 38; ++i) EXPECT_EQ(values[i], -1.0);
+    EXPECT_EQ(values[38], 0.0);
+    // -1.0 with the sign and exponent in the last byte: little-endian.
+    EXPECT_EQ(bytes[7], 0xBF);
+    EXPECT_EQ(bytes[6], 0xF0);
+}
+
+TEST(State, comesBackByteForByte) {
+    WrapperRig rig;
+    const auto bytes = stateBytes(wholeState(0.1, 1.0));
+    EXPECT_EQ(rig.setState(bytes), kResultOk);
+    EXPECT_EQ(rig.state(), bytes);
+    StingyStream narrow(bytes);
+    WrapperRig other;
+    EXPECT_EQ(other.wrapper->setState(&narrow), kResultOk);
+    StingyStream out;
+    EXPECT_EQ(other.wrapper->getState(&out), kResultOk);
+    EXPECT_EQ(out.bytes(), bytes);
+}
+
+TEST(State, isHandedOverInOrderWithTheLoopReleasedFirst) {
+    WrapperRig rig;
+    const auto values = wholeState(0.2, 1.0);
+    rig.setState(stateBytes(values));
+    List expected = {{kInfRepeat, 0.0}};
+    for (uint32_t i = 0; i < 38; ++i) expected.push_back({i, values[i]});
+    expected.push_back({kSuspend, 1.0});
+    EXPECT_EQ(rig.effect->takeHanded(), expected);
+}
+
+TEST(State, valuesOutsideTheRangeChangeNothing) {
+    WrapperRig rig;
+    rig.flush({{kMix, 0.75}});
+    rig.effect->takeHanded();
+    std::vector<double> values(39, -1.0);
+    values[38] = 1.0;
+    values[0] = 1.5;
+    values[1] = std::numeric_limits<double>::quiet_NaN();
+    values[2] = std::numeric_limits<double>::infinity();
+    EXPECT_EQ(rig.setState(stateBytes(values)), kResultOk);
+    EXPECT_EQ(rig.effect->takeHanded(), (List{{kSuspend, 1.0}}));
+    const auto stored = stateDoubles(rig.state());
+    EXPECT_EQ(stored[kMix], 0.75) << "what sounds is what is stored";
+    EXPECT_EQ(stored[0], -1.0);
+    EXPECT_EQ(stored[38], 1.0);
+}
+
+TEST(State, shortStreamsLeaveAllAsItWas) {
+    WrapperRig rig;
+    rig.flush({{kMix, 0.75}});
+    const auto before = rig.state();
+    rig.effect->takeHanded();
+    const auto whole = stateBytes(wholeState(0.1, 1.0));
+    for (const std::size_t size : {0u, 1u, 8u, 152u, 303u}) {
+        EXPECT_NE(rig.setState({whole.begin(), whole.begin() + size}), kResultOk) << size;
+        EXPECT_TRUE(rig.effect->handed.empty());
+        EXPECT_EQ(rig.state(), before);
+    }
+    EXPECT_NE(rig.wrapper->setState(nullptr), kResultOk);
+    EXPECT_NE(rig.wrapper->getState(nullptr), kResultOk);
+    RefusingStream refusing;
+    EXPECT_NE(rig.wrapper->setState(&refusing), kResultOk);
+    EXPECT_NE(rig.wrapper->getState(&refusing), kResultOk);
+
+    for (const std::size_t size : {304u, 311u}) {
+        EXPECT_EQ(rig.setState({whole.begin(), whole.begin() + size}), kResultOk);
+        EXPECT_EQ(stateDoubles(rig.state()).back(), 0.0) << "no suspend control reads as 0";
+    }
+    auto longer = whole;
+    longer.resize(1000, 0xEE);
+    EXPECT_EQ(rig.setState(longer), kResultOk);
+    EXPECT_EQ(rig.state(), whole);
+}
+
+TEST(State, randomBytesNeverLeaveTheRange) {
+    std::mt19937_64 random(1);
+    WrapperRig rig;
+    for (int round = 0; round < 300; ++round) {
+        Hosting::Bytes bytes(312);
+        for (auto& byte : bytes) byte = static_cast<uint8_t>(random());
+        ASSERT_EQ(rig.setState(bytes), kResultOk);
+        for (const Handed& handed : rig.effect->takeHanded()) {
+            ASSERT_TRUE(handed.index == kSuspend || (handed.value >= 0.0 && handed.value <= 1.0));
+        }
+        const double suspend = stateDoubles(rig.state()).back();
+        ASSERT_TRUE(suspend == 0.0 || suspend == 1.0);
+    }
+}
+
+TEST(State, attributesTellWhereItCameFrom) {
+    WrapperRig rig;
+    Hosting::StateStream stream(stateBytes(wholeState(0.1, 0.0)));
+    stream.setAttribute("StateType", "Project");
+    stream.setAttribute("FilePathString", "/songs/one.song");
+    rig.wrapper->setState(&stream);
+    EXPECT_TRUE(rig.wrapper->stateOrigin().fromProject);
+    EXPECT_EQ(rig.wrapper->stateOrigin().filePath, u"/songs/one.song");
+    rig.setState(stateBytes(wholeState(0.1, 0.0)));
+    EXPECT_FALSE(rig.wrapper->stateOrigin().fromProject);
+    EXPECT_TRUE(rig.wrapper->stateOrigin().filePath.empty());
+}
+
+TEST(StateWhileActive, waitsForTheNextBlockAndComesBeforeItsEdits) {
+    WrapperRig rig;
+    rig.setUp();
+    const auto older = stateBytes(wholeState(0.1, 0.0));
+    const auto newer = stateBytes(wholeState(0.4, 0.0));
+    rig.setState(older);
+    rig.setState(newer);
+    EXPECT_TRUE(rig.effect->handed.empty()) << "the engine belongs to the audio thread";
+    EXPECT_EQ(rig.state(), newer) << "a host that reads it back gets what it set";
+    rig.flush({{kMix, 0.99}});
+    const List handed = rig.effect->takeHanded();
+    ASSERT_EQ(handed.size(), 41u) << "the newer state alone, then the edit";
+    EXPECT_EQ(handed[1], (Handed{0, 0.4}));
+    EXPECT_EQ(handed.back(), (Handed{kMix, 0.99}));
+    EXPECT_EQ(stateDoubles(rig.state())[kMix], 0.99);
+    rig.flush({});
+    EXPECT_TRUE(rig.effect->handed.empty()) << "once is enough";
+}
+
+TEST(StateWhileActive, isNotLostWhenProcessingStops) {
+    for (const bool terminate : {false, true}) {
+        WrapperRig rig;
+        rig.setUp();
+        rig.setState(stateBytes(wholeState(0.3, 0.0)));
+        terminate ? rig.wrapper->terminate() : rig.wrapper->setActive(false);
+        EXPECT_EQ(rig.effect->takeHanded().size(), 40u);
+    }
+}
+
+// For the thread sanitizer above all: a main thread sets and reads states while audio runs.
+TEST(StateWhileActive, mainAndAudioThreadsWorkAtTheSameTime) {
+    WrapperRig rig;
+    rig.setUp();
+    std::atomic<bool> stop{false};
+    std::atomic<int> blocks{0};
+    std::thread audio([&] {
+        std::array<float, 32> memory{};
+        while (!stop) {
+            TestBlock<float> block(32);
+            block.input({memory.data()}).output({memory.data()});
+            // Only what no state touches, so that a torn state would show.
+            block.point(kResetCommand, 0.0).run(*rig.wrapper);
+            for (const Handed& h : rig.effect->takeHanded()) {
+                if (h.index == 0) memory[0] = static_cast<float>(h.value);
+            }
+            rig.effect->calls.clear();
+            ++blocks;
+        }
+    });
+    for (int i = 0; i < 400 || blocks < 400; ++i) {
+        const auto bytes = stateBytes(wholeState((i % 60) / 100.0, i % 2));
+        ASSERT_EQ(rig.setState(bytes), kResultOk);
+        ASSERT_EQ(rig.state(), bytes) << "neither torn nor overtaken by an older one";
+        rig.wrapper->activateBus(Vst::kAudio, Vst::kInput, 1, i % 2);
+        ASSERT_EQ(rig.state(), bytes);
+    }
+    stop = true;
+    audio.join();
+}
+
+}  // namespace
+}  // namespace Quorvant

@@ -1,0 +1,142 @@
+// A processor wrapper with a fake engine behind it, and blocks to drive it with.
+#pragma once
+
+#include "plugin/EffectWrapper.h"
+#include "tests/plugin/FakeEffect.h"
+#include "tools/hosting/HostSide.h"
+
+#include "public.sdk/source/vst/hosting/parameterchanges.h"
+
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <type_traits>
+#include <vector>
+
+namespace Quorvant {
+
+using Steinberg::int32;
+namespace Vst = Steinberg::Vst;
+
+// One process call's data. Buses hold whatever channel pointers they are given.
+template <typename Sample>
+class TestBlock {
+  public:
+    explicit TestBlock(int32 frames) {
+        data.numSamples = frames;
+        data.symbolicSampleSize = std::is_same_v<Sample, float> ? Vst::kSample32 : Vst::kSample64;
+        data.inputParameterChanges = &inputChanges;
+        data.outputParameterChanges = &outputChanges;
+    }
+
+    TestBlock& input(std::vector<Sample*> channels) { return add(inputs, std::move(channels)); }
+    TestBlock& output(std::vector<Sample*> channels) { return add(outputs, std::move(channels)); }
+    TestBlock& point(Vst::ParamID id, double value, int32 offset = 0) {
+        int32 index = 0;
+        inputChanges.addParameterData(id, index)->addPoint(offset, value, index);
+        return *this;
+    }
+
+    Steinberg::tresult run(QVXVST3EffectWrapper& wrapper) {
+        fill(inputs, inputBuses);
+        fill(outputs, outputBuses);
+        data.numInputs = static_cast<int32>(inputBuses.size());
+        data.numOutputs = static_cast<int32>(outputBuses.size());
+        data.inputs = inputBuses.empty() ? nullptr : inputBuses.data();
+        data.outputs = outputBuses.empty() ? nullptr : outputBuses.data();
+        return wrapper.process(data);
+    }
+
+    // The single point that was reported for the identifier.
+    std::optional<double> reported(Vst::ParamID id) {
+        for (int32 i = 0; i < outputChanges.getParameterCount(); ++i) {
+            Vst::IParamValueQueue* queue = outputChanges.getParameterData(i);
+            if (queue->getParameterId() != id || queue->getPointCount() != 1) continue;
+            int32 offset = -1;
+            double value = 0.0;
+            queue->getPoint(0, offset, value);
+            if (offset == 0) return value;
+        }
+        return std::nullopt;
+    }
+
+    Vst::ProcessData data;
+    Vst::ParameterChanges inputChanges, outputChanges;
+    std::vector<Vst::AudioBusBuffers> inputBuses, outputBuses;
+
+  private:
+    using Channels = std::vector<std::vector<Sample*>>;
+
+    TestBlock& add(Channels& to, std::vector<Sample*> channels) {
+        to.push_back(std::move(channels));
+        return *this;
+    }
+    static void fill(Channels& from, std::vector<Vst::AudioBusBuffers>& to) {
+        to.assign(from.size(), {});
+        for (std::size_t i = 0; i < from.size(); ++i) {
+            to[i].numChannels = static_cast<int32>(from[i].size());
+            to[i].silenceFlags = ~Steinberg::uint64{0};
+            if constexpr (std::is_same_v<Sample, float>) {
+                to[i].channelBuffers32 = from[i].data();
+            } else {
+                to[i].channelBuffers64 = from[i].data();
+            }
+        }
+    }
+
+    Channels inputs, outputs;
+};
+
+struct WrapperRig {
+    WrapperRig() {
+        wrapper = Steinberg::owned(new QVXVST3EffectWrapper([this](const QVXHostLink& link) {
+            auto made = std::make_unique<FakeEffect>(link);
+            effect = made.get();
+            return made;
+        }));
+        wrapper->initialize(&Hosting::hostApplication());
+    }
+    ~WrapperRig() { wrapper->terminate(); }
+
+    void setUp(double rate = 48000.0, int32 sampleSize = Vst::kSample32) {
+        Vst::ProcessSetup setup{Vst::kRealtime, sampleSize, 512, rate};
+        wrapper->setupProcessing(setup);
+        wrapper->setActive(true);
+        effect->calls.clear();
+    }
+
+    // Parameters alone: no buses, no samples.
+    void flush(std::vector<FakeEffect::Handed> points) {
+        TestBlock<float> block(0);
+        for (const auto& point : points) block.point(point.index, point.value);
+        block.run(*wrapper);
+    }
+
+    Hosting::Bytes state() {
+        Hosting::StateStream stream;
+        return wrapper->getState(&stream) == Steinberg::kResultOk ? stream.bytes()
+                                                                  : Hosting::Bytes{};
+    }
+    Steinberg::tresult setState(const Hosting::Bytes& bytes) {
+        Hosting::StateStream stream(bytes);
+        return wrapper->setState(&stream);
+    }
+
+    FakeEffect* effect = nullptr;
+    Steinberg::IPtr<QVXVST3EffectWrapper> wrapper;
+};
+
+// 39 doubles as a project stores them; the tests run on little-endian machines.
+inline Hosting::Bytes stateBytes(const std::vector<double>& values) {
+    Hosting::Bytes bytes(values.size() * sizeof(double));
+    std::memcpy(bytes.data(), values.data(), bytes.size());
+    return bytes;
+}
+
+inline std::vector<double> stateDoubles(const Hosting::Bytes& bytes) {
+    std::vector<double> values(bytes.size() / sizeof(double));
+    std::memcpy(values.data(), bytes.data(), values.size() * sizeof(double));
+    return values;
+}
+
+}  // namespace Quorvant
