@@ -30,12 +30,17 @@ std::string flagNames(const Parameter& parameter) {
 
 // All texts of a short list, else the first and the last.
 std::string valueTexts(const HostedPlugin& plugin, const Parameter& parameter) {
-    if (parameter.stepCount < 1 || parameter.stepCount >= kMostListedTexts)
-        return plugin.textOf(parameter, 0.0) + " ... " + plugin.textOf(parameter, 1.0);
+    if (parameter.stepCount < 1 || parameter.stepCount >= kMostListedTexts) {
+        const std::string first = plugin.textOf(parameter, 0.0);
+        const std::string last = plugin.textOf(parameter, 1.0);
+        return first.empty() && last.empty() ? std::string() : first + " ... " + last;
+    }
     std::string texts;
-    for (int state = 0; state <= parameter.stepCount; ++state)
-        appendItem(texts,
-                   plugin.textOf(parameter, static_cast<double>(state) / parameter.stepCount));
+    for (int state = 0; state <= parameter.stepCount; ++state) {
+        const double value = static_cast<double>(state) / parameter.stepCount;
+        if (const auto text = plugin.textOf(parameter, value); !text.empty())
+            appendItem(texts, text);
+    }
     return texts;
 }
 
