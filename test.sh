@@ -69,6 +69,14 @@ if ! step "Setting up" scripts/setup.sh "${sets[@]}"; then
     exit 1
 fi
 
+# A locale with a decimal comma, which not every machine has.
+locales=$root/build/locales
+if [[ ! -d $locales/de_DE.UTF-8 ]]; then
+    mkdir -p "$locales"
+    step "Making a locale" localedef -i de_DE -f UTF-8 "$locales/de_DE.UTF-8"
+fi
+export LOCPATH=$locales
+
 check "Checking the sources" scripts/check-sources.sh
 if [[ $quick ]]; then
     suite release -L quick
