@@ -60,6 +60,7 @@ enum ParameterIndex : uint32_t {
     kLastOutputIndex = 114,
     kSuspend = 115,
     kHeartbeat = 159,
+    kProgram = 160,  // the factory bank as the host's program list; the processor ignores it
 };
 
 enum class ProcessingMode : int { Clean, Legacy, Lims, Full };

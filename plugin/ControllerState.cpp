@@ -10,44 +10,61 @@ namespace {
 
 using boost::endian::order;
 
-// Mark, version, number of bytes that follow; then the view settings. All little-endian.
+// Mark, version, number of bytes that follow; then the view settings, the program, and the setups
+// up to the end. All little-endian.
 constexpr std::array<uint8_t, 4> kMark = {'Q', 'C', 'T', 'L'};
 constexpr uint32_t kVersion = 1;
 constexpr std::size_t kWordSize = 4;
 constexpr std::size_t kHeaderSize = kMark.size() + 2 * kWordSize;
 constexpr std::size_t kDoubleSize = 8;
-constexpr std::size_t kBodySize = std::tuple_size_v<decltype(ControllerState::viewSettings)> * 8;
+constexpr std::size_t kFixedSize =
+    std::tuple_size_v<decltype(ControllerState::viewSettings)> * kDoubleSize + kWordSize;
+
+uint8_t* storeWord(uint8_t* to, std::size_t word) {
+    boost::endian::endian_store<uint32_t, kWordSize, order::little>(to,
+                                                                    static_cast<uint32_t>(word));
+    return to + kWordSize;
+}
+
+uint32_t takeWord(const uint8_t*& from) {
+    const auto word = boost::endian::endian_load<uint32_t, kWordSize, order::little>(from);
+    from += kWordSize;
+    return word;
+}
 
 }  // namespace
 
 std::vector<uint8_t> encodeControllerState(const ControllerState& state) {
-    std::vector<uint8_t> content(kHeaderSize + kBodySize);
+    const std::size_t body = kFixedSize + state.setups.size();
+    std::vector<uint8_t> content(kHeaderSize + body);
     uint8_t* to = std::copy(kMark.begin(), kMark.end(), content.data());
-    boost::endian::endian_store<uint32_t, kWordSize, order::little>(to, kVersion);
-    boost::endian::endian_store<uint32_t, kWordSize, order::little>(to + kWordSize, kBodySize);
-    to += 2 * kWordSize;
+    to = storeWord(to, kVersion);
+    to = storeWord(to, body);
     for (const double value : state.viewSettings) {
         boost::endian::endian_store<double, kDoubleSize, order::little>(to, value);
         to += kDoubleSize;
     }
+    to = storeWord(to, state.program);
+    std::transform(state.setups.begin(), state.setups.end(), to,
+                   [](std::byte b) { return std::to_integer<uint8_t>(b); });
     return content;
 }
 
 std::optional<ControllerState> decodeControllerState(std::span<const uint8_t> content) {
-    if (content.size() != kHeaderSize + kBodySize) return std::nullopt;
+    if (content.size() < kHeaderSize + kFixedSize) return std::nullopt;
     if (!std::equal(kMark.begin(), kMark.end(), content.begin())) return std::nullopt;
     const uint8_t* from = content.data() + kMark.size();
-    const auto version = boost::endian::endian_load<uint32_t, kWordSize, order::little>(from);
-    const auto size =
-        boost::endian::endian_load<uint32_t, kWordSize, order::little>(from + kWordSize);
-    if (version != kVersion || size != kBodySize) return std::nullopt;
-    from += 2 * kWordSize;
+    if (takeWord(from) != kVersion) return std::nullopt;
+    if (takeWord(from) != content.size() - kHeaderSize) return std::nullopt;
     ControllerState state;
     for (double& value : state.viewSettings) {
         value = boost::endian::endian_load<double, kDoubleSize, order::little>(from);
         if (!(value >= 0.0 && value <= 1.0)) return std::nullopt;
         from += kDoubleSize;
     }
+    state.program = takeWord(from);
+    const auto setups = std::as_bytes(content.subspan(kHeaderSize + kFixedSize));
+    state.setups.assign(setups.begin(), setups.end());
     return state;
 }
 

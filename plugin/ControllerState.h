@@ -1,5 +1,5 @@
-// What the controller keeps in the host's project beside the processor's state: the editor's view
-// settings, as one versioned block.
+// What the controller keeps in the host's project beside the processor's state, as one versioned
+// block: the editor's view settings, the host's program, and the preset manager's setups.
 #pragma once
 
 #include "params/ParameterIndex.h"
@@ -16,12 +16,15 @@ namespace Quorvant {
 struct ControllerState {
     static constexpr uint32_t kFirstViewSetting = kNoteViewStyle;
     std::array<double, kParameterCount - kFirstViewSetting> viewSettings{};  // normalised
+    uint32_t program = 0;           // number in the host's program list
+    std::vector<std::byte> setups;  // the preset manager's own block
 };
 
 inline constexpr std::size_t kLargestControllerState = 1 << 20;  // bytes, of any version
 
 std::vector<uint8_t> encodeControllerState(const ControllerState& state);
-// Nothing unless the whole of it is a block of a known version with every value within its range.
+// Nothing unless the whole of it is a block of a known version with every value within its range;
+// `setups` is not looked into.
 std::optional<ControllerState> decodeControllerState(std::span<const uint8_t> content);
 
 }  // namespace Quorvant

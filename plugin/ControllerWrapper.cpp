@@ -4,6 +4,7 @@
 #include "params/ParameterTable.h"
 #include "plugin/ComponentState.h"
 #include "plugin/ControllerState.h"
+#include "plugin/FactoryPrograms.h"
 #include "plugin/HostParameter.h"
 #include "plugin/Streams.h"
 
@@ -23,23 +24,29 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::initialize(FUnknown* context) {
     initialised = true;
     addUnits();
     addAllParameters(parameters);
+    parameters.addParameter(makeProgramParameter());
+    addProgramList(makeFactoryProgramList());
+    manager = std::make_unique<PresetManager>(*this);
     return kResultOk;
 }
 
 tresult PLUGIN_API QVXVST3ControllerWrapper::terminate() {
     initialised = false;
+    manager.reset();
     return EditControllerEx1::terminate();
 }
 
 void QVXVST3ControllerWrapper::addUnits() {
-    const auto add = [this](std::string_view name, Vst::UnitID id, Vst::UnitID parent) {
+    const auto add = [this](std::string_view name, Vst::UnitID id, Vst::UnitID parent,
+                            Vst::ProgramListID programs) {
         Vst::String128 text{};
         VST3::StringConvert::convert(std::string(name), text);
-        addUnit(new Vst::Unit(text, id, parent));
+        addUnit(new Vst::Unit(text, id, parent, programs));
     };
-    add("Root", Vst::kRootUnitId, Vst::kNoParentUnitId);
+    add("Root", Vst::kRootUnitId, Vst::kNoParentUnitId, kFactoryProgramList);
     for (int id = 1; id <= kParameterGroupCount; ++id) {
-        add(parameterGroupName(static_cast<ParameterGroup>(id)), id, Vst::kRootUnitId);
+        add(parameterGroupName(static_cast<ParameterGroup>(id)), id, Vst::kRootUnitId,
+            Vst::kNoProgramListId);
     }
 }
 
@@ -50,7 +57,15 @@ bool QVXVST3ControllerWrapper::acceptsChange(Vst::ParamID id) {
 tresult PLUGIN_API QVXVST3ControllerWrapper::setParamNormalized(Vst::ParamID id,
                                                                 Vst::ParamValue value) {
     if (std::isnan(value) || !acceptsChange(id)) return kResultFalse;
-    return EditControllerEx1::setParamNormalized(id, value);
+    if (id == kProgram && manager) {
+        // Hosts send the program that they kept after they have loaded a state: it is in force.
+        if (const int chosen = programFromNormalised(value); chosen != program())
+            chooseProgram(chosen);
+        return kResultOk;
+    }
+    const tresult result = EditControllerEx1::setParamNormalized(id, value);
+    if (result == kResultOk && manager) manager->parameterEdited(id, value);
+    return result;
 }
 
 tresult QVXVST3ControllerWrapper::performEdit(Vst::ParamID id, Vst::ParamValue value) {
@@ -58,9 +73,49 @@ tresult QVXVST3ControllerWrapper::performEdit(Vst::ParamID id, Vst::ParamValue v
     return EditControllerEx1::performEdit(id, value);
 }
 
-// A state is taken whole, whatever it says of Inf Repeat.
+// A state or a preset is taken whole, whatever it says of Inf Repeat.
 void QVXVST3ControllerWrapper::adopt(Vst::ParamID id, Vst::ParamValue value) {
-    EditControllerEx1::setParamNormalized(id, value);
+    if (EditControllerEx1::setParamNormalized(id, value) == kResultOk && manager)
+        manager->parameterEdited(id, value);
+}
+
+int QVXVST3ControllerWrapper::program() {
+    return programFromNormalised(getParamNormalized(kProgram));
+}
+
+void QVXVST3ControllerWrapper::chooseProgram(int chosen) {
+    EditControllerEx1::setParamNormalized(kProgram, normalisedFromProgram(chosen));
+    manager->choose(programLocation(chosen));
+}
+
+void QVXVST3ControllerWrapper::applyParameters(std::span<const ParameterEdit> edits) {
+    startGroupEdit();
+    for (const auto& [id, value] : edits) {
+        beginEdit(id);
+        adopt(id, value);
+        EditControllerEx1::performEdit(id, value);
+        endEdit(id);
+    }
+    finishGroupEdit();
+    if (componentHandler) componentHandler->restartComponent(Vst::kParamValuesChanged);
+}
+
+// The host's program menu follows what was chosen elsewhere.
+void QVXVST3ControllerWrapper::presetsChanged() {
+    if (!manager) return;
+    const auto chosen = programAt(manager->location());
+    if (!chosen || *chosen == program()) return;
+    const double value = normalisedFromProgram(*chosen);
+    EditControllerEx1::setParamNormalized(kProgram, value);
+    beginEdit(kProgram);
+    EditControllerEx1::performEdit(kProgram, value);
+    endEdit(kProgram);
+}
+
+std::array<double, kStoredParameterCount> QVXVST3ControllerWrapper::liveValues() {
+    std::array<double, kStoredParameterCount> values{};
+    for (uint32_t i = 0; i < values.size(); ++i) values[i] = getParamNormalized(i);
+    return values;
 }
 
 tresult PLUGIN_API QVXVST3ControllerWrapper::setComponentState(IBStream* stream) {
@@ -81,6 +136,10 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setState(IBStream* stream) {
     for (uint32_t i = 0; i < state->viewSettings.size(); ++i) {
         adopt(ControllerState::kFirstViewSetting + i, state->viewSettings[i]);
     }
+    // Before the setups, which may tell of a change.
+    EditControllerEx1::setParamNormalized(kProgram,
+                                          normalisedFromProgram(static_cast<int>(state->program)));
+    if (manager) manager->restoreState(state->setups, liveValues());
     return kResultOk;
 }
 
@@ -90,6 +149,8 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::getState(IBStream* stream) {
     for (uint32_t i = 0; i < state.viewSettings.size(); ++i) {
         state.viewSettings[i] = getParamNormalized(ControllerState::kFirstViewSetting + i);
     }
+    state.program = static_cast<uint32_t>(program());
+    if (manager) state.setups = manager->saveState();
     return writeFully(*stream, encodeControllerState(state)) ? kResultOk : kResultFalse;
 }
 

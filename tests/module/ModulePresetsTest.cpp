@@ -1,0 +1,132 @@
+// Factory presets through the host's own program list, as the built module offers it.
+#include "presets/FactoryBank.h"
+#include "tests/module/ModuleRig.h"
+
+#include "pluginterfaces/vst/ivstunits.h"
+#include "public.sdk/source/vst/utility/stringconvert.h"
+
+#include <random>
+
+namespace Quorvant::Test {
+namespace {
+
+using Hosting::EditLog;
+using Hosting::ParameterPoint;
+
+constexpr Hosting::ParamID kProgramId = 160;
+constexpr int kPrograms = 132;
+
+double programValue(int program) {
+    return static_cast<double>(program) / (kPrograms - 1);
+}
+
+// What a host does with the edits of a controller: it gives them to the processor.
+void forwardEdits(ModuleRig& rig) {
+    std::vector<ParameterPoint> points;
+    for (const EditLog::Edit& edit : rig.plugin->editLog().edits)
+        points.push_back({edit.id, 0, edit.value});
+    rig.plugin->editLog().edits.clear();
+    rig.plugin->flush(points);
+}
+
+void chooseProgram(ModuleRig& rig, int program) {
+    rig.plugin->controller()->setParamNormalized(kProgramId, programValue(program));
+    forwardEdits(rig);
+}
+
+TEST(ModulePresets, TheFactoryBankIsTheHostsProgramList) {
+    ModuleRig rig;
+    Steinberg::FUnknownPtr<Steinberg::Vst::IUnitInfo> units(rig.plugin->controller());
+    ASSERT_TRUE(units);
+    ASSERT_EQ(units->getProgramListCount(), 1);
+    Steinberg::Vst::ProgramListInfo list{};
+    ASSERT_EQ(units->getProgramListInfo(0, list), Steinberg::kResultOk);
+    ASSERT_EQ(list.programCount, kPrograms);
+    for (int program = 0; program < kPrograms; ++program) {
+        std::string_view name;
+        getFactoryPreset(static_cast<uint32_t>(program), nullptr, &name, nullptr);
+        Steinberg::Vst::String128 shown{};
+        ASSERT_EQ(units->getProgramName(list.id, program, shown), Steinberg::kResultOk);
+        EXPECT_EQ(VST3::StringConvert::convert(shown), name);
+        EXPECT_EQ(units->getProgramInfo(list.id, program, "MusicalStyle", shown),
+                  Steinberg::kResultOk);
+    }
+    const Hosting::Parameter* program = rig.plugin->findParameter(kProgramId);
+    ASSERT_NE(program, nullptr);
+    EXPECT_TRUE(program->has(Steinberg::Vst::ParameterInfo::kIsProgramChange));
+    EXPECT_FALSE(program->has(Steinberg::Vst::ParameterInfo::kCanAutomate));
+    EXPECT_EQ(program->stepCount, kPrograms - 1);
+}
+
+TEST(ModulePresets, AChoiceIsOneGroupOfEditsAndLeavesTheGlobalSetAlone) {
+    ModuleRig rig;
+    const double globalMix = 0.125;
+    rig.plugin->setParameter(13, globalMix);
+    EditLog& log = rig.plugin->editLog();
+    chooseProgram(rig, 40);
+    EXPECT_EQ(log.groupsBegun, 1);
+    EXPECT_EQ(log.groupsEnded, 1);
+    EXPECT_EQ(log.begun, log.ended);
+    EXPECT_NE(log.restartFlags & Steinberg::Vst::kParamValuesChanged, 0);
+    PresetValues wanted{};
+    getFactoryPreset(40, &wanted, nullptr, nullptr);
+    const auto state = rig.plugin->componentState();
+    ASSERT_TRUE(state);
+    for (uint32_t i = 0; i < wanted.size(); ++i) {
+        if ((i >= 8 && i <= 14) || i == 34 || i == 35) continue;
+        EXPECT_FLOAT_EQ(static_cast<float>(rig.plugin->controllerValue(i)),
+                        static_cast<float>(wanted[i]))
+            << i;
+        double stored = 0.0;
+        std::memcpy(&stored, state->data() + 8 * i, sizeof stored);
+        EXPECT_FLOAT_EQ(static_cast<float>(stored), static_cast<float>(wanted[i])) << i;
+    }
+    EXPECT_EQ(rig.plugin->controllerValue(13), globalMix);
+}
+
+TEST(ModulePresets, AProgramThatComesBackAfterAStateChangesNothing) {
+    ModuleRig saved;
+    chooseProgram(saved, 40);
+    saved.plugin->setParameter(21, 0.123);  // edited since
+    saved.render(silence(64));
+    const auto component = saved.plugin->componentState();
+    const auto controller = saved.plugin->controllerState();
+    ASSERT_TRUE(component);
+    ASSERT_TRUE(controller);
+
+    ModuleRig loaded;
+    loaded.plugin->setComponentState(*component);
+    loaded.plugin->showComponentState(*component);
+    ASSERT_EQ(loaded.plugin->setControllerState(*controller), Steinberg::kResultOk);
+    EXPECT_NEAR(loaded.plugin->controllerValue(kProgramId), programValue(40), 1e-9);
+    loaded.plugin->editLog().edits.clear();
+    chooseProgram(loaded, 40);
+    EXPECT_EQ(loaded.plugin->controllerValue(21), 0.123);
+    EXPECT_TRUE(loaded.plugin->editLog().edits.empty());
+    chooseProgram(loaded, 41);
+    EXPECT_NE(loaded.plugin->controllerValue(21), 0.123);
+}
+
+TEST(ModulePresets, DamagedControllerStatesAreIgnoredWhole) {
+    ModuleRig rig;
+    chooseProgram(rig, 17);
+    rig.plugin->setParameter(40, 0.0);
+    const auto good = rig.plugin->controllerState();
+    ASSERT_TRUE(good);
+    std::mt19937 random(3);
+    for (int round = 0; round < 500; ++round) {
+        auto bytes = *good;
+        if (round % 2 == 0) bytes.resize(random() % bytes.size());
+        if (!bytes.empty())
+            bytes[random() % bytes.size()] ^= static_cast<uint8_t>(1 + random() % 255);
+        rig.plugin->setControllerState(bytes);
+        const auto after = rig.plugin->controllerState();
+        ASSERT_TRUE(after);
+        EXPECT_EQ(rig.plugin->setControllerState(*after), Steinberg::kResultOk);
+    }
+    EXPECT_EQ(rig.plugin->setControllerState(*good), Steinberg::kResultOk);
+    EXPECT_EQ(*rig.plugin->controllerState(), *good);
+}
+
+}  // namespace
+}  // namespace Quorvant::Test
