@@ -13,6 +13,10 @@ target_compile_definitions(
     vstgui PUBLIC VSTGUI_ENABLE_DEPRECATED_METHODS=0 VSTGUI_LIVE_EDITING=0
                   VSTGUI_OPENGL_SUPPORT=0)
 target_compile_options(vstgui PRIVATE -w)
+if(CORVANE_SANITIZE)
+    # One huge unit: the undefined-behaviour checks alone take minutes and gigabytes to compile.
+    target_compile_options(vstgui PRIVATE -fno-sanitize=undefined)
+endif()
 
 if(WIN32)
     # mingw's headers lack a few declarations of DirectComposition and DirectWrite.
