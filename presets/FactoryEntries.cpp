@@ -459,7 +459,7 @@ std::span<const FactoryEntry> factoryEntries() {
           {kLfoRate, hertz(9)}, {kDepth, swing(0.3)}}},
         {"lo-fi delay", kClassic, 6,
          {{kProcessingMode, kLegacyMode}, {kDelayClockMode, kOn}, {kDelayNote, note("1/16")},
-          {kDelayX2, kOn}, {kFeedback, 0.5}, {kInput, decibels(5)}, {kOutput, decibels(-3)},
+          {kDelayX2, kOn}, {kFeedback, 0.5}, {kInput, decibels(5)}, {kOutput, decibels(-6)},
           {kHighCut, kOn}, {kHighCutCutoff, corner(1900)}}},
         {"long reverse", kDirection, 6,
          {{kDelayTime, ms(4000)}, {kDirectionMode, kReverse}, {kFeedback, 0.4}, {kMix, 0.55}}},
