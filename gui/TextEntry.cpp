@@ -1,5 +1,6 @@
 #include "gui/TextEntry.h"
 
+#include "gui/Tempo.h"
 #include "gui/TypedNumber.h"
 #include "params/ParameterTable.h"
 #include "params/ParameterText.h"
@@ -81,6 +82,7 @@ std::optional<double> valueFromTyped(uint32_t index, std::string_view text) {
         return parseParameterText(index, text);
     }
     plain *= factor;
+    if (index == kManualTempo) return manualTempoFromBpm(plain);
     if (index == kHighCutCutoff) {
         // Displayed in kHz. No cutoff reaches 100 kHz, so a bare number of that size is in Hz.
         if (unitGiven || plain >= 100.0) plain *= 0.001;

@@ -8,7 +8,8 @@
 namespace Quorvant {
 
 // The normalised value for a typed text: a word or the name of a state, or a number, with or
-// without a unit, in the parameter's displayed unit. Numbers beyond the range give its nearer end.
+// without a unit, in the unit that the editor displays (for Manual Tempo: the tempo that is heard,
+// see Tempo.h). Numbers beyond the range give its nearer end.
 // Nothing for a text that means no value of the parameter. Main thread.
 std::optional<double> valueFromTyped(uint32_t index, std::string_view text);
 

@@ -1,0 +1,269 @@
+#include "gui/Drawing.h"
+
+#include <vstgui/lib/cgradient.h>
+#include <vstgui/lib/platform/iplatformfont.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+#include <string>
+
+namespace Quorvant {
+namespace {
+
+using VSTGUI::CGraphicsPath;
+
+constexpr double kCircleControl = 0.5522847498307936;  // of a quarter circle's Bézier curve
+
+double radians(double degrees) {
+    return degrees * std::numbers::pi / 180.0;
+}
+
+Path newPath(CDrawContext& context) {
+    return VSTGUI::owned(context.createGraphicsPath());
+}
+
+// Tangent of the clockwise circle at an angle.
+CPoint tangent(double angle) {
+    return {std::cos(radians(angle)), std::sin(radians(angle))};
+}
+
+void addArc(CGraphicsPath& path, CPoint centre, double radius, double from, double to) {
+    const int pieces = std::max(1, static_cast<int>(std::ceil(std::fabs(to - from) / 45.0)));
+    const double step = (to - from) / pieces;
+    const double reach = 4.0 / 3.0 * std::tan(radians(step) / 4.0) * radius;
+    for (int i = 0; i < pieces; ++i) {
+        const double a = from + i * step;
+        const double b = a + step;
+        const CPoint start = onCircle(centre, radius, a);
+        const CPoint end = onCircle(centre, radius, b);
+        const CPoint ta = tangent(a);
+        const CPoint tb = tangent(b);
+        path.addBezierCurve(CPoint(start.x + ta.x * reach, start.y + ta.y * reach),
+                            CPoint(end.x - tb.x * reach, end.y - tb.y * reach), end);
+    }
+}
+
+}  // namespace
+
+CPoint onCircle(CPoint centre, double radius, double angle) {
+    return {centre.x + std::sin(radians(angle)) * radius,
+            centre.y - std::cos(radians(angle)) * radius};
+}
+
+Path arcPath(CDrawContext& context, CPoint centre, double radius, double from, double to) {
+    Path path = newPath(context);
+    path->beginSubpath(onCircle(centre, radius, from));
+    addArc(*path, centre, radius, from, to);
+    return path;
+}
+
+Path circlePath(CDrawContext& context, CPoint centre, double radius) {
+    Path path = arcPath(context, centre, radius, 0.0, 360.0);
+    path->closeSubpath();
+    return path;
+}
+
+Path roundRectPath(CDrawContext& context, const CRect& r, double radius) {
+    radius = std::min({radius, r.getWidth() / 2.0, r.getHeight() / 2.0});
+    const double k = radius * (1.0 - kCircleControl);
+    Path path = newPath(context);
+    path->beginSubpath(CPoint(r.left + radius, r.top));
+    path->addLine(CPoint(r.right - radius, r.top));
+    path->addBezierCurve(r.right - k, r.top, r.right, r.top + k, r.right, r.top + radius);
+    path->addLine(CPoint(r.right, r.bottom - radius));
+    path->addBezierCurve(r.right, r.bottom - k, r.right - k, r.bottom, r.right - radius, r.bottom);
+    path->addLine(CPoint(r.left + radius, r.bottom));
+    path->addBezierCurve(r.left + k, r.bottom, r.left, r.bottom - k, r.left, r.bottom - radius);
+    path->addLine(CPoint(r.left, r.top + radius));
+    path->addBezierCurve(r.left, r.top + k, r.left + k, r.top, r.left + radius, r.top);
+    path->closeSubpath();
+    return path;
+}
+
+void fillPath(CDrawContext& context, CGraphicsPath& path, CColor colour) {
+    context.setFillColor(colour);
+    context.drawGraphicsPath(&path, CDrawContext::kPathFilled);
+}
+
+void strokePath(CDrawContext& context, CGraphicsPath& path, CColor colour, double width) {
+    context.setFrameColor(colour);
+    context.setLineWidth(width);
+    context.setLineStyle(VSTGUI::kLineSolid);
+    context.drawGraphicsPath(&path, CDrawContext::kPathStroked);
+}
+
+void fillRound(CDrawContext& context, const CRect& rect, double radius, CColor colour) {
+    fillPath(context, *roundRectPath(context, rect, radius), colour);
+}
+
+void strokeRound(CDrawContext& context, const CRect& rect, double radius, CColor colour,
+                 double width) {
+    CRect inner = rect;
+    inner.inset(width / 2.0, width / 2.0);
+    strokePath(context, *roundRectPath(context, inner, radius), colour, width);
+}
+
+void fillRoundGradient(CDrawContext& context, const CRect& rect, double radius, CColor top,
+                       CColor bottom) {
+    const auto gradient = VSTGUI::owned(VSTGUI::CGradient::create(0.0, 1.0, top, bottom));
+    const Path path = roundRectPath(context, rect, radius);
+    context.fillLinearGradient(path, *gradient, rect.getTopLeft(), rect.getBottomLeft());
+}
+
+void line(CDrawContext& context, CPoint from, CPoint to, CColor colour, double width) {
+    context.setFrameColor(colour);
+    context.setLineWidth(width);
+    context.setLineStyle(VSTGUI::kLineSolid);
+    context.drawLine(from, to);
+}
+
+void polygon(CDrawContext& context, std::initializer_list<CPoint> points, CColor colour) {
+    const Path path = newPath(context);
+    bool first = true;
+    for (const CPoint& point : points) {
+        if (first) {
+            path->beginSubpath(point);
+        } else {
+            path->addLine(point);
+        }
+        first = false;
+    }
+    path->closeSubpath();
+    fillPath(context, *path, colour);
+}
+
+void lamp(CDrawContext& context, CPoint centre, double radius, CColor colour, double level) {
+    level = std::clamp(level, 0.0, 1.0);
+    if (level > 0.05) {
+        fillPath(context, *circlePath(context, centre, radius + 2.5),
+                 withAlpha(colour, 0.22 * level));
+    }
+    fillPath(context, *circlePath(context, centre, radius + 0.8), Theme::kDialEdge);
+    const CColor off = mix(colour, CColor(20, 20, 22, 255), 0.82);
+    fillPath(context, *circlePath(context, centre, radius), mix(off, colour, level));
+    fillPath(context,
+             *circlePath(context, CPoint(centre.x - radius * 0.3, centre.y - radius * 0.3),
+                         radius * 0.3),
+             CColor(255, 255, 255, static_cast<uint8_t>(30 + 90 * level)));
+}
+
+void glass(CDrawContext& context, const CRect& rect) {
+    fillRound(context, rect, 3.0, Theme::kGlass);
+    strokeRound(context, rect, 3.0, Theme::kGlassEdge);
+    line(context, CPoint(rect.left + 3.0, rect.bottom + 0.5),
+         CPoint(rect.right - 3.0, rect.bottom + 0.5), CColor(255, 255, 255, 24));
+}
+
+double textWidth(std::string_view text, Theme::Face face) {
+    const VSTGUI::UTF8String string{std::string(text)};
+    const auto platformFont = Theme::font(face)->getPlatformFont();
+    if (!platformFont || !platformFont->getPainter()) return 0.0;
+    return platformFont->getPainter()->getStringWidth(nullptr, string.getPlatformString());
+}
+
+void drawText(CDrawContext& context, std::string_view text, const CRect& rect, Theme::Face face,
+              CColor colour, Align align) {
+    if (text.empty()) return;
+    const std::string string(text);
+    const auto font = Theme::font(face);
+    context.setFontColor(colour);
+    context.setFont(font);
+    const double width = context.getStringWidth(string.c_str());
+    if (width > rect.getWidth() && width > 0.0) {
+        context.setFont(font, std::max(4.0, font->getSize() * rect.getWidth() / width));
+    }
+    const VSTGUI::CHoriTxtAlign kinds[] = {VSTGUI::kLeftText, VSTGUI::kCenterText,
+                                           VSTGUI::kRightText};
+    context.drawString(string.c_str(), rect, kinds[static_cast<int>(align)]);
+}
+
+void drawFigures(CDrawContext& context, std::string_view text, const CRect& rect, int places,
+                 CColor lit, CColor ghost) {
+    // Bits 0 to 6: top, upper right, lower right, bottom, lower left, upper left, middle.
+    constexpr std::array<uint8_t, 10> kDigits = {0x3f, 0x06, 0x5b, 0x4f, 0x66,
+                                                 0x6d, 0x7d, 0x07, 0x7f, 0x6f};
+    const double height = rect.getHeight();
+    const double thick = height * 0.115;
+    const double pitch = rect.getWidth() / places;
+    const double width = std::min(pitch * 0.74, height * 0.56);
+    constexpr double kSlant = 0.09;  // to the right, of the height
+    const double gap = thick * 0.14;
+
+    const auto drawCell = [&](double left, uint8_t bits, bool point, CColor colour) {
+        const double middle = rect.top + height / 2.0;
+        const auto at = [&](double x, double y) {
+            return CPoint(left + x + (rect.bottom - y) * kSlant, y);
+        };
+        const auto horizontal = [&](double y) {
+            const double h = thick / 2.0;
+            polygon(
+                context,
+                {at(h + gap, y), at(thick + gap, y - h), at(width - thick - gap, y - h),
+                 at(width - h - gap, y), at(width - thick - gap, y + h), at(thick + gap, y + h)},
+                colour);
+        };
+        const auto vertical = [&](double x, double top, double bottom) {
+            const double h = thick / 2.0;
+            polygon(context,
+                    {at(x, top + gap), at(x + h, top + h + gap), at(x + h, bottom - h - gap),
+                     at(x, bottom - gap), at(x - h, bottom - h - gap), at(x - h, top + h + gap)},
+                    colour);
+        };
+        const double top = rect.top + thick / 2.0;
+        const double bottom = rect.bottom - thick / 2.0;
+        const double leftX = thick / 2.0;
+        const double rightX = width - thick / 2.0;
+        if (bits & 0x01) horizontal(top);
+        if (bits & 0x08) horizontal(bottom);
+        if (bits & 0x40) horizontal(middle);
+        if (bits & 0x02) vertical(rightX, top, middle);
+        if (bits & 0x04) vertical(rightX, middle, bottom);
+        if (bits & 0x10) vertical(leftX, middle, bottom);
+        if (bits & 0x20) vertical(leftX, top, middle);
+        if (point) {
+            fillPath(context,
+                     *circlePath(context, at(width + thick * 0.75, rect.bottom - thick / 2.0),
+                                 thick * 0.62),
+                     colour);
+        }
+    };
+
+    int place = places;
+    std::size_t end = text.size();
+    while (place > 0) {
+        --place;
+        bool point = false;
+        char c = ' ';
+        if (end > 0) {
+            c = text[--end];
+            if (c == '.' && end > 0) {
+                point = true;
+                c = text[--end];
+            }
+        }
+        const double left =
+            rect.left + place * pitch + (pitch - width) / 2.0 - height * kSlant / 2.0;
+        drawCell(left, 0x7f, false, ghost);
+        uint8_t bits = 0;
+        if (c >= '0' && c <= '9') bits = kDigits[static_cast<std::size_t>(c - '0')];
+        if (c == '-') bits = 0x40;
+        if (bits != 0 || point) drawCell(left, bits, point, lit);
+    }
+}
+
+CColor mix(CColor a, CColor b, double share) {
+    const auto blend = [share](uint8_t x, uint8_t y) {
+        return static_cast<uint8_t>(std::lround(x + (y - x) * share));
+    };
+    return CColor(blend(a.red, b.red), blend(a.green, b.green), blend(a.blue, b.blue),
+                  blend(a.alpha, b.alpha));
+}
+
+CColor withAlpha(CColor colour, double alpha) {
+    colour.alpha = static_cast<uint8_t>(std::lround(std::clamp(alpha, 0.0, 1.0) * 255.0));
+    return colour;
+}
+
+}  // namespace Quorvant

@@ -1,0 +1,332 @@
+#include "gui/Panels.h"
+
+#include "dsp/OutputIndex.h"
+#include "gui/controls/Buttons.h"
+#include "gui/controls/Knob.h"
+#include "gui/controls/Meters.h"
+#include "gui/controls/Readouts.h"
+#include "params/GlobalSet.h"
+#include "params/ParameterLaws.h"
+#include "platform/TickCount.h"
+
+#include <string>
+
+namespace Quorvant {
+namespace {
+
+constexpr double kDimmed = 0.42;
+
+CRect toRect(const Place& place) {
+    return CRect(place.left, place.top, place.right, place.bottom);
+}
+
+std::vector<Choice> choicesFor(uint32_t index) {
+    switch (index) {
+        case kGlobal:
+            return {{"PRESET"}, {"GLOBAL"}};
+        case kProcessingMode:
+            return {{"CLEAN"}, {"LEGACY"}, {"LIMS"}, {"FULL"}};
+        case kDirectionMode:
+            return {{"Forward", Glyph::Forward},
+                    {"Backward", Glyph::Backward},
+                    {"Reverse", Glyph::Reverse},
+                    {"Bounce", Glyph::Bounce}};
+        case kSensitivity:
+            return {{"-10 dBV"}, {"+4 dBu"}};
+        case kEnforceManualTempo:
+            return {{"HOST"}, {"MANUAL"}};
+        case kNoteViewStyle:
+            return {{"1/4 dot"}, {"3/8"}};
+        default:
+            return {};
+    }
+}
+
+class Caption final : public Control {
+  public:
+    Caption(const CRect& size, std::string words) : Control(size), text(std::move(words)) {
+        setMouseEnabled(false);
+    }
+    void draw(VSTGUI::CDrawContext* context) override {
+        drawText(*context, text, getViewSize(), Theme::Face::Small, Theme::kTextDim);
+        setDirty(false);
+    }
+
+  private:
+    std::string text;
+};
+
+// The maker's plate; a click turns the panel over.
+class ProductLabel final : public ActionButton {
+  public:
+    ProductLabel(const CRect& size, uint32_t id, Action what)
+        : ActionButton(size, static_cast<int32_t>(id), Look::Plain, "", std::move(what)) {
+        setTooltipText(hintText(id));
+    }
+    void draw(VSTGUI::CDrawContext* context) override {
+        const CRect& size = getViewSize();
+        drawText(*context, "CORVANE", CRect(size.left, size.top, size.right, size.top + 13.0),
+                 Theme::Face::Brand, Theme::kTextDim);
+        drawText(*context, "QVX77x", CRect(size.left, size.top + 12.0, size.right, size.top + 35.0),
+                 Theme::Face::Product, Theme::kText);
+        drawText(*context, "STEREO DELAY",
+                 CRect(size.left, size.top + 36.0, size.right, size.top + 48.0), Theme::Face::Small,
+                 Theme::kAccent);
+        setDirty(false);
+    }
+};
+
+}  // namespace
+
+void drawFace(VSTGUI::CDrawContext& context, const CRect& rect) {
+    fillRoundGradient(context, rect, 0.0, Theme::kFaceTop, Theme::kFaceBottom);
+    line(context, CPoint(rect.left, rect.top + 0.5), CPoint(rect.right, rect.top + 0.5),
+         CColor(255, 255, 255, 34));
+    line(context, CPoint(rect.left, rect.bottom - 0.5), CPoint(rect.right, rect.bottom - 0.5),
+         CColor(0, 0, 0, 120));
+}
+
+Panel::Panel(const CRect& size, EditorContext& editor, std::span<const GroupSpec> groupList,
+             std::span<const ControlSpec> controls, const PanelActions& panelActions)
+    : CViewContainer(size),
+      owner(editor),
+      groups(groupList),
+      specs(controls),
+      actions(panelActions) {
+    for (const ControlSpec& spec : specs) add(spec);
+    dimUnused();
+}
+
+void Panel::add(const ControlSpec& spec) {
+    const CRect rect = toRect(spec.place);
+    const auto takeControl = [this](ParameterControl* control) {
+        parameterControls.push_back(control);
+        addView(control);
+    };
+    const auto takeLively = [this](auto* view) {
+        idlers.push_back([view] { view->idle(); });
+        return view;
+    };
+    const auto hinted = [&spec](auto* view) {
+        view->setTooltipText(hintText(spec.id));
+        return view;
+    };
+    EditorModel& model = owner.model();
+    const auto tag = static_cast<int32_t>(spec.id);
+    switch (spec.kind) {
+        case ControlKind::Knob:
+            takeControl(new Knob(rect, owner, spec.id, spec.label));
+            break;
+        case ControlKind::CentredKnob:
+            takeControl(
+                new Knob(rect, owner, spec.id, spec.label, spec.id == kDelayTime ? 0.0 : 0.5));
+            break;
+        case ControlKind::WaveKnob:
+            takeControl(new WaveKnob(rect, owner, spec.id, spec.label));
+            break;
+        case ControlKind::Kick:
+            takeControl(new KickButton(rect, owner, spec.id, spec.label));
+            break;
+        case ControlKind::Loop:
+            takeControl(takeLively(new LoopButton(rect, owner, spec.id, spec.label)));
+            break;
+        case ControlKind::Power:
+            takeControl(new PowerButton(rect, owner, spec.id, spec.label));
+            break;
+        case ControlKind::Choice:
+            takeControl(new ChoiceRow(rect, owner, spec.id, choicesFor(spec.id)));
+            break;
+        case ControlKind::TimeReadout:
+            takeControl(takeLively(new TimeReadout(rect, owner)));
+            break;
+        case ControlKind::NoteReadout:
+            takeControl(new NoteReadout(rect, owner, spec.id,
+                                        spec.id == kNoteReadoutId ? kDelayNote : spec.id));
+            break;
+        case ControlKind::TempoReadout:
+            takeControl(takeLively(new TempoReadout(rect, owner)));
+            break;
+        case ControlKind::StepUp:
+        case ControlKind::StepDown: {
+            const bool up = spec.kind == ControlKind::StepUp;
+            const int direction = up ? 1 : -1;
+            const bool time = spec.id == kTimeUpId || spec.id == kTimeDownId;
+            auto* button =
+                new ActionButton(rect, tag, up ? ActionButton::Look::Up : ActionButton::Look::Down,
+                                 "", [this, time, direction](VSTGUI::Modifiers modifiers) {
+                                     const bool shift = modifiers.has(VSTGUI::ModifierKey::Shift);
+                                     if (time) {
+                                         stepDelayTime(owner, direction * (shift ? 0.1 : 1.0));
+                                     } else {
+                                         stepNote(owner, kDelayNote, direction, shift);
+                                     }
+                                 });
+            button->setRepeating();
+            addView(hinted(takeLively(button)));
+            break;
+        }
+        case ControlKind::Tap: {
+            auto* button =
+                new ActionButton(rect, -1, ActionButton::Look::Text, spec.label, [this](auto) {
+                    if (const auto bpm = taps.tap(tickCountMs())) {
+                        owner.setParameter(kManualTempo, manualTempoFromBpm(*bpm));
+                    }
+                    // Whoever taps wants to hear it.
+                    if (!switchState(owner.model().value(kEnforceManualTempo))) {
+                        owner.setParameter(kEnforceManualTempo, 1.0);
+                    }
+                });
+            button->setTooltipText("Tap the tempo; Manual Tempo takes it over.");
+            addView(button);
+            break;
+        }
+        case ControlKind::Headroom:
+            addView(hinted(takeLively(new HeadroomBar(rect, tag, model))));
+            break;
+        case ControlKind::Reduction:
+            addView(takeLively(new ReductionBar(rect, model)));
+            break;
+        case ControlKind::LfoLamp:
+            addView(takeLively(new Lamp(rect, kOutLfoLamp, Theme::kAccent, spec.label, [&model] {
+                return model.reading(kOutProcessingActivity) > 0.5 ? model.reading(kOutLfoLamp)
+                                                                   : 0.0;
+            })));
+            break;
+        case ControlKind::ProcessingLamp:
+            addView(
+                takeLively(new Lamp(rect, kOutProcessingActivity, Theme::kGreen, spec.label,
+                                    [&model] { return model.reading(kOutProcessingActivity); })));
+            break;
+        case ControlKind::SyncLamp:
+            addView(takeLively(new Lamp(rect, kOutHostSync, Theme::kGreen, spec.label,
+                                        [&model] { return model.reading(kOutHostSync); })));
+            break;
+        case ControlKind::Product:
+            addView(new ProductLabel(rect, spec.id, [this](auto) { actions.showAbout(true); }));
+            break;
+        case ControlKind::Extensions: {
+            const bool open = switchState(model.value(kShowHideExtensions));
+            auto* button = new ActionButton(
+                rect, static_cast<int32_t>(open ? kHideExtensionsId : kShowExtensionsId),
+                ActionButton::Look::Text, open ? "LESS" : "MORE",
+                [this, open](auto) { actions.showExtensions(!open); });
+            button->setTooltipText(hintText(open ? kHideExtensionsId : kShowExtensionsId));
+            addView(button);
+            break;
+        }
+        case ControlKind::Caption:
+            addView(new Caption(rect, spec.label));
+            break;
+    }
+}
+
+void Panel::parameterChanged(uint32_t index) {
+    for (ParameterControl* control : parameterControls) {
+        const uint32_t shown = control->parameter();
+        // Readouts tell of other parameters too.
+        const bool concerned = shown == index || globalTwin(shown) == index || index == kGlobal ||
+                               index == kNoteViewStyle || index == kDelayClockMode ||
+                               control->getTag() == static_cast<int32_t>(kTimeReadoutId) ||
+                               index == kEnforceManualTempo;
+        if (concerned) control->refresh();
+    }
+    dimUnused();
+}
+
+// What has no effect in the present mode stands back, but can still be set.
+void Panel::dimUnused() {
+    const EditorModel& model = owner.model();
+    const bool synced = switchState(model.value(kDelayClockMode));
+    const bool lfoSynced = switchState(model.value(kLfoSync));
+    forEachChild([&](VSTGUI::CView* view) {
+        const auto* control = dynamic_cast<VSTGUI::CControl*>(view);
+        if (!control) return;
+        bool unused = false;
+        switch (control->getTag()) {
+            case kDelayTime:
+            case kTimeUpId:
+            case kTimeDownId:
+                unused = synced;
+                break;
+            case kNoteReadoutId:
+            case kNoteUpId:
+            case kNoteDownId:
+                unused = !synced;
+                break;
+            case kLfoRate:
+                unused = lfoSynced;
+                break;
+            case kLfoNote:
+            case kLfoOffset:
+                unused = !lfoSynced;
+                break;
+            case kHighCutCutoff:
+                unused = !switchState(model.value(kHighCut));
+                break;
+            default:
+                return;
+        }
+        const auto alpha = static_cast<float>(unused ? kDimmed : 1.0);
+        if (view->getAlphaValue() != alpha) view->setAlphaValue(alpha);
+    });
+}
+
+void Panel::idle() {
+    for (const auto& idler : idlers) idler();
+}
+
+void Panel::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
+    drawFace(*context, CRect(0.0, 0.0, getWidth(), getHeight()));
+    for (const GroupSpec& group : groups) {
+        const CRect rect = toRect(group.place);
+        fillRound(*context, rect, 5.0, Theme::kGroup);
+        strokeRound(*context, rect, 5.0, Theme::kGroupEdge);
+        drawText(*context, group.title,
+                 CRect(rect.left + 8.0, rect.top + 2.0, rect.right - 8.0, rect.top + 17.0),
+                 Theme::Face::LabelBold, Theme::kText, Align::Left);
+    }
+}
+
+AboutBox::AboutBox(const CRect& size, const PanelActions& actions, Desk& desk)
+    : CViewContainer(size) {
+    addView(new ProductLabel(CRect(10, 12, 102, 62), kAboutLabelId,
+                             [show = actions.showAbout](auto) { show(false); }));
+    const auto addButton = [this](double left, const char* title, std::function<void()> action) {
+        addView(new ActionButton(CRect(left, 156, left + 130, 180), -1, ActionButton::Look::Text,
+                                 title, [action](auto) { action(); }));
+    };
+    addButton(140, "MANUAL", actions.openManual);
+    addButton(280, "WEBSITE", [&desk] { desk.openLink("https://www.quorvant.example"); });
+    addButton(420, "BACK TO THE PANEL", [show = actions.showAbout] { show(false); });
+}
+
+void AboutBox::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
+    drawFace(*context, CRect(0.0, 0.0, getWidth(), getHeight()));
+    struct Row {
+        const char* text;
+        Theme::Face face;
+        CColor colour;
+    };
+    const Row rows[] = {
+        {"Corvane QVX77x " CORVANE_VERSION, Theme::Face::Title, Theme::kText},
+        {"A stereo delay with a VCO-driven memory clock, by Quorvant.", Theme::Face::Value,
+         Theme::kTextDim},
+        {"Free software under the GNU General Public License, version 3 or later. It comes with no "
+         "warranty.",
+         Theme::Face::Value, Theme::kTextDim},
+        {"Built with the VST 3 SDK and VSTGUI of Steinberg Media Technologies GmbH, and with the "
+         "Boost C++ Libraries.",
+         Theme::Face::Value, Theme::kTextDim},
+        {"VST is a trademark of Steinberg Media Technologies GmbH.    Support: "
+         "support@quorvant.example",
+         Theme::Face::Value, Theme::kTextDim},
+    };
+    double y = 18.0;
+    for (const Row& row : rows) {
+        drawText(*context, row.text, CRect(140.0, y, getWidth() - 20.0, y + 20.0), row.face,
+                 row.colour, Align::Left);
+        y += 24.0;
+    }
+}
+
+}  // namespace Quorvant

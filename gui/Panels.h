@@ -1,0 +1,58 @@
+// The front panel and the extensions panel, built from the table of controls, and the About box.
+#pragma once
+
+#include "gui/ControlTable.h"
+#include "gui/Desk.h"
+#include "gui/EditorContext.h"
+#include "gui/Tempo.h"
+#include "gui/controls/ParameterControl.h"
+
+#include <vstgui/lib/cviewcontainer.h>
+
+#include <functional>
+#include <span>
+#include <vector>
+
+namespace Quorvant {
+
+// What panels ask of the editor besides what all controls do.
+struct PanelActions {
+    std::function<void(bool open)> showExtensions;
+    std::function<void(bool open)> showAbout;
+    std::function<void()> openManual;
+};
+
+class Panel final : public VSTGUI::CViewContainer {
+  public:
+    Panel(const CRect& size, EditorContext& editor, std::span<const GroupSpec> groups,
+          std::span<const ControlSpec> controls, const PanelActions& actions);
+
+    // The parameter, or one that its look hangs on, has changed.
+    void parameterChanged(uint32_t index);
+    void idle();
+    void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
+
+  private:
+    void add(const ControlSpec& spec);
+    void dimUnused();
+
+    EditorContext& owner;
+    std::span<const GroupSpec> groups;
+    std::span<const ControlSpec> specs;
+    PanelActions actions;
+    std::vector<ParameterControl*> parameterControls;
+    std::vector<std::function<void()>> idlers;
+    TapTempo taps;
+};
+
+// Stands in the front panel's place.
+class AboutBox final : public VSTGUI::CViewContainer {
+  public:
+    AboutBox(const CRect& size, const PanelActions& actions, Desk& desk);
+    void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
+};
+
+// The unit's face behind a panel.
+void drawFace(VSTGUI::CDrawContext& context, const CRect& rect);
+
+}  // namespace Quorvant

@@ -1,0 +1,44 @@
+// The strip of preset controls along the top.
+#pragma once
+
+#include "gui/PresetActions.h"
+#include "gui/controls/Buttons.h"
+
+#include <vstgui/lib/cviewcontainer.h>
+
+namespace Quorvant {
+
+class PresetBar final : public VSTGUI::CViewContainer {
+  public:
+    PresetBar(const CRect& size, PresetDesk& desk, PresetActions& actions);
+
+    // Reads everything anew from the preset manager.
+    void refresh();
+    void setZoomText(const std::string& text);
+    void setMessage(const std::string& text);
+    std::string nameDisplay() const;
+    void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
+
+    ActionButton& nameField() { return *name; }
+    ActionButton& undoButton() { return *undo; }
+    ActionButton& redoButton() { return *redo; }
+
+  private:
+    PresetDesk& desk;
+    PresetActions& actions;
+    ActionButton* name;
+    ActionButton* previous;
+    ActionButton* next;
+    ActionButton* undo;
+    ActionButton* redo;
+    ActionButton* setupA;
+    ActionButton* setupB;
+    ActionButton* copySetup;
+    ActionButton* zoom;
+    std::string message;
+};
+
+// Lets the user edit the name of the current setup.
+void editPresetName(PresetDesk& desk);
+
+}  // namespace Quorvant

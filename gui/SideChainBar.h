@@ -1,0 +1,106 @@
+// The strip along the editor's bottom: where the side-chain signal comes from, its level, and
+// whether it is being monitored.
+#pragma once
+
+#include "gui/controls/Buttons.h"
+#include "gui/controls/Meters.h"
+#include "gui/controls/ParameterControl.h"
+
+#include <vstgui/lib/cviewcontainer.h>
+
+#include <string>
+
+namespace Quorvant {
+
+class QVXTextLabel final : public Control {
+  public:
+    QVXTextLabel(const CRect& size, int32_t tag, std::string text, CColor colour, Align align);
+    const std::string& text() const { return label; }
+    CColor textColour() const { return colour; }
+    void draw(VSTGUI::CDrawContext* context) override;
+
+  private:
+    std::string label;
+    CColor colour;
+    Align align;
+};
+
+// A click makes the source fully internal or fully external.
+class SideChainBarLabelButton final : public ActionButton {
+  public:
+    SideChainBarLabelButton(const CRect& size, int32_t tagId, std::string words, Action what)
+        : ActionButton(size, tagId, Look::Plain, std::move(words), std::move(what)) {}
+};
+
+class SideChainBarMonitorButton final : public ParameterControl {
+  public:
+    using ParameterControl::ParameterControl;
+    void draw(VSTGUI::CDrawContext* context) override;
+
+  private:
+    bool pressed(VSTGUI::MouseDownEvent& event) override;
+    void doubleClicked(VSTGUI::MouseDownEvent& event) override { pressed(event); }
+};
+
+class QVXHorizontalSlider final : public ParameterControl {
+  public:
+    using ParameterControl::ParameterControl;
+    void draw(VSTGUI::CDrawContext* context) override;
+
+  private:
+    double handleTravel() const;  // pixels
+    void dragged(const VSTGUI::MouseMoveEvent& event) override;
+    void wheel(double steps, bool fine) override;
+};
+
+class QVXSideChainMeter final : public Meter {
+  public:
+    QVXSideChainMeter(const CRect& size, int32_t tag, const EditorModel& model);
+    void setOn(bool state);
+    bool isOn() const { return on; }
+    void draw(VSTGUI::CDrawContext* context) override;
+
+  private:
+    bool on = false;
+};
+
+// Builds its views into `editorView`, whose children they stay. Main thread.
+class QVXSideChainBar {
+  public:
+    QVXSideChainBar(EditorContext& context, VSTGUI::CViewContainer& editorView, double width,
+                    double top);
+    ~QVXSideChainBar();
+    QVXSideChainBar(const QVXSideChainBar&) = delete;
+    QVXSideChainBar& operator=(const QVXSideChainBar&) = delete;
+
+    // Parameters 36 and 37; others are ignored.
+    void parameterChanged(uint32_t index, double value);
+    void idle();
+    // The strip moves when the panel above opens or closes.
+    void setTop(double top);
+
+    bool monitoringShown() const { return layerShown; }
+    const SideChainBarLabelButton& internalButton() const { return *internal; }
+    const SideChainBarLabelButton& externalButton() const { return *external; }
+    const QVXSideChainMeter& meter(int channel) const { return *meters[channel]; }
+    const VSTGUI::CViewContainer& strip() const { return *bar; }
+    const VSTGUI::CViewContainer& monitoringLayer() const { return *layer; }
+
+  private:
+    void setMonitoring(bool state);
+    void placeLayer(double top);
+
+    VSTGUI::CViewContainer& parent;
+    double width;
+    VSTGUI::CViewContainer* bar;
+    // Owned, since it is in the view tree only while it is shown.
+    VSTGUI::SharedPointer<VSTGUI::CViewContainer> layer;
+    SideChainBarLabelButton* internal;
+    SideChainBarLabelButton* external;
+    QVXHorizontalSlider* slider;
+    SideChainBarMonitorButton* monitor;
+    QVXSideChainMeter* meters[2];
+    bool layerShown = false;
+};
+
+}  // namespace Quorvant

@@ -1,0 +1,103 @@
+#include "gui/Tempo.h"
+
+#include "dsp/OutputIndex.h"
+#include "params/NoteTable.h"
+#include "params/ParameterIndex.h"
+#include "params/ParameterLaws.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <string_view>
+
+namespace Quorvant {
+namespace {
+
+constexpr double kLowestTempo = 20.0;
+constexpr double kHighestTempo = 600.0;
+constexpr double kLongestDelay = 9600.0;  // ms
+constexpr uint32_t kTapPause = 2000;      // ms
+constexpr std::size_t kMostTaps = 5;
+
+const NoteValue& noteAt(uint32_t noteParameter, int index) {
+    const NoteList& list = noteParameter == kLfoNote ? kLfoNotes : kDelayNotes;
+    return list[static_cast<std::size_t>(std::clamp(index, 0, kNoteCount - 1))];
+}
+
+}  // namespace
+
+double bpmFromManualTempo(double value) {
+    return (kHighestTempo - kLowestTempo) * value + kLowestTempo;
+}
+
+double manualTempoFromBpm(double bpm) {
+    return (std::clamp(bpm, kLowestTempo, kHighestTempo) - kLowestTempo) /
+           (kHighestTempo - kLowestTempo);
+}
+
+double tempoInForce(const EditorModel& model) {
+    const double reported = model.reading(kOutTempo) * 10000.0;
+    if (reported < kLowestTempo || switchState(model.value(kEnforceManualTempo))) {
+        return bpmFromManualTempo(model.value(kManualTempo));
+    }
+    return reported;
+}
+
+double heardDelay(const EditorModel& model) {
+    const double reported = model.reading(kOutDelayReadout) * 28800.0;
+    if (model.reading(kOutProcessingActivity) > 0.5 && reported > 1e-9) return reported;
+    double milliseconds = model.value(kDelayTime) * kLongestDelay;
+    if (switchState(model.value(kDelayClockMode))) {
+        const NoteValue& note = delayNote(model.value(kDelayNote));
+        milliseconds = note.numerator * 240000.0 / (note.denominator * tempoInForce(model));
+        milliseconds = std::min(milliseconds, kLongestDelay);
+    }
+    const double depth = std::pow(model.value(kDepth), 2.35);
+    const double vco = (1.0 - depth) * (model.value(kManualVco) - 0.5) + 1.0;
+    return milliseconds * vco * (switchState(model.value(kDelayX2)) ? 2.0 : 1.0);
+}
+
+std::string delayFigures(double milliseconds) {
+    char text[16];
+    std::snprintf(text, sizeof text, milliseconds < 99.95 ? "%.1f" : "%.0f",
+                  std::clamp(milliseconds, 0.0, 99999.0));
+    // Whatever the locale's decimal mark is.
+    std::replace(text, text + sizeof text, ',', '.');
+    return text;
+}
+
+std::string noteText(const EditorModel& model, uint32_t noteParameter, int index) {
+    const NoteValue& note = noteAt(noteParameter, index);
+    if (!switchState(model.value(kNoteViewStyle))) return note.name;
+    return std::to_string(note.numerator) + "/" + std::to_string(note.denominator);
+}
+
+std::string noteText(const EditorModel& model, uint32_t noteParameter) {
+    return noteText(model, noteParameter, listState(model.value(noteParameter), kNoteCount));
+}
+
+bool isEverydayNote(uint32_t noteParameter, int index) {
+    const NoteValue& note = noteAt(noteParameter, index);
+    const std::string_view name = note.name;
+    return name.starts_with("1/") || name == "2/1" || name == "3/1" || name == "4/1" ||
+           name == "8/1";
+}
+
+int nextNote(uint32_t noteParameter, int index, int direction, bool extended) {
+    // The LFO's list falls.
+    const int step = noteParameter == kLfoNote ? -direction : direction;
+    for (int next = index + step; next >= 0 && next < kNoteCount; next += step) {
+        if (extended || isEverydayNote(noteParameter, next)) return next;
+    }
+    return index;
+}
+
+std::optional<double> TapTempo::tap(uint32_t now) {
+    if (!taps.empty() && now - taps.back() > kTapPause) taps.clear();
+    taps.push_back(now);
+    if (taps.size() > kMostTaps) taps.erase(taps.begin());
+    if (taps.size() < 2 || now == taps.front()) return std::nullopt;
+    return 60000.0 * static_cast<double>(taps.size() - 1) / static_cast<double>(now - taps.front());
+}
+
+}  // namespace Quorvant

@@ -1,0 +1,154 @@
+#include "gui/controls/ListColumn.h"
+
+#include <vstgui/lib/events.h>
+
+#include <algorithm>
+
+namespace Quorvant {
+namespace {
+
+constexpr double kRowHeight = 18.0;
+constexpr double kFoot = 6.0;  // where the scroll bar lies
+
+}  // namespace
+
+ListColumn::ListColumn(const CRect& size, double width) : CView(size), columnWidth(width) {
+    setTransparency(true);
+}
+
+int ListColumn::rowsPerColumn() const {
+    return std::max(1, static_cast<int>((getHeight() - kFoot) / kRowHeight));
+}
+
+int ListColumn::columns() const {
+    const int rows = rowsPerColumn();
+    return (static_cast<int>(list.size()) + rows - 1) / rows;
+}
+
+int ListColumn::visibleColumns() const {
+    return std::max(1, static_cast<int>(getWidth() / columnWidth + 0.01));
+}
+
+void ListColumn::scrollTo(int column) {
+    column = std::clamp(column, 0, std::max(0, columns() - visibleColumns()));
+    if (column == firstColumn) return;
+    firstColumn = column;
+    hovered = -1;
+    invalid();
+}
+
+void ListColumn::setRows(std::vector<ListRow> newRows) {
+    list = std::move(newRows);
+    chosen = -1;
+    hovered = -1;
+    scrollTo(firstColumn);
+    invalid();
+}
+
+void ListColumn::select(int row) {
+    chosen = row < static_cast<int>(list.size()) ? row : -1;
+    if (chosen >= 0) {
+        const int column = chosen / rowsPerColumn();
+        if (column < firstColumn) scrollTo(column);
+        if (column >= firstColumn + visibleColumns()) scrollTo(column - visibleColumns() + 1);
+    }
+    invalid();
+}
+
+CRect ListColumn::rowRect(int row) const {
+    const int column = row / rowsPerColumn() - firstColumn;
+    const double left = getViewSize().left + column * columnWidth;
+    const double top = getViewSize().top + row % rowsPerColumn() * kRowHeight;
+    return CRect(left, top, left + columnWidth - 4.0, top + kRowHeight);
+}
+
+int ListColumn::rowAt(CPoint where) const {
+    const int column = static_cast<int>((where.x - getViewSize().left) / columnWidth);
+    const int place = static_cast<int>((where.y - getViewSize().top) / kRowHeight);
+    if (column < 0 || column >= visibleColumns() || place < 0 || place >= rowsPerColumn())
+        return -1;
+    const int row = (column + firstColumn) * rowsPerColumn() + place;
+    if (row >= static_cast<int>(list.size()) || list[static_cast<std::size_t>(row)].heading) {
+        return -1;
+    }
+    return row;
+}
+
+void ListColumn::draw(VSTGUI::CDrawContext* context) {
+    const int first = firstColumn * rowsPerColumn();
+    const int end =
+        std::min(static_cast<int>(list.size()), (firstColumn + visibleColumns()) * rowsPerColumn());
+    for (int i = first; i < end; ++i) {
+        const ListRow& row = list[static_cast<std::size_t>(i)];
+        CRect rect = rowRect(i);
+        if (i == chosen) {
+            fillRound(*context, rect, 3.0, Theme::kSelected);
+        } else if (i == hovered) {
+            fillRound(*context, rect, 3.0, Theme::kHover);
+        }
+        rect.left += 6.0;
+        rect.right -= 4.0;
+        if (row.starred) {
+            const CPoint c(rect.right - 5.0, rect.getCenter().y);
+            fillPath(*context, *circlePath(*context, c, 2.8), Theme::kAccent);
+            rect.right -= 14.0;
+        }
+        if (!row.note.empty()) {
+            CRect noteRect = rect;
+            noteRect.left = rect.left + rect.getWidth() * 0.62;
+            drawText(*context, row.note, noteRect, Theme::Face::Small, Theme::kTextFaint,
+                     Align::Right);
+            rect.right = noteRect.left - 4.0;
+        }
+        drawText(*context, row.text, rect, row.heading ? Theme::Face::Small : Theme::Face::Value,
+                 row.heading   ? Theme::kTextFaint
+                 : i == chosen ? Theme::kAccent
+                               : Theme::kText,
+                 Align::Left);
+    }
+    if (columns() > visibleColumns()) {
+        const CRect& size = getViewSize();
+        const double scale = (getWidth() - 4.0) / columns();
+        fillRound(*context,
+                  CRect(size.left + firstColumn * scale, size.bottom - 4.0,
+                        size.left + (firstColumn + visibleColumns()) * scale, size.bottom - 1.0),
+                  1.5, Theme::kTextFaint);
+    }
+    setDirty(false);
+}
+
+void ListColumn::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
+    event.consumed = true;
+    event.ignoreFollowUpMoveAndUpEvents(true);
+    const int row = rowAt(event.mousePosition);
+    if (row < 0) return;
+    if (event.buttonState.isRight()) {
+        CPoint where = event.mousePosition;
+        if (const auto* parent = getParentView()) parent->translateToGlobal(where, true);
+        if (onContext) onContext(row, where);
+    } else if (event.buttonState.isLeft()) {
+        select(row);
+        if (onPick) onPick(row);
+    }
+}
+
+void ListColumn::onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) {
+    const int row = rowAt(event.mousePosition);
+    if (row == hovered) return;
+    hovered = row;
+    invalid();
+}
+
+void ListColumn::onMouseExitEvent(VSTGUI::MouseExitEvent& event) {
+    hovered = -1;
+    invalid();
+    event.consumed = true;
+}
+
+void ListColumn::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
+    const double delta = event.deltaY != 0.0 ? event.deltaY : -event.deltaX;
+    if (delta != 0.0) scrollTo(firstColumn + (delta > 0.0 ? -1 : 1));
+    event.consumed = true;
+}
+
+}  // namespace Quorvant

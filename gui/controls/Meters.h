@@ -1,0 +1,52 @@
+// What only shows: lamps, the headroom bar, the gain reduction.
+#pragma once
+
+#include "gui/EditorContext.h"
+#include "gui/controls/Control.h"
+
+#include <functional>
+#include <string>
+
+namespace Quorvant {
+
+// Shows a level that `source` gives at every idle call; draws only when its picture changes.
+class Meter : public Control {
+  public:
+    // Steps: how many different pictures there are besides the dark one.
+    Meter(const CRect& size, int32_t tag, int steps, std::function<double()> source);
+    void idle();
+
+  protected:
+    double level() const { return static_cast<double>(step) / steps; }  // 0 ... 1
+
+  private:
+    std::function<double()> source;
+    int steps;
+    int step = 0;
+};
+
+class Lamp final : public Meter {
+  public:
+    Lamp(const CRect& size, int32_t tag, CColor colour, std::string label,
+         std::function<double()> source);
+    void draw(VSTGUI::CDrawContext* context) override;
+
+  private:
+    CColor colour;
+    std::string label;
+};
+
+// Eight LEDs from -30 dB to the ceiling, which is red. Rises at once, falls slowly.
+class HeadroomBar final : public Meter {
+  public:
+    HeadroomBar(const CRect& size, int32_t tag, const EditorModel& model);
+    void draw(VSTGUI::CDrawContext* context) override;
+};
+
+class ReductionBar final : public Meter {
+  public:
+    ReductionBar(const CRect& size, const EditorModel& model);
+    void draw(VSTGUI::CDrawContext* context) override;
+};
+
+}  // namespace Quorvant

@@ -1,0 +1,230 @@
+#include "gui/controls/ParameterControl.h"
+
+#include "gui/Hints.h"
+#include "params/GlobalSet.h"
+#include "params/ParameterTable.h"
+#include "params/ParameterText.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace Quorvant {
+namespace {
+
+constexpr double kFullTravel = 200.0;  // pixels of a vertical drag
+constexpr double kFine = 0.1;
+constexpr double kWheelStep = 0.02;
+
+bool isContinuous(uint32_t index) {
+    return kParameters[index].kind == ParameterKind::Continuous;
+}
+
+}  // namespace
+
+double travelFromValue(uint32_t index, double value) {
+    return index == kDelayTime ? std::cbrt(value) : value;
+}
+
+double valueFromTravel(uint32_t index, double travel) {
+    return index == kDelayTime ? travel * travel * travel : travel;
+}
+
+CRect editorRect(const VSTGUI::CView& view) {
+    CRect rect(0.0, 0.0, view.getWidth(), view.getHeight());
+    CPoint origin = view.getViewSize().getTopLeft();
+    if (const auto* parent = view.getParentView()) parent->translateToGlobal(origin, true);
+    return rect.offset(origin);
+}
+
+ParameterControl::ParameterControl(const CRect& size, EditorContext& editorOf, uint32_t tagId,
+                                   uint32_t index)
+    : Control(size, static_cast<int32_t>(tagId)),
+      owner(editorOf),
+      presetParameter(index),
+      shownParameter(index) {
+    setTooltipText(hintText(tagId));
+    refresh();
+}
+
+uint32_t ParameterControl::parameter() const {
+    if (presetParameter == kGlobal || !owner.globalMode()) return presetParameter;
+    return globalTwin(presetParameter).value_or(presetParameter);
+}
+
+void ParameterControl::refresh() {
+    if (parameter() != shownParameter) {
+        endGesture();
+        if (getTag() == static_cast<int32_t>(shownParameter)) {
+            setTag(static_cast<int32_t>(parameter()));
+            setTooltipText(hintText(parameter()));
+        }
+        shownParameter = parameter();
+    }
+    invalid();
+}
+
+std::string ParameterControl::valueText() const {
+    char text[kTextCapacity];
+    getParameterText(static_cast<int32_t>(parameter()), modelValue(), text);
+    return text;
+}
+
+std::string ParameterControl::unitText() const {
+    return std::string(kParameters[parameter()].unit);
+}
+
+CColor ParameterControl::accent() const {
+    return parameter() == presetParameter ? Theme::kAccent : Theme::kGlobalAccent;
+}
+
+void ParameterControl::beginGesture() {
+    if (gesture) return;
+    gesture = true;
+    gestureParameter = parameter();
+    owner.model().beginEdit(gestureParameter);
+}
+
+void ParameterControl::change(double wanted) {
+    wanted = std::clamp(wanted, 0.0, 1.0);
+    if (wanted == modelValue()) return;
+    const bool single = !gesture && !dragging;
+    beginGesture();
+    owner.model().performEdit(gestureParameter, wanted);
+    owner.edited(gestureParameter);
+    if (single) endGesture();
+}
+
+void ParameterControl::endGesture() {
+    if (!gesture) return;
+    gesture = false;
+    owner.model().endEdit(gestureParameter);
+}
+
+void ParameterControl::restoreDefault() {
+    change(parameterDefault(parameter()));
+}
+
+void ParameterControl::moveBy(double travel) {
+    const uint32_t index = parameter();
+    dragTravel = std::clamp(dragTravel + travel, 0.0, 1.0);
+    double wanted = valueFromTravel(index, dragTravel);
+    const int steps = kParameters[index].stepCount();
+    if (steps > 0) wanted = std::round(wanted * steps) / steps;
+    change(wanted);
+}
+
+bool ParameterControl::pressed(VSTGUI::MouseDownEvent&) {
+    return true;
+}
+
+void ParameterControl::ctrlPressed(VSTGUI::MouseDownEvent&) {
+    restoreDefault();
+}
+
+void ParameterControl::doubleClicked(VSTGUI::MouseDownEvent&) {
+    owner.typeValue(parameter(), editorRect(*this));
+}
+
+void ParameterControl::wheel(double steps, bool fine) {
+    dragTravel = travelFromValue(parameter(), modelValue());
+    const int count = kParameters[parameter()].stepCount();
+    if (count > 0) {
+        moveBy((steps > 0.0 ? 1.0 : -1.0) / count);
+    } else {
+        moveBy(steps * kWheelStep * (fine ? kFine : 1.0));
+    }
+}
+
+void ParameterControl::dragged(const VSTGUI::MouseMoveEvent& event) {
+    const double scale = event.modifiers.has(VSTGUI::ModifierKey::Shift) ? kFine : 1.0;
+    if (owner.settings().knobMode == KnobMode::Circular && isContinuous(parameter())) {
+        const CPoint centre = getViewSize().getCenter();
+        const auto angle = [&](const CPoint& p) {
+            return std::atan2(p.x - centre.x, centre.y - p.y) * 180.0 / std::numbers::pi;
+        };
+        double turned = angle(event.mousePosition) - angle(lastPoint);
+        if (turned > 180.0) turned -= 360.0;
+        if (turned < -180.0) turned += 360.0;
+        moveBy(turned / 270.0 * scale);
+    } else {
+        moveBy((lastPoint.y - event.mousePosition.y) / kFullTravel * scale);
+    }
+}
+
+void ParameterControl::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
+    using VSTGUI::ModifierKey;
+    event.consumed = true;
+    event.ignoreFollowUpMoveAndUpEvents(true);
+    if (event.buttonState.isRight()) {
+        CPoint where = event.mousePosition;
+        if (const auto* parent = getParentView()) parent->translateToGlobal(where, true);
+        owner.openHostMenu(parameter(), where);
+        return;
+    }
+    if (!event.buttonState.isLeft()) return;
+    if (event.modifiers.has(ModifierKey::Control)) {
+        ctrlPressed(event);
+    } else if (event.modifiers.has(ModifierKey::Alt)) {
+        restoreDefault();
+    } else if (event.clickCount > 1) {
+        doubleClicked(event);
+    } else {
+        event.ignoreFollowUpMoveAndUpEvents(false);
+        lastPoint = event.mousePosition;
+        dragTravel = travelFromValue(parameter(), modelValue());
+        if (pressed(event)) {
+            dragging = true;
+        }
+        invalid();
+    }
+}
+
+void ParameterControl::onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) {
+    if (!dragging || !event.buttonState.isLeft()) return;
+    dragged(event);
+    lastPoint = event.mousePosition;
+    event.consumed = true;
+}
+
+void ParameterControl::onMouseUpEvent(VSTGUI::MouseUpEvent& event) {
+    dragging = false;
+    endGesture();
+    invalid();
+    event.consumed = true;
+}
+
+void ParameterControl::onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) {
+    dragging = false;
+    endGesture();
+    invalid();
+    event.consumed = true;
+}
+
+void ParameterControl::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
+    double steps = event.deltaY != 0.0 ? event.deltaY : event.deltaX;
+    if (event.flags & VSTGUI::MouseWheelEvent::DirectionInvertedFromDevice) steps = -steps;
+    if (steps == 0.0 || dragging) return;
+    wheel(steps, event.modifiers.has(VSTGUI::ModifierKey::Shift));
+    event.consumed = true;
+}
+
+void ParameterControl::onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) {
+    pointerInside = true;
+    invalid();
+    event.consumed = true;
+}
+
+void ParameterControl::onMouseExitEvent(VSTGUI::MouseExitEvent& event) {
+    pointerInside = false;
+    invalid();
+    event.consumed = true;
+}
+
+bool ParameterControl::removed(VSTGUI::CView* parent) {
+    dragging = false;
+    endGesture();
+    return Control::removed(parent);
+}
+
+}  // namespace Quorvant

@@ -1,0 +1,209 @@
+#include "gui/controls/Readouts.h"
+
+#include "dsp/OutputIndex.h"
+#include "gui/Hints.h"
+#include "params/NoteTable.h"
+#include "params/ParameterIndex.h"
+#include "params/ParameterLaws.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace Quorvant {
+namespace {
+
+constexpr double kArrowWidth = 20.0;
+
+std::string bpmText(double bpm) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%.1f", bpm);
+    std::replace(text, text + sizeof text, ',', '.');
+    return text;
+}
+
+}  // namespace
+
+void stepDelayTime(EditorContext& context, double milliseconds) {
+    const double value = context.model().value(kDelayTime) + milliseconds / 9600.0;
+    context.setParameter(kDelayTime, std::clamp(value, 0.0, 1.0));
+}
+
+void stepNote(EditorContext& context, uint32_t noteParameter, int direction, bool extended) {
+    const int index = listState(context.model().value(noteParameter), kNoteCount);
+    const int next = nextNote(noteParameter, index, direction, extended);
+    if (next != index) context.setParameter(noteParameter, listValue(next, kNoteCount));
+}
+
+TimeReadout::TimeReadout(const CRect& size, EditorContext& context)
+    : ParameterControl(size, context, kTimeReadoutId, kDelayTime) {}
+
+std::string TimeReadout::figures() const {
+    return tempoShown ? bpmText(tempoInForce(editor().model()))
+                      : delayFigures(heardDelay(editor().model()));
+}
+
+void TimeReadout::idle() {
+    const bool lit = editor().model().reading(kOutDelayActivity) > 0.3;
+    if (figures() != drawn || lit != active) {
+        active = lit;
+        invalid();
+    }
+}
+
+void TimeReadout::showTempo(bool state) {
+    if (tempoShown == state) return;
+    tempoShown = state;
+    invalid();
+}
+
+void TimeReadout::onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) {
+    if (!held()) showTempo(event.modifiers.has(VSTGUI::ModifierKey::Control));
+    ParameterControl::onMouseMoveEvent(event);
+}
+
+void TimeReadout::onMouseExitEvent(VSTGUI::MouseExitEvent& event) {
+    showTempo(false);
+    ParameterControl::onMouseExitEvent(event);
+}
+
+void TimeReadout::ctrlPressed(VSTGUI::MouseDownEvent& event) {
+    showTempo(true);
+    if (event.clickCount > 1 && switchState(editor().model().value(kEnforceManualTempo))) {
+        editor().typeValue(kManualTempo, editorRect(*this));
+    }
+}
+
+void TimeReadout::wheel(double steps, bool fine) {
+    stepDelayTime(editor(), steps * (fine ? 0.1 : 1.0));
+}
+
+void TimeReadout::draw(VSTGUI::CDrawContext* context) {
+    const CRect& size = getViewSize();
+    glass(*context, size);
+    const bool synced = switchState(editor().model().value(kDelayClockMode));
+    const bool manual = switchState(editor().model().value(kEnforceManualTempo));
+    drawn = figures();
+    const CRect top(size.left + 9.0, size.top + 3.0, size.right - 9.0, size.top + 16.0);
+    drawText(*context, tempoShown ? "TEMPO" : "DELAY", top, Theme::Face::Small, Theme::kTextDim,
+             Align::Left);
+    std::string state = synced ? noteText(editor().model(), kDelayNote) + " @ " +
+                                     bpmText(tempoInForce(editor().model())) + " BPM"
+                               : "set " + valueText() + " ms";
+    if (tempoShown) state = manual ? "MANUAL" : "HOST";
+    CRect stateRect = top;
+    stateRect.left += 40.0;
+    stateRect.right -= 12.0;
+    drawText(*context, state, stateRect, Theme::Face::Small,
+             hovered() ? Theme::kText : Theme::kTextDim, Align::Right);
+    lamp(*context, CPoint(size.right - 12.0, top.getCenter().y), 2.6, Theme::kAccent,
+         active ? 1.0 : 0.0);
+    const CRect digits(size.left + 10.0, size.top + 20.0, size.right - 30.0, size.bottom - 8.0);
+    drawFigures(*context, drawn, digits, 5, Theme::kAccent, Theme::kGhost);
+    drawText(*context, tempoShown ? "bpm" : "ms",
+             CRect(size.right - 29.0, size.bottom - 22.0, size.right - 5.0, size.bottom - 6.0),
+             Theme::Face::Value, Theme::kAccent);
+    setDirty(false);
+}
+
+void NoteReadout::draw(VSTGUI::CDrawContext* context) {
+    const CRect& size = getViewSize();
+    glass(*context, size);
+    CRect textRect(size.left + 8.0, size.top, size.right - kArrowWidth, size.bottom);
+    drawText(*context, noteText(editor().model(), parameter()), textRect, Theme::Face::Title,
+             hovered() ? mix(Theme::kAccent, CColor(255, 255, 255, 255), 0.25) : Theme::kAccent,
+             Align::Left);
+    const CPoint c(size.right - kArrowWidth / 2.0 - 1.0, size.getCenter().y);
+    polygon(*context,
+            {CPoint(c.x - 4.0, c.y - 2.0), CPoint(c.x + 4.0, c.y - 2.0), CPoint(c.x, c.y + 3.0)},
+            hovered() ? Theme::kText : Theme::kTextDim);
+    setDirty(false);
+}
+
+bool NoteReadout::pressed(VSTGUI::MouseDownEvent& event) {
+    if (event.mousePosition.x < getViewSize().right - kArrowWidth) return true;
+    openList(event.modifiers.has(VSTGUI::ModifierKey::Shift));
+    return false;
+}
+
+void NoteReadout::doubleClicked(VSTGUI::MouseDownEvent& event) {
+    if (event.mousePosition.x < getViewSize().right - kArrowWidth) {
+        ParameterControl::doubleClicked(event);
+    }
+}
+
+void NoteReadout::wheel(double steps, bool fine) {
+    stepNote(editor(), parameter(), steps > 0.0 ? 1 : -1, fine);
+}
+
+void NoteReadout::openList(bool extended) {
+    constexpr int kColumn = 10;
+    Menu menu;
+    const int current = listState(modelValue(), kNoteCount);
+    // The longest last, in either list.
+    for (int i = 0; i < kNoteCount; ++i) {
+        const int index = parameter() == kLfoNote ? kNoteCount - 1 - i : i;
+        if (!extended && !isEverydayNote(parameter(), index)) continue;
+        const bool newColumn = !menu.empty() && menu.size() % kColumn == 0;
+        menu.push_back(
+            {noteText(editor().model(), parameter(), index),
+             [this, index] { editor().setParameter(parameter(), listValue(index, kNoteCount)); },
+             index == current, true, newColumn});
+    }
+    editor().openMenu(std::move(menu), editorRect(*this));
+}
+
+TempoReadout::TempoReadout(const CRect& size, EditorContext& context)
+    : ParameterControl(size, context, kManualTempo) {}
+
+bool TempoReadout::manual() const {
+    return switchState(editor().model().value(kEnforceManualTempo));
+}
+
+std::string TempoReadout::figures() const {
+    return bpmText(tempoInForce(editor().model()));
+}
+
+void TempoReadout::idle() {
+    if (figures() != drawn) invalid();
+}
+
+bool TempoReadout::pressed(VSTGUI::MouseDownEvent&) {
+    return manual();
+}
+
+// The hint asks for Ctrl while the tempo is edited.
+void TempoReadout::ctrlPressed(VSTGUI::MouseDownEvent& event) {
+    if (event.clickCount > 1) doubleClicked(event);
+}
+
+void TempoReadout::doubleClicked(VSTGUI::MouseDownEvent& event) {
+    if (manual()) ParameterControl::doubleClicked(event);
+}
+
+void TempoReadout::dragged(const VSTGUI::MouseMoveEvent& event) {
+    const double scale = event.modifiers.has(VSTGUI::ModifierKey::Shift) ? 0.1 : 1.0;
+    const double bpm =
+        bpmFromManualTempo(modelValue()) + (lastPoint.y - event.mousePosition.y) * scale;
+    change(manualTempoFromBpm(bpm));
+}
+
+void TempoReadout::wheel(double steps, bool fine) {
+    if (!manual()) return;
+    change(manualTempoFromBpm(bpmFromManualTempo(modelValue()) + steps * (fine ? 0.1 : 1.0)));
+}
+
+void TempoReadout::draw(VSTGUI::CDrawContext* context) {
+    const CRect& size = getViewSize();
+    glass(*context, size);
+    drawn = figures();
+    drawFigures(*context, drawn,
+                CRect(size.left + 6.0, size.top + 6.0, size.right - 30.0, size.bottom - 6.0), 4,
+                manual() ? Theme::kAccent : mix(Theme::kAccent, Theme::kTextFaint, 0.4),
+                Theme::kGhost);
+    drawText(*context, "bpm", CRect(size.right - 29.0, size.top, size.right - 5.0, size.bottom),
+             Theme::Face::Label, Theme::kTextDim);
+    setDirty(false);
+}
+
+}  // namespace Quorvant
