@@ -60,6 +60,8 @@ TEST_F(CommandLine, SaysInOneSentenceWhatFailedAndWritesNothing) {
         {render("in.wav", {"--param", "Peak=1"}), {"'Peak'", "read-only"}},
         {render("in.wav", {"--param", "Level=loud"}), {"'loud'", "'0", "'100", "%"}},
         {render("in.wav", {"--param", "Level=250"}), {"'250'"}},
+        {render("in.wav", {"--param", "Level=5\xff"}), {"'Level'"}},
+        {render("in.wav", {"--param", "Level=" + std::string(300, '5')}), {"'Level'", "'100"}},
         {render("in.wav", {"--param", "Level=@1.5"}), {"@1.5", "@0", "@1"}},
         {render("in.wav", {"--param", "Echo="}), {"'Off'", "'On'"}},
         {render("in.wav", {"--param", "Fault=Some"}), {"'None'", "'Not Finite'", "'Crash'"}},

@@ -1,15 +1,15 @@
 #include "tools/corvane-host/PluginChoice.h"
 
 #include "tools/corvane-host/BlockBuffers.h"
+#include "tools/corvane-host/Nearest.h"
+#include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/corvane-host/StateFile.h"
 #include "tools/hosting/Text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <filesystem>
-#include <numeric>
 
 #ifdef _WIN32
 #include <windows.h>
@@ -59,40 +59,17 @@ std::string deliveredBundle() {
     return {};
 }
 
-size_t editDistance(const std::string& left, const std::string& right) {
-    std::vector<size_t> row(right.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 0; i < left.size(); ++i) {
-        size_t diagonal = row[0];
-        row[0] = i + 1;
-        for (size_t j = 0; j < right.size(); ++j) {
-            const bool same = std::tolower(static_cast<unsigned char>(left[i])) ==
-                              std::tolower(static_cast<unsigned char>(right[j]));
-            const size_t replaced = diagonal + (same ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-        }
-    }
-    return row.back();
-}
-
 std::string nearestTitles(const HostedPlugin& plugin, const std::string& name) {
-    std::vector<std::pair<size_t, std::string>> titles;
-    for (const Parameter& parameter : plugin.parameters())
-        titles.emplace_back(editDistance(name, parameter.title), parameter.title);
-    std::ranges::stable_sort(titles, {}, &std::pair<size_t, std::string>::first);
-    titles.resize(std::min<size_t>(titles.size(), 3));
-    std::string list;
-    for (const auto& [distance, title] : titles) appendItem(list, inQuotes(title));
-    return list;
+    std::vector<std::string> titles;
+    for (const Parameter& parameter : plugin.parameters()) titles.push_back(parameter.title);
+    return nearestNames(titles, name);
 }
 
-// What setParameter has put aside reaches the processor with a frame of silence: not every plug-in
-// takes parameters in a call without audio.
 template <typename Sample>
-Steinberg::tresult deliver(HostedPlugin& plugin) {
+Steinberg::tresult deliverIn(HostedPlugin& plugin, std::vector<ParameterPoint> points) {
     BlockBuffers<Sample> silence(plugin, 1);
     silence.block.frames = 1;
+    silence.block.points = std::move(points);
     return plugin.process(silence.block);
 }
 
@@ -139,11 +116,22 @@ Result<ParameterPoint> resolveSetting(const HostedPlugin& plugin, const std::str
     return ParameterPoint{parameter->id, 0, *value};
 }
 
+Result<> deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points, int bits) {
+    const auto answer = bits == 64 ? deliverIn<double>(plugin, std::move(points))
+                                   : deliverIn<float>(plugin, std::move(points));
+    if (answer != Steinberg::kResultOk)
+        return Error{inQuotes(plugin.description().name) + " failed to process a block"};
+    return {};
+}
+
 Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin, const PluginChoice& choice,
                                                   int bits) {
     if (!choice.stateFile.empty())
         if (auto loaded = loadState(plugin, choice.stateFile); !loaded)
             return Error{loaded.error()};
+    if (!choice.preset.empty())
+        if (auto applied = applyPreset(plugin, choice.preset, bits); !applied)
+            return Error{applied.error()};
     std::vector<ParameterPoint> points;
     for (const std::string& setting : choice.settings) {
         const size_t equals = setting.find('=');
@@ -152,9 +140,7 @@ Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin, const Pl
         points.push_back(*point);
         plugin.setParameter(point->id, point->value);
     }
-    const auto delivered = bits == 64 ? deliver<double>(plugin) : deliver<float>(plugin);
-    if (delivered != Steinberg::kResultOk)
-        return Error{inQuotes(plugin.description().name) + " failed to process a block"};
+    if (auto delivered = deliver(plugin, {}, bits); !delivered) return Error{delivered.error()};
     plugin.setProcessing(false);
     plugin.setActive(false);
     if (plugin.setActive(true) != Steinberg::kResultOk)

@@ -12,7 +12,8 @@ struct PluginChoice {
     std::string bundle;                 // empty: the one that is delivered beside this program
     std::string className;              // empty: the first audio effect
     std::string stateFile;              // empty: none
-    std::vector<std::string> settings;  // NAME=TEXT, in order, after the state
+    std::string preset;                 // a name or a file, after the state; empty: none
+    std::vector<std::string> settings;  // NAME=TEXT, in order, after state and preset
 };
 
 Result<HostedPlugin::Ptr> openPlugin(const PluginChoice& choice);
@@ -25,9 +26,13 @@ Result<> prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames, int bit
 Result<ParameterPoint> resolveSetting(const HostedPlugin& plugin, const std::string& name,
                                       const std::string& text);
 
-// Applies state and settings to the plug-in, which was prepared for samples of `bits` bits. It then
-// starts anew, so that nothing glides from its defaults when audio begins. Gives the parameters
-// that were set, in order.
+// Gives the processor the points, after what setParameter has put aside, with a frame of silence:
+// not every plug-in takes parameters in a call without audio.
+Result<> deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points, int bits);
+
+// Applies state, preset and settings to the plug-in, which was prepared for samples of `bits` bits.
+// It then starts anew, so that nothing glides from its defaults when audio begins. Gives the
+// parameters that were set, in order.
 Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin, const PluginChoice& choice,
                                                   int bits);
 

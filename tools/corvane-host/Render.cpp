@@ -352,6 +352,7 @@ Result<> render(const PluginChoice& choice, const RenderOptions& options, bool p
     report.add({"rate", number(rate, 0) + " Hz"});
     report.add({"channels", std::to_string((*input)->channels()) + " in, " +
                                 std::to_string(setup->mainOutputs) + " out"});
+    if (!choice.preset.empty()) report.add({"preset", choice.preset});
     for (const ParameterPoint& point : *settings)
         report.add(
             {"parameter", plugin.findParameter(point.id)->title + " = " +

@@ -36,6 +36,10 @@ Result<Bytes> readBytes(const std::string& path) {
     return bytes;
 }
 
+bool startsAsPreset(const Bytes& bytes) {
+    return bytes.size() >= 4 && std::memcmp(bytes.data(), "VST3", 4) == 0;
+}
+
 // The SDK's reader takes a preset whose end is missing for one with fewer chunks.
 bool isWhole(PresetFile& preset, const Bytes& bytes) {
     constexpr size_t kListPosition = 40;  // where the header tells the list of chunks to be
@@ -92,11 +96,15 @@ Result<> saveState(const HostedPlugin& plugin, const std::string& path) {
     return partial.keep();
 }
 
+bool isPresetContainer(const std::string& path) {
+    const auto bytes = readBytes(path);
+    return bytes && startsAsPreset(*bytes);
+}
+
 Result<> loadState(HostedPlugin& plugin, const std::string& path) {
     auto bytes = readBytes(path);
     if (!bytes) return Error{bytes.error()};
-    if (bytes->size() >= 4 && std::memcmp(bytes->data(), "VST3", 4) == 0)
-        return loadPreset(plugin, *bytes, path);
+    if (startsAsPreset(*bytes)) return loadPreset(plugin, *bytes, path);
 
     // Some plug-ins answer a state that they cannot use with success and keep what they had; the
     // lengths tell most such files apart.

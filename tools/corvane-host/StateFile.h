@@ -11,6 +11,9 @@ namespace Quorvant::Hosting {
 // component state.
 Result<> saveState(const HostedPlugin& plugin, const std::string& path);
 
+// Whether the file's content is that of a .vstpreset, whatever its name.
+bool isPresetContainer(const std::string& path);
+
 // Tells the kinds apart by their content; a preset of another class is an error.
 Result<> loadState(HostedPlugin& plugin, const std::string& path);
 

@@ -47,8 +47,14 @@ void addSettingOptions(CLI::App& command, PluginChoice& choice) {
                                                           : std::string();
         });
     command
-        .add_option("--state", choice.stateFile, "A state to load before the parameters are set")
+        .add_option("--state", choice.stateFile,
+                    "A state to load before preset and parameters are set")
         ->type_name("FILE");
+    command
+        .add_option("--preset", choice.preset,
+                    "A preset to choose before the parameters are set: a name that 'presets list'\n"
+                    "shows, or its number; a .qvx file; or a .vstpreset")
+        ->type_name("NAME|FILE");
 }
 
 // CLI11's own range lets "nan" pass.

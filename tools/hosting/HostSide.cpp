@@ -2,6 +2,7 @@
 
 #include "public.sdk/source/vst/utility/stringconvert.h"
 
+#include <stdexcept>
 #include <string>
 
 namespace Quorvant::Hosting {
@@ -19,6 +20,22 @@ class NamedHost : public HostApplication {
 };
 
 }  // namespace
+
+std::string fromWide(const String128 text) {
+    try {
+        return VST3::StringConvert::convert(text, 128);
+    } catch (const std::range_error&) {
+        return {};
+    }
+}
+
+bool toWide(const std::string& utf8, String128 text) {
+    try {
+        return VST3::StringConvert::convert(utf8, text);
+    } catch (const std::range_error&) {
+        return false;
+    }
+}
 
 IHostApplication& hostApplication() {
     static auto* host = new NamedHost;

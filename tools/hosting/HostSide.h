@@ -16,6 +16,11 @@ namespace Quorvant::Hosting {
 
 using Bytes = std::vector<uint8_t>;
 
+// UTF-8 of a plug-in's String128, and back. What is malformed or too long gives an empty text, or
+// false.
+std::string fromWide(const Steinberg::Vst::String128 text);
+bool toWide(const std::string& utf8, Steinberg::Vst::String128 text);
+
 // The process-wide host application object; never destroyed, since modules may keep it.
 Steinberg::Vst::IHostApplication& hostApplication();
 

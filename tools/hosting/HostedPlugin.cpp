@@ -6,7 +6,6 @@
 #include "public.sdk/source/vst/hosting/connectionproxy.h"
 #include "public.sdk/source/vst/hosting/module.h"
 #include "public.sdk/source/vst/hosting/parameterchanges.h"
-#include "public.sdk/source/vst/utility/stringconvert.h"
 
 #include <algorithm>
 #include <cmath>
@@ -19,7 +18,6 @@ namespace Quorvant::Hosting {
 using namespace Steinberg;
 using namespace Steinberg::Vst;
 using VST3::Hosting::Module;
-using VST3::StringConvert::convert;
 
 namespace {
 
@@ -72,8 +70,8 @@ std::vector<Parameter> listParameters(IEditController& controller) {
     for (int32 index = 0; index < count; ++index) {
         ParameterInfo info{};
         if (controller.getParameterInfo(index, info) != kResultOk) continue;
-        list.push_back({info.id, convert(info.title, 128), convert(info.shortTitle, 128),
-                        convert(info.units, 128), info.stepCount, info.defaultNormalizedValue,
+        list.push_back({info.id, fromWide(info.title), fromWide(info.shortTitle),
+                        fromWide(info.units), info.stepCount, info.defaultNormalizedValue,
                         info.flags, info.unitId});
     }
     return list;
@@ -213,7 +211,7 @@ void HostedPlugin::Parts::readBuses() {
             if (component->getBusInfo(kAudio, direction, index, info) != kResultOk) continue;
             processor->getBusArrangement(direction, index, arrangement);
             const bool byDefault = (info.flags & BusInfo::kDefaultActive) != 0;
-            buses.push_back({convert(info.name, 128), info.channelCount, arrangement,
+            buses.push_back({fromWide(info.name), info.channelCount, arrangement,
                              info.busType == kMain, byDefault, false});
         }
     }

@@ -2,8 +2,6 @@
 
 #include "tools/hosting/Text.h"
 
-#include "public.sdk/source/vst/utility/stringconvert.h"
-
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -13,7 +11,6 @@ namespace Quorvant::Hosting {
 
 using namespace Steinberg;
 using namespace Steinberg::Vst;
-using VST3::StringConvert::convert;
 
 namespace {
 
@@ -75,7 +72,7 @@ Error refusal(IEditController& controller, const Parameter& parameter, const std
 std::string textOfValue(IEditController& controller, ParamID id, double normalised) {
     String128 text{};
     if (controller.getParamStringByValue(id, normalised, text) != kResultOk) return {};
-    return convert(text, 128);
+    return fromWide(text);
 }
 
 Result<double> valueOfText(IEditController& controller, const Parameter& parameter,
@@ -83,7 +80,7 @@ Result<double> valueOfText(IEditController& controller, const Parameter& paramet
     String128 wide{};
     ParamValue value = 0.0;
     const bool isList = parameter.stepCount > 0 && parameter.stepCount < kMostListedStates;
-    if (!text.empty() && convert(text, wide) &&
+    if (!text.empty() && toWide(text, wide) &&
         controller.getParamValueByString(parameter.id, wide, value) == kResultOk) {
         // Some controllers clamp or read as 0 what they don't know: only what they show tells.
         const std::string shown = textOfValue(controller, parameter.id, value);
