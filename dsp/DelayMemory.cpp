@@ -17,6 +17,12 @@ int rampHalf(int sampleRate) {
     return sampleRate > 200000 ? 32 : sampleRate > 100000 ? 16 : sampleRate > 50000 ? 8 : 4;
 }
 
+// 0 at 0, 1 at `steps`, without a corner at either end.
+double smoothStep(int step, int steps) {
+    const double w = static_cast<double>(step) / steps;
+    return w * w * (3.0 - 2.0 * w);
+}
+
 }  // namespace
 
 void DelayMemory::attach(Pair* memory, int cellCount, double sampleRate) {
@@ -31,16 +37,20 @@ void DelayMemory::attach(Pair* memory, int cellCount, double sampleRate) {
 }
 
 void DelayMemory::setCourse(DirectionMode mode, double delayTicks) {
-    delayTicks = std::clamp(delayTicks, 0.0, length - 1.0);
-    if (mode == direction && delayTicks == ticks) return;
+    wantedDirection = mode;
+    wantedTicks = std::clamp(delayTicks, 0.0, length - 1.0);
+    if (fadeTicksLeft == 0 && !isOnCourse()) followCourse();
+}
+
+void DelayMemory::followCourse() {
     const bool movedForward = readsForward();
-    if (delayTicks != ticks) {
-        ticks = delayTicks;
+    if (wantedTicks != ticks) {
+        ticks = wantedTicks;
         span = static_cast<int>(ticks);
         secondHalf = span - span / 2;
-        restartWriteFade();
+        restartWriteFade(writeFade < 1.0 ? share : recordedShare());
     }
-    direction = mode;
+    direction = wantedDirection;
     segmentCounter = 0;
     readBackward = true;
     const int index = writeIndex - span;
@@ -49,13 +59,17 @@ void DelayMemory::setCourse(DirectionMode mode, double delayTicks) {
 
 void DelayMemory::setLooping(bool on) {
     if (on == looping) return;
+    const double shareSoFar = writeFade < 1.0 ? share : recordedShare();
     looping = on;
-    restartWriteFade();
+    restartWriteFade(shareSoFar);
 }
 
 // An empty memory has nothing to fade from: a note on its very first tick keeps its attack.
-void DelayMemory::restartWriteFade() {
-    if (!untouched) writeFade = kWriteFadeStart;
+void DelayMemory::restartWriteFade(double shareSoFar) {
+    if (untouched) return;
+    writeFade = kWriteFadeStart;
+    shareLeftOver = shareSoFar - recordedShare();
+    leftOverTicks = usualFade;
 }
 
 void DelayMemory::endSegment() {
@@ -90,16 +104,16 @@ void DelayMemory::jumpTo(int index, bool movedForward) {
 
 Pair DelayMemory::crossfaded(Pair fadingIn) {
     fadingIndex = fadingForward ? forward(fadingIndex) : backward(fadingIndex);
-    const double w = static_cast<double>(fadeTicks + 1 - fadeTicksLeft) / (fadeTicks + 1);
-    const double weight = w * w * (3.0 - 2.0 * w);
+    const double weight = smoothStep(fadeTicks + 1 - fadeTicksLeft, fadeTicks + 1);
     --fadeTicksLeft;
     return cells[fadingIndex] + both(weight) * (fadingIn - cells[fadingIndex]);
 }
 
-Pair DelayMemory::fadedIn(Pair rising, Pair falling) {
-    const Pair mixed = both(1.0 - writeFade) * falling + both(writeFade) * rising;
+Pair DelayMemory::crossfadedRecording(Pair input, Pair old) {
+    share = recordedShare();
+    if (leftOverTicks > 0) share += shareLeftOver * smoothStep(leftOverTicks--, usualFade + 1);
     writeFade = std::min(1.0, writeFade * writeFadeGrowth);
-    return mixed;
+    return old + both(share) * (input - old);
 }
 
 }  // namespace Quorvant

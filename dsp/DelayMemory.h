@@ -16,22 +16,23 @@ class DelayMemory {
 
     // The direction, and how far (in ticks, truncated, 0 ... length - 1) reading stands behind
     // writing. Nothing happens when neither changes; a change is crossfaded and restarts the
-    // segments of Reverse and Bounce. Call it only while isCrossfading() is false.
+    // segments of Reverse and Bounce. While a crossfade runs, a change waits for its end.
     void setCourse(DirectionMode mode, double ticks);
     // Loops what the memory holds instead of recording, with a crossfade of 50 ms of ticks.
     void setLooping(bool on);
 
     // True while ticks can be left to PlainTicks.
     bool isPlain() const {
-        return direction == DirectionMode::Forward && fadeTicksLeft == 0 && writeFade >= 1.0;
+        return direction == DirectionMode::Forward && fadeTicksLeft == 0 && writeFade >= 1.0 &&
+               isOnCourse();
     }
-    bool isCrossfading() const { return fadeTicksLeft > 0; }
     double delayTicks() const { return ticks; }
 
     void storeTo(DelayMemory& memory) const { memory = *this; }
 
     // One tick: records `input`, returns the pair for the output history (read one tick ago).
     Pair tick(Pair input) {
+        if (fadeTicksLeft == 0 && !isOnCourse()) followCourse();
         untouched = false;
         moveIndices();
         Pair heard = cells[readIndex];
@@ -40,7 +41,7 @@ class DelayMemory {
 
         const Pair old = lastRead;
         Pair written = looping ? old : input;
-        if (writeFade < 1.0) written = fadedIn(written, looping ? input : old);
+        if (writeFade < 1.0) written = crossfadedRecording(input, old);
         cells[writeIndex] = written;
         // Forward writing never reaches the top cell; it mirrors cell 0 for backward readers.
         if (writeIndex == 0 && direction != DirectionMode::Backward) cells[length - 1] = written;
@@ -64,11 +65,14 @@ class DelayMemory {
             direction == DirectionMode::Backward ? backward(writeIndex) : forward(writeIndex);
         readIndex = readsForward() ? forward(readIndex) : backward(readIndex);
     }
+    bool isOnCourse() const { return wantedTicks == ticks && wantedDirection == direction; }
+    void followCourse();
     void endSegment();
     void jumpTo(int index, bool movedForward);
-    void restartWriteFade();
+    double recordedShare() const { return looping ? 1.0 - writeFade : writeFade; }
+    void restartWriteFade(double shareSoFar);
     Pair crossfaded(Pair fadingIn);
-    Pair fadedIn(Pair rising, Pair falling);
+    Pair crossfadedRecording(Pair input, Pair old);
 
     Pair* cells = nullptr;
     int length = 0;
@@ -78,12 +82,17 @@ class DelayMemory {
     bool untouched = true;  // nothing recorded since attach
     Pair lastRead{};
 
+    DirectionMode wantedDirection = DirectionMode::Forward;
+    double wantedTicks = 0.0;
     double ticks = 0.0;
     int span = 0, secondHalf = 0;
     int segmentCounter = 0;
     bool readBackward = true;
 
     double writeFade = 1.0, writeFadeGrowth = 1.0;
+    // The fade's start jumps: what the input's share was before runs out over some ticks.
+    double share = 1.0, shareLeftOver = 0.0;
+    int leftOverTicks = 0;
 
     int shortestFade = 1, usualFade = 1;  // ticks
     int fadeTicks = 1, fadeTicksLeft = 0;

@@ -99,7 +99,7 @@ void QVXCorvane77x_v2Effect::beginBlock(bool sideChainPresent) {
     sideChainConnected = sideChainPresent;
     levelFactor = (kSqrtTwo / levels.referenceScale) * kSensitivityOnFactor * kSensitivityOnFactor;
     followHost();
-    if (!memory.isCrossfading()) memory.setCourse(direction(), delayTimeMs * sampleRate / 1000.0);
+    memory.setCourse(direction(), delayTimeMs * sampleRate / 1000.0);
 }
 
 void QVXCorvane77x_v2Effect::followHost() {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace Quorvant {
 
@@ -111,6 +112,8 @@ void PlainEngine::reset() {
     outputHistory = {};
     lastRead = {};
     crossfadeLength = crossfadeTick = 0;
+    leftOverLength = leftOverTick = 0;
+    share = 1.0;
     applyManualVco();
     applyDelayTime();
     appliedDirectionMode = directionMode;
@@ -228,8 +231,8 @@ void PlainEngine::applyDelayTime() {
     if (infRepeat) return;
     if (synced()) {
         const NoteValue& note = kDelayNotes[static_cast<size_t>(parameters[kDelayNote] * 59 + 0.5)];
-        const double share = (note.numerator * 240000.0 / (note.denominator * tempoBpm)) / 9600.0;
-        delayTimeMs = std::min(share, 1.0) * 9600.0;
+        const double length = (note.numerator * 240000.0 / (note.denominator * tempoBpm)) / 9600.0;
+        delayTimeMs = std::min(length, 1.0) * 9600.0;
     } else {
         delayTimeMs = parameters[kDelayTime] * 9600.0;
     }
@@ -243,8 +246,8 @@ void PlainEngine::applyInfRepeat(bool on) {
         restartWriteFade();
     }
     if (!on) {
-        if (loopEngaged) restartWriteFade();
-        loopEngaged = false;
+        const bool released = std::exchange(loopEngaged, false);
+        if (released) restartWriteFade();
         applyDelayTime();
     }
 }
@@ -609,6 +612,7 @@ PlainEngine::Pair PlainEngine::delayed(Pair input) {
 }
 
 void PlainEngine::tick(Pair newPair) {
+    applyPendingMoves();
     recorded = true;
     const auto mode = static_cast<DirectionMode>(appliedDirectionMode);
     const bool writesForward = mode != DirectionMode::Backward;
@@ -648,10 +652,15 @@ void PlainEngine::tick(Pair newPair) {
     }
 
     Pair written;
+    share = loopEngaged ? 1.0 - writeFade : writeFade;
+    if (leftOverTick < leftOverLength) {
+        const double w = static_cast<double>(leftOverLength - leftOverTick) / (leftOverLength + 1);
+        share += leftOver * (w * w * (3.0 - 2.0 * w));
+        ++leftOverTick;
+    }
     for (size_t c = 0; c < 2; ++c) {
         const double old = lastRead[c], fresh = newPair[c];
-        written[c] = loopEngaged ? (1.0 - writeFade) * fresh + writeFade * old
-                                 : (1.0 - writeFade) * old + writeFade * fresh;
+        written[c] = (1.0 - share) * old + share * fresh;
     }
     writeCell(writeIndex, written);
     // Forward writing never reaches the top cell, backward reading does.
@@ -678,9 +687,15 @@ void PlainEngine::writeCell(int index, Pair value) {
     buffer[static_cast<size_t>(index)] = value;
 }
 
-// An empty memory has nothing to fade from.
+// An empty memory has nothing to fade from. The input's share of what is written runs over from
+// what it was to where the fade starts.
 void PlainEngine::restartWriteFade() {
-    writeFade = recorded ? 0.001 : 1.0;
+    writeFade = 1.0;
+    if (!recorded) return;
+    writeFade = 0.001;
+    leftOver = share - (loopEngaged ? 1.0 - writeFade : writeFade);
+    leftOverTick = 0;
+    leftOverLength = static_cast<int>(std::lround(0.005 * sampleRate));
 }
 
 void PlainEngine::recomputeDelay() {

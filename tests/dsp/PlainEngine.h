@@ -131,6 +131,8 @@ class PlainEngine : public QVXEffect {
     int segmentCounter = 0;
     bool readBackward = true;
     double writeFade = 1.0;
+    double share = 1.0, leftOver = 0.0;  // of the input in what is written
+    int leftOverTick = 0, leftOverLength = 0;
     bool recorded = false;  // since the reset
     int oldReadIndex = 0;
     bool oldReadBackward = false;
