@@ -85,7 +85,7 @@ const Path& mainPresetFolder() {
     static const Path folder = [] {
         const Path documents = documentsFolder();
         if (documents.empty()) return Path();
-        const Path main = documents / "Quorvant" / "Corvane QVX77x" / "User Presets";
+        Path main = documents / "Quorvant" / "Corvane QVX77x" / "User Presets";
         // Saving tries again, and then tells the user.
         createFolder(main);
         return main;

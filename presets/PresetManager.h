@@ -41,7 +41,8 @@ class PresetHost {
 class PresetManager {
   public:
     // The host outlives the manager.
-    explicit PresetManager(PresetHost& host, std::filesystem::path mainFolder = mainPresetFolder());
+    explicit PresetManager(PresetHost& owner,
+                           std::filesystem::path mainFolder = mainPresetFolder());
 
     // The active setup.
     const QVXPresetRecord& current() const { return slots.active().current; }
