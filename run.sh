@@ -15,7 +15,7 @@ usage: ./run.sh                                  renders a demo phrase into demo
 Sets up and builds first, where that is still to be done. Options are those of
 `corvane-host render`, for instance
 
-       ./run.sh voice.wav echo.wav --param "Delay Time=350" --param "Feedback=50" --tail auto
+       ./run.sh voice.wav echo.wav --param "Delay Time=350" --param "Feedback=5" --tail auto
 
 The names and value texts of all parameters: dist/bin/corvane-host params
 END
@@ -42,6 +42,6 @@ fi
 
 "$host" phrase "$root/demo-input.wav"
 "$host" render "$root/demo-input.wav" "$root/demo.wav" --tail auto \
-    --param "Delay Time=375" --param "Feedback=0.45"
+    --param "Delay Time=375" --param "Feedback=5" --param "Mix=4"
 echo
 echo "demo-input.wav is the phrase, demo.wav the phrase with the delay."

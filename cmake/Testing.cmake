@@ -45,11 +45,7 @@ function(corvane_add_test)
             "CORVANE_MODULE=\"${CORVANE_TEST_ROOT}${CORVANE_BUNDLE}\""
             "CORVANE_HOST=\"${CORVANE_TEST_ROOT}${CORVANE_DIST_DIR}/bin/corvane-host${CMAKE_EXECUTABLE_SUFFIX}\""
             "CORVANE_SOURCE_DIR=\"${CORVANE_TEST_ROOT}${PROJECT_SOURCE_DIR}\"")
-    foreach(artefact IN ITEMS corvane_plugin corvane-host)
-        if(TARGET ${artefact})
-            add_dependencies(${arg_NAME} ${artefact})
-        endif()
-    endforeach()
+    add_dependencies(${arg_NAME} corvane_plugin corvane-host)
     gtest_discover_tests(
         ${arg_NAME} TEST_PREFIX "${arg_NAME}." DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 120
         PROPERTIES LABELS "${arg_LABELS}" TIMEOUT ${arg_TIMEOUT})
