@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace Quorvant::Hosting {
 
@@ -33,6 +34,16 @@ Result<> listParameters(const PluginChoice& choice, bool plain);
 Result<> scanFolder(const std::string& folder, bool plain);
 Result<> saveStateCommand(const PluginChoice& choice, const std::string& path);
 Result<> loadStateCommand(const PluginChoice& choice, const std::string& path, bool plain);
+Result<> listPresets(const PluginChoice& choice, bool plain);
+Result<> showPreset(const PluginChoice& choice, const std::string& nameOrFile, bool plain);
+// The extension of `path` tells the kind. What the kind can't hold is told on standard error.
+Result<> exportPreset(const PluginChoice& choice, const std::string& nameOrFile,
+                      const std::string& path);
+// Every preset of the plug-in as a .vstpreset; the folder is made where it is missing.
+Result<> exportAllPresets(const PluginChoice& choice, const std::string& folder);
+// Into the user's preset folder. Goes on after a file that fails.
+Result<> importPresets(const PluginChoice& choice, const std::vector<std::string>& files,
+                       bool replace, bool plain);
 Result<> writePhrase(const std::string& path, const std::string& format);
 
 }  // namespace Quorvant::Hosting

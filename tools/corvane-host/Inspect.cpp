@@ -115,7 +115,7 @@ Result<> loadStateCommand(const PluginChoice& choice, const std::string& path, b
     auto opened = openPlugin(choice);
     if (!opened) return Error{opened.error()};
     HostedPlugin& plugin = **opened;
-    if (auto loaded = loadState(plugin, path); !loaded) return loaded;
+    if (auto loaded = loadState(plugin, path); !loaded) return Error{loaded.error()};
     Report report(plain);
     for (const Parameter& parameter : plugin.parameters())
         report.add({std::to_string(parameter.id), parameter.title,

@@ -1,34 +1,23 @@
 #include "tools/corvane-host/PresetChoice.h"
 
-#include "platform/Utf8Path.h"
 #include "tools/corvane-host/Nearest.h"
 #include "tools/corvane-host/PluginChoice.h"
-#include "tools/corvane-host/ProductPreset.h"
 #include "tools/corvane-host/Programs.h"
-#include "tools/corvane-host/StateFile.h"
 #include "tools/hosting/Text.h"
 
-#include <algorithm>
+#include <filesystem>
 
 namespace Quorvant::Hosting {
+
+namespace fs = std::filesystem;
 
 namespace {
 
 bool looksLikeFile(const std::string& text) {
-    const std::filesystem::path path = pathFromUtf8(text);
-    const std::string extension = utf8FromPath(path.extension());
+    const std::string extension = fs::path(text).extension().string();
     std::error_code failure;
     return sameText(extension, ".qvx") || sameText(extension, ".vstpreset") ||
-           std::filesystem::is_regular_file(path, failure);
-}
-
-Result<> applyFile(HostedPlugin& plugin, const std::string& file, int bits) {
-    if (isPresetContainer(file)) return loadState(plugin, file);
-    if (auto known = checkIsProduct(plugin, file); !known) return known;
-    auto record = readProductPreset(pathFromUtf8(file), shownRecord(plugin));
-    if (!record) return Error{record.error()};
-    setRecord(plugin, *record, RecordPart::PresetChoice);
-    return deliver(plugin, {}, bits);
+           fs::is_regular_file(text, failure);
 }
 
 const Program* findProgram(const std::vector<Program>& programs, const std::string& wanted) {
@@ -52,12 +41,37 @@ Error unknownProgram(const HostedPlugin& plugin, const std::vector<Program>& pro
 
 }  // namespace
 
-Result<> applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, int bits) {
+Result<AppliedPreset> applyPresetFile(HostedPlugin& plugin, const std::string& file, int bits,
+                                      RecordPart part) {
+    if (isPresetContainer(file)) {
+        auto notes = loadState(plugin, file);
+        if (!notes) return Error{notes.error()};
+        if (notes->name.empty()) notes->name = fs::path(file).stem().string();
+        if (auto done = deliver(plugin, {}, bits); !done) return Error{done.error()};
+        return AppliedPreset{PresetKind::State, *notes, std::nullopt};
+    }
+    auto preset = readProductPreset(file, shownRecord(plugin));
+    if (!preset) return Error{preset.error()};
+    if (auto known = checkIsProduct(plugin, file); !known) return Error{known.error()};
+    setRecord(plugin, preset->record, part);
+    if (auto done = deliver(plugin, {}, bits); !done) return Error{done.error()};
+    // The controller's state would tell of the preset that was chosen before.
+    return AppliedPreset{
+        PresetKind::ProductFile, {std::string(presetName(preset->record)), {}, false}, *preset};
+}
+
+Result<AppliedPreset> applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, int bits,
+                                  RecordPart part) {
     const auto programs = listPrograms(plugin);
-    if (const Program* program = findProgram(programs, nameOrFile))
-        return deliver(plugin, chooseProgram(plugin, *program), bits);
-    if (looksLikeFile(nameOrFile)) return applyFile(plugin, nameOrFile, bits);
-    return unknownProgram(plugin, programs, nameOrFile);
+    const Program* program = findProgram(programs, nameOrFile);
+    if (program == nullptr) {
+        if (looksLikeFile(nameOrFile)) return applyPresetFile(plugin, nameOrFile, bits, part);
+        return unknownProgram(plugin, programs, nameOrFile);
+    }
+    if (auto done = deliver(plugin, chooseProgram(plugin, *program), bits); !done)
+        return Error{done.error()};
+    return AppliedPreset{
+        PresetKind::Program, {program->name, program->category, true}, std::nullopt};
 }
 
 }  // namespace Quorvant::Hosting

@@ -1,37 +1,89 @@
 #include "tools/corvane-host/ProductPreset.h"
 
+#include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
+#include "platform/AtomicFile.h"
 #include "platform/Utf8Path.h"
 #include "plugin/ClassIds.h"
-#include "presets/PresetFile.h"
+#include "presets/LegacyImport.h"
+#include "presets/PresetLocation.h"
 #include "tools/hosting/Text.h"
 
 #include "public.sdk/source/vst/utility/uid.h"
 
 namespace Quorvant::Hosting {
 
+namespace {
+
+constexpr std::size_t kLargestFile = 1 << 20;  // bytes; the product reads no more either
+constexpr uint32_t kLegacyInfRepeatSlot = 13;
+
+std::string reason(const std::error_code& error) {
+    return ": " + error.message();
+}
+
+std::vector<std::string> lossesOf(const BlobView& blob, BlobResult result) {
+    std::vector<std::string> losses;
+    const bool legacy = isLegacyPreset(blob);
+    bool loop = false;
+    int outside = 0;
+    walkChunks(blob, [&](ChunkType type, std::span<const std::byte> body) {
+        if (type != ChunkType::Parameter) return true;
+        const auto value = static_cast<double>(blob.real(body, kParameterValueOffset));
+        if (!(value >= 0.0 && value <= 1.0))
+            ++outside;
+        else if (legacy && blob.word(body, kParameterIndexOffset) == kLegacyInfRepeatSlot)
+            loop = switchState(value);
+        return true;
+    });
+    if (result == BlobResult::AppliedInPart)
+        losses.emplace_back("it ends early, and what it lacks has default values");
+    if (outside > 0)
+        losses.push_back(std::to_string(outside) +
+                         " values lie out of range and are replaced by defaults");
+    if (loop) losses.emplace_back("a running Inf Repeat of the earlier version is left out");
+    return losses;
+}
+
+}  // namespace
+
 Result<> checkIsProduct(const HostedPlugin& plugin, const std::string& file) {
     const auto id = VST3::UID::fromString(plugin.description().id);
     if (id && Steinberg::FUID::fromTUID(id->data()) == kEffectClassId) return {};
-    return Error{inQuotes(file) + " is a preset of another plug-in, not of " +
+    return Error{inQuotes(file) + " is a preset file of another plug-in than " +
                  inQuotes(plugin.description().name)};
+}
+
+Result<ProductPreset> readProductPreset(const std::filesystem::path& file,
+                                        const QVXPresetRecord& base) {
+    const std::string name = inQuotes(utf8FromPath(file));
+    ProductPreset preset{base, {}, {}};
+    std::vector<std::byte> bytes;
+    if (const auto error = readFile(file, kLargestFile, bytes))
+        return Error{"cannot read " + name + reason(error)};
+    const auto blob = openBlob(bytes);
+    const BlobResult result = readPreset(bytes, preset.record);
+    if (!blob || (result != BlobResult::Applied && result != BlobResult::AppliedInPart))
+        return Error{name + " is no preset"};
+    preset.losses = lossesOf(*blob, result);
+    if (blob->magic == BlobView::Magic::Current && preset.losses.empty())
+        preset.content = std::move(bytes);
+    return preset;
+}
+
+Result<> writeProductPreset(const std::filesystem::path& file, const ProductPreset& preset) {
+    constexpr auto kNoPlace = static_cast<uint32_t>(kNotListed);
+    const auto error =
+        replaceFile(file, preset.content.empty() ? serialisePreset(preset.record, 0, kNoPlace)
+                                                 : preset.content);
+    if (error) return Error{"cannot write " + inQuotes(utf8FromPath(file)) + reason(error)};
+    return {};
 }
 
 QVXPresetRecord shownRecord(const HostedPlugin& plugin) {
     QVXPresetRecord record{};
     for (ParamID id = 0; id < kStoredParameterCount; ++id)
         record.values[id] = static_cast<float>(plugin.controllerValue(id));
-    return record;
-}
-
-Result<QVXPresetRecord> readProductPreset(const std::filesystem::path& file,
-                                          const QVXPresetRecord& base) {
-    QVXPresetRecord record = base;
-    const auto fault = loadPreset(file, record);
-    const std::string name = inQuotes(utf8FromPath(file));
-    if (fault == PresetFault::NotFound) return Error{"there is no file " + name};
-    if (fault == PresetFault::NotAPreset) return Error{name + " is no preset"};
-    if (fault != PresetFault::None) return Error{"cannot read " + name};
     return record;
 }
 

@@ -5,24 +5,34 @@
 #include "presets/PresetRecord.h"
 #include "tools/hosting/HostedPlugin.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <string>
 #include <vector>
 
 namespace Quorvant::Hosting {
 
-// Whether the plug-in is the one that these presets are for.
+// An error that names `file` unless the plug-in is the one that these presets are for.
 Result<> checkIsProduct(const HostedPlugin& plugin, const std::string& file);
+
+struct ProductPreset {
+    QVXPresetRecord record;
+    std::vector<std::byte> content;   // the file itself where it is of today's version and sound
+    std::vector<std::string> losses;  // clauses: what of the file the record doesn't hold
+};
+
+// Values that the file lacks are those of `base`.
+Result<ProductPreset> readProductPreset(const std::filesystem::path& file,
+                                        const QVXPresetRecord& base);
+
+// At once or not at all; an existing file is replaced.
+Result<> writeProductPreset(const std::filesystem::path& file, const ProductPreset& preset);
 
 // What the plug-in's controller shows now; without a name.
 QVXPresetRecord shownRecord(const HostedPlugin& plugin);
 
-// Values that the file lacks are those of `base`.
-Result<QVXPresetRecord> readProductPreset(const std::filesystem::path& file,
-                                          const QVXPresetRecord& base);
-
 enum class RecordPart {
-    PresetChoice,  // what choosing a preset sets; the global set and manual tempo stay
+    PresetChoice,  // what choosing a preset sets: all but the global set and manual tempo
     Everything,
 };
 

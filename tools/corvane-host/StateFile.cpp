@@ -1,5 +1,6 @@
 #include "tools/corvane-host/StateFile.h"
 
+#include "tools/corvane-host/MetaInfo.h"
 #include "tools/corvane-host/PartialFile.h"
 #include "tools/hosting/Text.h"
 
@@ -59,7 +60,14 @@ bool isWhole(PresetFile& preset, const Bytes& bytes) {
     return count == preset.getEntryCount();
 }
 
-Result<> loadPreset(HostedPlugin& plugin, const Bytes& bytes, const std::string& path) {
+std::string metaInfoOf(PresetFile& preset, const Bytes& bytes) {
+    const PresetFile::Entry* entry = preset.getEntry(kMetaInfo);
+    if (entry == nullptr) return {};
+    const auto* start = reinterpret_cast<const char*>(bytes.data()) + entry->offset;
+    return {start, static_cast<size_t>(entry->size)};
+}
+
+Result<PresetNotes> loadPreset(HostedPlugin& plugin, const Bytes& bytes, const std::string& path) {
     auto stream = owned(new StateStream(bytes));
     PresetFile preset(stream);
     if (!preset.readChunkList() || !isWhole(preset, bytes))
@@ -69,21 +77,29 @@ Result<> loadPreset(HostedPlugin& plugin, const Bytes& bytes, const std::string&
     if (!preset.restoreComponentState(plugin.component()))
         return Error{"'" + plugin.description().name + "' refuses the state in '" + path + "'"};
     preset.restoreComponentState(plugin.controller());
-    if (preset.contains(kControllerState)) preset.restoreControllerState(plugin.controller());
-    return {};
+    const bool controllerState = preset.contains(kControllerState);
+    if (controllerState) preset.restoreControllerState(plugin.controller());
+    const std::string about = metaInfoOf(preset, bytes);
+    return PresetNotes{readMetaInfo(about, kMetaName), readMetaInfo(about, kMetaCategory),
+                       controllerState};
 }
 
 }  // namespace
 
-Result<> saveState(const HostedPlugin& plugin, const std::string& path) {
+Result<> saveState(const HostedPlugin& plugin, const std::string& path, const PresetNotes& notes) {
     auto state = plugin.componentState();
     if (!state) return Error{state.error()};
     Bytes content = *state;
     if (sameText(std::filesystem::path(path).extension().string(), ".vstpreset")) {
+        const ClassDescription& about = plugin.description();
+        const std::string metaInfo = notes.name.empty() ? std::string()
+                                                        : writeMetaInfo(about.name, about.vendor,
+                                                                        notes.name, notes.category);
         auto stream = owned(new StateStream);
         if (!PresetFile::savePreset(stream, classIdOf(plugin), plugin.component(),
-                                    plugin.controller()))
-            return Error{"'" + plugin.description().name + "' gave no state"};
+                                    notes.controllerState ? plugin.controller() : nullptr,
+                                    metaInfo.empty() ? nullptr : metaInfo.c_str()))
+            return Error{"'" + about.name + "' gave no state"};
         content = stream->bytes();
     }
 
@@ -101,7 +117,7 @@ bool isPresetContainer(const std::string& path) {
     return bytes && startsAsPreset(*bytes);
 }
 
-Result<> loadState(HostedPlugin& plugin, const std::string& path) {
+Result<PresetNotes> loadState(HostedPlugin& plugin, const std::string& path) {
     auto bytes = readBytes(path);
     if (!bytes) return Error{bytes.error()};
     if (startsAsPreset(*bytes)) return loadPreset(plugin, *bytes, path);
@@ -111,7 +127,7 @@ Result<> loadState(HostedPlugin& plugin, const std::string& path) {
     if (bytes->empty() || plugin.setComponentState(*bytes) != kResultOk)
         return Error{"'" + plugin.description().name + "' refuses the state in '" + path + "'"};
     plugin.showComponentState(*bytes);
-    return {};
+    return PresetNotes{{}, {}, false};
 }
 
 }  // namespace Quorvant::Hosting

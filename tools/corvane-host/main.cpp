@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 
 #include <exception>
+#include <functional>
 #include <iostream>
 
 namespace {
@@ -153,6 +154,53 @@ CLI::App* addBench(CLI::App& app, PluginChoice& choice, BenchOptions& options) {
     return command;
 }
 
+struct PresetArguments {
+    std::string preset, output, folder;
+    std::vector<std::string> files;
+    bool replace = false;
+};
+
+using Command = std::function<Result<>()>;
+
+// Gives what to do if the parsed command line asks for it.
+Command addPresets(CLI::App& app, PluginChoice& choice, PresetArguments& arguments,
+                   const bool& plain) {
+    CLI::App* presets = app.add_subcommand("presets", "List, show and convert presets");
+    presets->require_subcommand(1);
+    const auto add = [&](const char* name, const char* what) {
+        CLI::App* command = presets->add_subcommand(name, what);
+        addPluginOptions(*command, choice);
+        return command;
+    };
+    const CLI::App* list = add("list", "List the plug-in's presets: number, name, category");
+    CLI::App* show = add("show", "Print the parameters that a preset leads to");
+    show->add_option("NAME|FILE", arguments.preset, "As for render's --preset")->required();
+    CLI::App* to = add("export", "Write a preset as a file, or all of the plug-in's own");
+    auto* name = to->add_option("NAME|FILE", arguments.preset, "As for render's --preset");
+    auto* out = to->add_option("OUT", arguments.output, "A .qvx or .vstpreset to write");
+    auto* all = to->add_option("--all", arguments.folder,
+                               "Write each preset of the plug-in as a .vstpreset into this folder")
+                    ->type_name("FOLDER");
+    name->needs(out);
+    all->excludes(name);
+    to->callback([=] {
+        if (out->empty() && all->empty())
+            throw CLI::RequiredError("NAME|FILE and OUT, or --all FOLDER");
+    });
+    CLI::App* from = add("import",
+                         "Put presets into your preset folder as .qvx: files of this and the\n"
+                         "earlier version, and .vstpreset files");
+    from->add_option("FILE", arguments.files, "The files to read")->required();
+    from->add_flag("--force", arguments.replace, "Replace presets of the same name");
+    return [=, &choice, &arguments, &plain]() -> Result<> {
+        if (list->parsed()) return listPresets(choice, plain);
+        if (show->parsed()) return showPreset(choice, arguments.preset, plain);
+        if (from->parsed()) return importPresets(choice, arguments.files, arguments.replace, plain);
+        return arguments.folder.empty() ? exportPreset(choice, arguments.preset, arguments.output)
+                                        : exportAllPresets(choice, arguments.folder);
+    };
+}
+
 Result<> runCommandLine(int argc, char** argv, int& usageStatus) {
     CLI::App app{"Runs VST3 effects from the command line.", "corvane-host"};
     app.footer(kFooter);
@@ -186,6 +234,8 @@ Result<> runCommandLine(int argc, char** argv, int& usageStatus) {
         "scan", "List the plug-ins below a folder: path, name, version, vendor, categories");
     scan->add_option("FOLDER", path, "Where to look")->required();
     const CLI::App* benchCommand = addBench(app, choice, benchOptions);
+    PresetArguments presetArguments;
+    const Command runPresets = addPresets(app, choice, presetArguments, plain);
     CLI::App* phrase = app.add_subcommand(
         "phrase", "Write six seconds of plucked notes and ticks to try effects with");
     phrase->add_option("OUT", path, "The file to write, 44.1 kHz stereo")->required();
@@ -204,6 +254,7 @@ Result<> runCommandLine(int argc, char** argv, int& usageStatus) {
     if (load->parsed()) return loadStateCommand(choice, path, plain);
     if (scan->parsed()) return scanFolder(path, plain);
     if (benchCommand->parsed()) return bench(choice, benchOptions, plain);
+    if (app.got_subcommand("presets")) return runPresets();
     return writePhrase(path, phraseFormat);
 }
 
