@@ -71,63 +71,67 @@ TEST(EngineDirection, ForwardAndBackwardKeepTheOrderReverseMirrorsItBounceDoesBo
     EXPECT_GT(likeness(bounce, forth), 0.99);
 }
 
-TEST(EngineDirection, ReversedRampsFall) {
-    // A ramp rises by a fixed step a frame. Read forwards it still does, read backwards it falls by
-    // the same; a jump fades over a few of every hundred frames only.
-    const double slope = 1e-6;
-    const auto shares = [&](DirectionMode mode) {
+// A ramp rises by a fixed step a frame, so that what is heard of it tells where it was read.
+struct Reading {
+    double rising = 0.0, falling = 0.0;                     // shares of the frames
+    double closest = HUGE_VAL, farthest = 0.0, mean = 0.0;  // frames behind the sound's entry
+};
+Reading readRamp(DirectionMode mode, double ms, double seconds, double from) {
+    const auto rendered = [&](double delay) {
         EngineRig rig;
         rig.set(mode);
+        rig.setDelayMs(delay);
         rig.engine.reset();
-        Signal ramp(rig.samples(5.0));
-        for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = slope * static_cast<double>(i);
-        const Signal out = rig.render(ramp).left;
-        const Signal forward = [&] {
-            EngineRig straight;
-            straight.setDelayMs(0.0);
-            straight.engine.reset();
-            return straight.render(ramp).left;
-        }();
-        const double step = forward.back() - forward[forward.size() - 2];
-        double rising = 0.0, falling = 0.0;
-        const size_t from = rig.samples(1.0);
-        for (size_t i = from; i < out.size(); ++i) {
-            const double d = out[i] - out[i - 1];
-            rising += std::abs(d - step) < 1e-3 * step;
-            falling += std::abs(d + step) < 1e-3 * step;
-        }
-        const auto count = static_cast<double>(out.size() - from);
-        return std::pair{rising / count, falling / count};
+        Signal ramp(rig.samples(seconds));
+        for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = 1e-6 * static_cast<double>(i);
+        return rig.render(ramp).left;
     };
-    EXPECT_EQ(shares(DirectionMode::Forward), (std::pair{1.0, 0.0}));
-    const auto [reverseRises, reverseFalls] = shares(DirectionMode::Reverse);
-    EXPECT_EQ(reverseRises, 0.0);
-    EXPECT_GT(reverseFalls, 0.85);
-    const auto [bounceRises, bounceFalls] = shares(DirectionMode::Bounce);
-    EXPECT_GT(bounceRises, 0.4);
-    EXPECT_GT(bounceFalls, 0.4);
+    const Signal straight = rendered(0.0), heard = rendered(ms);
+    const double step = straight.back() - straight[straight.size() - 2];
+    Reading reading;
+    const auto first = static_cast<size_t>(from * 48000.0);
+    const auto count = static_cast<double>(heard.size() - first);
+    for (size_t i = first; i < heard.size(); ++i) {
+        const double rise = heard[i] - heard[i - 1], behind = (straight[i] - heard[i]) / step;
+        reading.rising += (std::abs(rise - step) < 1e-3 * step) / count;
+        reading.falling += (std::abs(rise + step) < 1e-3 * step) / count;
+        reading.closest = std::min(reading.closest, behind);
+        reading.farthest = std::max(reading.farthest, behind);
+        reading.mean += behind / count;
+    }
+    return reading;
+}
+
+TEST(EngineDirection, ReversedRampsFall) {
+    const auto read = [](DirectionMode mode) { return readRamp(mode, 100.0, 3.0, 0.5); };
+    const Reading forward = read(DirectionMode::Forward);
+    EXPECT_NEAR(forward.rising, 1.0, 1e-9);
+    EXPECT_NEAR(forward.closest, 4804.0, 2.0);
+    EXPECT_NEAR(forward.farthest, 4804.0, 2.0);
+
+    // Segments of half the delay, read from a delay behind to two; the jump between two segments is
+    // faded over 240 frames.
+    const Reading reverse = read(DirectionMode::Reverse);
+    EXPECT_EQ(reverse.rising, 0.0);
+    EXPECT_GT(reverse.falling, 0.85);
+    EXPECT_NEAR(reverse.closest, 4800.0, 600.0);
+    EXPECT_NEAR(reverse.farthest, 9600.0, 600.0);
+
+    // Back from what is being recorded to a delay behind, and on from there.
+    const Reading bounce = read(DirectionMode::Bounce);
+    EXPECT_GT(bounce.rising, 0.4);
+    EXPECT_GT(bounce.falling, 0.4);
+    EXPECT_NEAR(bounce.closest, 0.0, 600.0);
+    EXPECT_NEAR(bounce.farthest, 4804.0, 4.0);
 }
 
 TEST(EngineDirection, ReverseHoldsItsDistance) {
-    // With an odd span too, the mean of a reversed ramp stays as far behind after a minute.
-    Signal ramp(48000 * 60);
-    for (size_t i = 0; i < ramp.size(); ++i) ramp[i] = 1e-6 * static_cast<double>(i);
-    const auto rendered = [&](double ms) {
-        EngineRig rig;
-        rig.setDelayMs(ms);
-        rig.set(DirectionMode::Reverse);
-        rig.engine.reset();
-        return rig.render(ramp).left;
-    };
-    const Signal straight = rendered(0.0), reversed = rendered(4801.0 / 48.0);
-    const auto behind = [&](size_t second) {
-        double sum = 0.0;
-        const size_t from = second * 48000, count = 4 * 2401;
-        for (size_t i = from; i < from + count; ++i) sum += straight[i] - reversed[i];
-        return sum / static_cast<double>(count) / 1e-6;
-    };
-    // The wrap of the indices themselves is worth one tick in every turn of the memory (9.6 s).
-    EXPECT_NEAR(behind(58), behind(1), 12.0);
+    // With an odd span too the reversed ramp stays as far behind; the wrap of the indices
+    // themselves is worth one tick in every turn of the memory (9.6 s).
+    const double ms = 4801.0 / 48.0;
+    const double early = readRamp(DirectionMode::Reverse, ms, 2.0, 1.0).mean;
+    const double late = readRamp(DirectionMode::Reverse, ms, 20.0, 19.0).mean;
+    EXPECT_NEAR(late, early, 10.0);
 }
 
 TEST(EngineDirection, BackwardIsLateByTheMemoryLessTheDelay) {
@@ -178,13 +182,30 @@ TEST(EngineDirection, NoJumpOfTheReadIndexClicks) {
         EXPECT_GT(peak(out), 0.3);
         EXPECT_LT(largestStep(out), allowed) << "changing, from mode " << static_cast<int>(mode);
     }
-    for (const double ms : {73.3, 1234.5}) {
+}
+
+TEST(EngineDirection, ADelayChangeClicksNeitherAtOnceNorOneDelayLater) {
+    // What is recorded at the change must not jump either: it would be heard a delay later.
+    const double allowed = 0.0066 + 0.0063 + 0.001;
+    for (const double feedback : {0.0, 0.5}) {
         EngineRig rig;
+        rig.set(kFeedback, feedback);
         rig.setDelayMs(304.1);
         rig.settle();
-        rig.render(rig.sine(100.0, 2.0));
-        rig.setDelayMs(ms);
-        EXPECT_LT(largestStep(rig.render(rig.sine(100.0, 0.07)).left), allowed) << ms;
+        Stereo out = rig.render(rig.sine(100.0, 2.0));
+        for (const double ms : {200.7, 73.3, 1234.5, 398.0}) {
+            rig.setDelayMs(ms);
+            out = join(out, rig.render(rig.sine(100.0, 2.0)));
+        }
+        const double loudness = std::max(1.0, peak(out.left) / 0.5);
+        EXPECT_LT(largestStep(out.left), allowed * loudness) << feedback;
+
+        // A knob in motion, faster than the fades.
+        rig.blockSize = 100;
+        double ms = 100.0;
+        rig.afterBlock = [&] { rig.setDelayMs(ms = ms > 900.0 ? 100.0 : ms + 3.7); };
+        const Signal turned = rig.render(rig.sine(100.0, 4.0)).left;
+        EXPECT_LT(largestStep(turned), allowed * std::max(1.0, peak(turned) / 0.5)) << feedback;
     }
 }
 

@@ -178,8 +178,9 @@ TEST(EngineRobustness, BlockSizeDoesNotMatter) {
         for (uint64_t part = 0; part < 8; ++part) {
             const Stereo side = noise(9600, 100 + part);
             out = join(out, rig.render(noise(9600, part), &side));
-            // Where segments fade a new delay time waits for the next block after the fade.
-            if (direction == DirectionMode::Forward) rig.setDelayMs(dice.between(0.0, 120.0));
+            // May come while a segment's fade runs, and then waits for its end.
+            rig.setDelayMs(dice.between(0.0, 120.0));
+            if (part % 3 == 2) rig.set(static_cast<DirectionMode>(dice.below(4)));
             rig.set(kManualVco, dice.unit());
             rig.set(kInfRepeat, dice.below(3) == 0);
             rig.set(kDelayX2, dice.below(4) == 0);
