@@ -16,6 +16,9 @@ using VSTGUI::CGraphicsPath;
 
 constexpr double kCircleControl = 0.5522847498307936;  // of a quarter circle's Bézier curve
 
+// Shapes keep their exact places instead of being moved to whole pixels.
+constexpr VSTGUI::CDrawMode kDrawMode(VSTGUI::kAntiAliasing | VSTGUI::kNonIntegralMode);
+
 double radians(double degrees) {
     return degrees * std::numbers::pi / 180.0;
 }
@@ -83,11 +86,13 @@ Path roundRectPath(CDrawContext& context, const CRect& r, double radius) {
 }
 
 void fillPath(CDrawContext& context, CGraphicsPath& path, CColor colour) {
+    context.setDrawMode(kDrawMode);
     context.setFillColor(colour);
     context.drawGraphicsPath(&path, CDrawContext::kPathFilled);
 }
 
 void strokePath(CDrawContext& context, CGraphicsPath& path, CColor colour, double width) {
+    context.setDrawMode(kDrawMode);
     context.setFrameColor(colour);
     context.setLineWidth(width);
     context.setLineStyle(VSTGUI::kLineSolid);
@@ -109,10 +114,12 @@ void fillRoundGradient(CDrawContext& context, const CRect& rect, double radius, 
                        CColor bottom) {
     const auto gradient = VSTGUI::owned(VSTGUI::CGradient::create(0.0, 1.0, top, bottom));
     const Path path = roundRectPath(context, rect, radius);
+    context.setDrawMode(kDrawMode);
     context.fillLinearGradient(path, *gradient, rect.getTopLeft(), rect.getBottomLeft());
 }
 
 void line(CDrawContext& context, CPoint from, CPoint to, CColor colour, double width) {
+    context.setDrawMode(kDrawMode);
     context.setFrameColor(colour);
     context.setLineWidth(width);
     context.setLineStyle(VSTGUI::kLineSolid);
@@ -170,7 +177,8 @@ void drawText(CDrawContext& context, std::string_view text, const CRect& rect, T
     const auto font = Theme::font(face);
     context.setFontColor(colour);
     context.setFont(font);
-    const double width = context.getStringWidth(string.c_str());
+    // Glyphs are drawn a little wider than they are measured.
+    const double width = context.getStringWidth(string.c_str()) * 1.03;
     if (width > rect.getWidth() && width > 0.0) {
         context.setFont(font, std::max(4.0, font->getSize() * rect.getWidth() / width));
     }

@@ -313,7 +313,7 @@ void Editor::typeValue(uint32_t index, const CRect& over) {
     rect.offset(over.getCenter().x - fieldWidth / 2.0, over.getCenter().y - 11.0);
     rect.offset(std::clamp(rect.left, 2.0, Theme::kWidth - fieldWidth - 2.0) - rect.left, 0.0);
     later([this, rect, initial, index] {
-        auto* overlay = new Overlay(root->getViewSize(), [] {});
+        auto* overlay = new Overlay(root->getViewSize(), nullptr);
         auto* field = new TextField(rect, initial);
         field->onDone = [this, overlay, index](bool accepted, const std::string& typed) {
             typing = nullptr;
@@ -325,6 +325,7 @@ void Editor::typeValue(uint32_t index, const CRect& over) {
                 tell("\"" + typed + "\" is no value here");
             }
         };
+        overlay->setCloseAction([field] { field->finish(true); });
         overlay->addView(field);
         typing = overlay;
         place(overlay);

@@ -208,8 +208,9 @@ void Panel::add(const ControlSpec& spec) {
             const bool open = switchState(model.value(kShowHideExtensions));
             auto* button = new ActionButton(
                 rect, static_cast<int32_t>(open ? kHideExtensionsId : kShowExtensionsId),
-                ActionButton::Look::Text, open ? "LESS" : "MORE",
+                ActionButton::Look::Text, "EXTENSIONS",
                 [this, open](auto) { actions.showExtensions(!open); });
+            button->setLit(open);
             button->setTooltipText(hintText(open ? kHideExtensionsId : kShowExtensionsId));
             addView(button);
             break;

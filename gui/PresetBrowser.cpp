@@ -230,6 +230,7 @@ void PresetBrowser::pick(int row) {
     actions.choose(entries[static_cast<std::size_t>(row)].location);
     presetList->select(row);
     showDesigner();
+    search->takeFocus();  // the arrows go on from here
 }
 
 void PresetBrowser::toggleFavourite(const Entry& entry) {

@@ -20,7 +20,7 @@ inline constexpr CColor kGlassEdge{0, 0, 0, 255};
 inline constexpr CColor kButtonTop{66, 71, 78, 255};
 inline constexpr CColor kButtonBottom{47, 51, 57, 255};
 inline constexpr CColor kButtonEdge{15, 17, 19, 255};
-inline constexpr CColor kOverlay{26, 28, 32, 252};
+inline constexpr CColor kOverlay{24, 26, 30, 255};
 inline constexpr CColor kShadow{0, 0, 0, 110};
 
 // Knobs

@@ -127,11 +127,20 @@ ChoiceRow::ChoiceRow(const CRect& size, EditorContext& context, uint32_t paramet
                      std::vector<Choice> list)
     : ParameterControl(size, context, parameter), choices(std::move(list)) {}
 
+// One below the other where they would be too narrow side by side.
 CRect ChoiceRow::cell(std::size_t index) const {
-    const CRect& size = getViewSize();
-    const double width = (getWidth() - 2.0) / static_cast<double>(choices.size());
-    return CRect(size.left + 1.0 + width * static_cast<double>(index), size.top + 1.0,
-                 size.left + 1.0 + width * static_cast<double>(index + 1), size.bottom - 1.0);
+    const auto count = static_cast<double>(choices.size());
+    CRect rect = getViewSize();
+    rect.inset(1.0, 1.0);
+    const double width = rect.getWidth() / count;
+    const double height = rect.getHeight() / count;
+    const auto place = static_cast<double>(index);
+    if (width < rect.getHeight()) {
+        return CRect(rect.left, rect.top + height * place, rect.right,
+                     rect.top + height * (place + 1.0));
+    }
+    return CRect(rect.left + width * place, rect.top, rect.left + width * (place + 1.0),
+                 rect.bottom);
 }
 
 bool ChoiceRow::pressed(VSTGUI::MouseDownEvent& event) {
@@ -275,9 +284,7 @@ void ActionButton::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
     event.consumed = true;
     if (event.buttonState.isRight() && rightAction) {
         event.ignoreFollowUpMoveAndUpEvents(true);
-        CPoint where = event.mousePosition;
-        if (const auto* parent = getParentView()) parent->translateToGlobal(where, true);
-        rightAction(where);
+        rightAction(translateToGlobal(event.mousePosition, true));
         return;
     }
     if (!enabled || !event.buttonState.isLeft()) return;

@@ -14,6 +14,14 @@ class Control : public VSTGUI::CControl {
     explicit Control(const CRect& size, int32_t tagId = -1) : CControl(size, nullptr, tagId) {
         setTransparency(true);
     }
+    // Past the base class's own meaning of Ctrl and click.
+    void dispatchEvent(VSTGUI::Event& event) override {
+        if (event.type == VSTGUI::EventType::MouseDown) {
+            onMouseDownEvent(VSTGUI::castMouseDownEvent(event));
+        } else {
+            CControl::dispatchEvent(event);
+        }
+    }
     VSTGUI::CBaseObject* newCopy() const override { return nullptr; }
 };
 

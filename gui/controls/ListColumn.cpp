@@ -100,7 +100,8 @@ void ListColumn::draw(VSTGUI::CDrawContext* context) {
                      Align::Right);
             rect.right = noteRect.left - 4.0;
         }
-        drawText(*context, row.text, rect, row.heading ? Theme::Face::Small : Theme::Face::Value,
+        drawText(*context, row.text, rect,
+                 row.heading ? Theme::Face::LabelBold : Theme::Face::Value,
                  row.heading   ? Theme::kTextFaint
                  : i == chosen ? Theme::kAccent
                                : Theme::kText,
@@ -123,9 +124,7 @@ void ListColumn::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
     const int row = rowAt(event.mousePosition);
     if (row < 0) return;
     if (event.buttonState.isRight()) {
-        CPoint where = event.mousePosition;
-        if (const auto* parent = getParentView()) parent->translateToGlobal(where, true);
-        if (onContext) onContext(row, where);
+        if (onContext) onContext(row, translateToGlobal(event.mousePosition, true));
     } else if (event.buttonState.isLeft()) {
         select(row);
         if (onPick) onPick(row);

@@ -31,10 +31,7 @@ double valueFromTravel(uint32_t index, double travel) {
 }
 
 CRect editorRect(const VSTGUI::CView& view) {
-    CRect rect(0.0, 0.0, view.getWidth(), view.getHeight());
-    CPoint origin = view.getViewSize().getTopLeft();
-    if (const auto* parent = view.getParentView()) parent->translateToGlobal(origin, true);
-    return rect.offset(origin);
+    return view.translateToGlobal(view.getViewSize(), true);
 }
 
 ParameterControl::ParameterControl(const CRect& size, EditorContext& editorOf, uint32_t tagId,
@@ -157,9 +154,7 @@ void ParameterControl::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
     event.consumed = true;
     event.ignoreFollowUpMoveAndUpEvents(true);
     if (event.buttonState.isRight()) {
-        CPoint where = event.mousePosition;
-        if (const auto* parent = getParentView()) parent->translateToGlobal(where, true);
-        owner.openHostMenu(parameter(), where);
+        owner.openHostMenu(parameter(), translateToGlobal(event.mousePosition, true));
         return;
     }
     if (!event.buttonState.isLeft()) return;
