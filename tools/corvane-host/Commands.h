@@ -1,24 +1,23 @@
 // The commands of corvane-host. Each prints its report and gives an error where it fails.
 #pragma once
 
-#include "tools/corvane-host/AudioFile.h"
 #include "tools/corvane-host/PluginChoice.h"
+#include "tools/corvane-host/RenderRun.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace Quorvant::Hosting {
 
-struct RenderOptions {
-    std::string input, output, automation, sideChain, format;
-    std::optional<double> tempo;  // BPM
-    std::optional<double> rate;   // Hz; none: the input's
-    std::optional<double> tail;   // seconds; none: until the output has died away
-    int block = 512;              // frames
-    int bits = 32;                // of the samples that the plug-in processes
-};
 Result<> render(const PluginChoice& choice, const RenderOptions& options, bool plain);
+
+struct MeterOptions {
+    double every = 0.1;  // seconds
+    bool csv = false;
+};
+// What the plug-in reports while it renders the input; nothing is written.
+Result<> showMeters(const PluginChoice& choice, const RenderOptions& options,
+                    const MeterOptions& meters, bool plain);
 
 struct BenchOptions {
     double seconds = 10.0;  // of audio for each instance

@@ -83,10 +83,8 @@ void addBlock(CLI::App& command, int& block) {
         ->capture_default_str();
 }
 
-CLI::App* addRender(CLI::App& app, PluginChoice& choice, RenderOptions& options) {
-    CLI::App* command = app.add_subcommand("render", "Run an audio file through the effect");
-    command->add_option("IN", options.input, "A mono or stereo audio file")->required();
-    command->add_option("OUT", options.output, "The file to write")->required();
+// What render and meters have in common.
+void addRenderOptions(CLI::App* command, PluginChoice& choice, RenderOptions& options) {
     addPluginOptions(*command, choice);
     addSettingOptions(*command, choice);
     command
@@ -123,13 +121,37 @@ CLI::App* addRender(CLI::App& app, PluginChoice& choice, RenderOptions& options)
             "below -90 dBFS for good, and after 60 seconds at the latest")
         ->type_name("SECONDS|auto")
         ->default_str("auto");
+    addBits(*command, options.bits);
+}
+
+CLI::App* addRender(CLI::App& app, PluginChoice& choice, RenderOptions& options) {
+    CLI::App* command = app.add_subcommand("render", "Run an audio file through the effect");
+    command->add_option("IN", options.input, "A mono or stereo audio file")->required();
+    command->add_option("OUT", options.output, "The file to write")->required();
+    addRenderOptions(command, choice, options);
     std::string names;
     for (const SampleFormat& format : writableFormats()) appendItem(names, format.name);
     command
         ->add_option("--format", options.format,
                      "One of " + names + " (default: by the extension of OUT)")
         ->type_name("FORMAT");
-    addBits(*command, options.bits);
+    return command;
+}
+
+CLI::App* addMeters(CLI::App& app, PluginChoice& choice, RenderOptions& options,
+                    MeterOptions& meters) {
+    CLI::App* command = app.add_subcommand(
+        "meters", "Show what the effect reports of itself while a file runs through it");
+    command->add_option("IN", options.input, "A mono or stereo audio file")->required();
+    command
+        ->add_option("--every", meters.every,
+                     "Time between two rows; a row has each reading's last value, or its highest\n"
+                     "where the title tells of a peak, level, activity, headroom or reduction")
+        ->check(numberWithin(0.001, kLongestSeconds))
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    command->add_flag("--csv", meters.csv, "Print comma-separated values with a heading");
+    addRenderOptions(command, choice, options);
     return command;
 }
 
@@ -214,6 +236,8 @@ Result<> runCommandLine(int argc, char** argv, int& usageStatus) {
     BenchOptions benchOptions;
     std::string path, phraseFormat;
     const CLI::App* renderCommand = addRender(app, choice, renderOptions);
+    MeterOptions meterOptions;
+    const CLI::App* metersCommand = addMeters(app, choice, renderOptions, meterOptions);
     CLI::App* info = app.add_subcommand("info", "Show classes, buses, latency and parameters");
     addPluginOptions(*info, choice);
     CLI::App* params = app.add_subcommand(
@@ -248,6 +272,7 @@ Result<> runCommandLine(int argc, char** argv, int& usageStatus) {
         return {};
     }
     if (renderCommand->parsed()) return render(choice, renderOptions, plain);
+    if (metersCommand->parsed()) return showMeters(choice, renderOptions, meterOptions, plain);
     if (info->parsed()) return showInfo(choice, plain);
     if (params->parsed()) return listParameters(choice, plain);
     if (save->parsed()) return saveStateCommand(choice, path);
