@@ -10,12 +10,15 @@ mapfile -t files < <(find params dsp presets platform gui plugin tools tests ben
     -name '*.cpp' -o -name '*.h')
 clang-format --dry-run -Werror "${files[@]}" || status=1
 
+# Identifiers that every side has to agree on, and no code.
+identifiers='params/ParameterIndex.h|dsp/OutputIndex.h|plugin/ClassIds.h'
+
 # may FOLDER FOLDER…: the first may include the others, and itself, but no further folder.
 may() {
     local folder=$1 allowed wrong
     allowed=$(IFS='|' && echo "$*")
     wrong=$(grep -rnE '#include "(params|dsp|presets|platform|gui|plugin|tools)/' "$folder" |
-        grep -vE "#include \"($allowed)/")
+        grep -vE "#include \"(($allowed)/|($identifiers)\")")
     if [[ $wrong ]]; then
         echo "$folder/ includes what it must not:"
         echo "$wrong"
@@ -28,7 +31,8 @@ may dsp params platform
 may presets params platform
 may gui params presets platform
 may plugin params dsp presets platform gui
-may tools
+may tools/hosting
+may tools/corvane-host tools/hosting params presets platform
 
 # The parts below the shell know neither the SDK nor the GUI library.
 wrong=$(grep -rnE '#include ["<](pluginterfaces|public\.sdk|base/source|vstgui)' \
