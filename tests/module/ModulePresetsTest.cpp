@@ -128,5 +128,42 @@ TEST(ModulePresets, DamagedControllerStatesAreIgnoredWhole) {
     EXPECT_EQ(*rig.plugin->controllerState(), *good);
 }
 
+// Struck notes and a hiss, over six seconds.
+Signal phrase() {
+    Signal signal = noise(0.02, 6 * 48000);
+    for (int note = 0; note < 24; ++note) {
+        const size_t start = static_cast<size_t>(note) * 12000;
+        const double hz = 110.0 * std::pow(2.0, (note * 5 % 12) / 12.0 + note % 3);
+        for (size_t i = 0; i < 12000; ++i) {
+            const double t = static_cast<double>(i) / 48000.0;
+            signal[start + i] +=
+                0.4 * std::exp(-9.0 * t) * std::sin(2.0 * std::numbers::pi * hz * t);
+        }
+    }
+    return signal;
+}
+
+TEST(ModulePresets, EveryFactoryPresetSoundsAtALevelOfItsOwnAndUnlikeTheDefault) {
+    const Signal in = phrase();
+    const double dry = rms(in, 0, in.size());
+    Stereo plain;
+    for (int program = 0; program < kPrograms; ++program) {
+        ModuleRig rig;
+        rig.transport = Hosting::Transport{.tempoBpm = 120.0, .positionBeats = 0.0};
+        chooseProgram(rig, program);
+        rig.reset();
+        const Stereo out = rig.render(in);
+        for (const double x : out.left) ASSERT_TRUE(std::isfinite(x)) << program;
+        std::string_view name;
+        getFactoryPreset(static_cast<uint32_t>(program), nullptr, &name, nullptr);
+        // Unweighted, so a little wider than the window of the loudness that the bank is set by.
+        EXPECT_NEAR(20.0 * std::log10(rms(out.left, 0, out.size()) / dry), 0.0, 6.0) << name;
+        if (program == 0)
+            plain = out;
+        else
+            EXPECT_GT(largestDifference(out, plain), 0.02) << name;
+    }
+}
+
 }  // namespace
 }  // namespace Quorvant::Test
