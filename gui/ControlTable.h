@@ -53,7 +53,7 @@ inline constexpr uint32_t kNoHint = 255;
 
 // The groups follow the signal.
 inline constexpr GroupSpec kFrontGroups[] = {
-    {"INPUT", {106, 8, 216, 192}},    {"DELAY", {222, 8, 516, 192}},
+    {"INPUT", {106, 8, 222, 192}},    {"DELAY", {228, 8, 516, 192}},
     {"FEEDBACK", {522, 8, 672, 192}}, {"MODULATION", {678, 8, 866, 192}},
     {"OUTPUT", {872, 8, 990, 192}},
 };
@@ -69,19 +69,19 @@ inline constexpr ControlSpec kFrontControls[] = {
     {ControlKind::Knob, kInput, {110, 27, 172, 103}, "INPUT"},
     {ControlKind::Caption, kNoHint, {108, 114, 174, 127}, "LEVELS"},
     {ControlKind::Choice, kGlobal, {112, 129, 170, 171}},
-    {ControlKind::Caption, kNoHint, {166, 27, 214, 39}, "HEADROOM"},
-    {ControlKind::Headroom, kHeadroomBarId, {180, 42, 212, 188}},
+    {ControlKind::Caption, kNoHint, {169, 27, 219, 39}, "HEADROOM"},
+    {ControlKind::Headroom, kHeadroomBarId, {182, 42, 214, 188}},
 
-    {ControlKind::TimeReadout, kTimeReadoutId, {230, 28, 424, 98}},
+    {ControlKind::TimeReadout, kTimeReadoutId, {236, 28, 424, 98}},
     {ControlKind::StepUp, kTimeUpId, {428, 28, 450, 62}},
     {ControlKind::StepDown, kTimeDownId, {428, 64, 450, 98}},
     {ControlKind::CentredKnob, kDelayTime, {452, 27, 514, 103}, "TIME"},
-    {ControlKind::NoteReadout, kNoteReadoutId, {230, 108, 424, 134}},
+    {ControlKind::NoteReadout, kNoteReadoutId, {236, 108, 424, 134}},
     {ControlKind::StepDown, kNoteDownId, {428, 108, 466, 134}},
     {ControlKind::StepUp, kNoteUpId, {470, 108, 508, 134}},
-    {ControlKind::Kick, kDelayClockMode, {230, 146, 320, 188}, "NOTE SYNC"},
-    {ControlKind::Kick, kDelayX2, {324, 146, 414, 188}, "DELAY X2"},
-    {ControlKind::Kick, kDelayInvert, {418, 146, 508, 188}, "INVERT"},
+    {ControlKind::Kick, kDelayClockMode, {236, 146, 324, 188}, "NOTE SYNC"},
+    {ControlKind::Kick, kDelayX2, {328, 146, 416, 188}, "DELAY X2"},
+    {ControlKind::Kick, kDelayInvert, {420, 146, 508, 188}, "INVERT"},
 
     {ControlKind::Knob, kFeedback, {528, 27, 596, 103}, "FEEDBACK"},
     {ControlKind::Knob, kHighCutCutoff, {598, 27, 666, 103}, "CUTOFF"},
