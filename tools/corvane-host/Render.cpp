@@ -1,16 +1,52 @@
 #include "tools/corvane-host/Commands.h"
+#include "tools/corvane-host/Plot.h"
+#include "tools/corvane-host/Readings.h"
 #include "tools/corvane-host/RenderRun.h"
 #include "tools/corvane-host/Report.h"
+#include "tools/hosting/Text.h"
 
+#include <filesystem>
 #include <iostream>
 
 namespace Quorvant::Hosting {
 
+namespace {
+
+constexpr double kPlotInterval = 0.01;  // seconds between two readings
+
+// "Corvane QVX77x, wow tape, Delay Time = 500.0 ms"
+std::string plotTitle(const PluginChoice& choice, const RenderOutcome& outcome) {
+    const HostedPlugin& plugin = *outcome.plugin;
+    std::string title = plugin.description().name;
+    if (!choice.preset.empty())
+        appendItem(title, std::filesystem::path(choice.preset).filename().string());
+    for (const ParameterPoint& point : outcome.settings) {
+        const Parameter& parameter = *plugin.findParameter(point.id);
+        appendItem(title, parameter.title + " = " + shownValue(plugin, parameter, point.value));
+    }
+    return title;
+}
+
+}  // namespace
+
 Result<> render(const PluginChoice& choice, const RenderOptions& options, bool plain) {
     auto format = chooseFormat(options.format, options.output);
     if (!format) return Error{format.error()};
-    auto done = runRender(choice, options, *format, {});
+    Readings readings(kPlotInterval);
+    RenderWatch watch;
+    if (!options.plot.empty()) {
+        if (auto can = checkPlot(options.plot); !can) return can;
+        watch = {kPlotInterval,
+                 [&](const HostedPlugin& plugin, double at) { readings.take(plugin, at); }};
+    }
+    auto done = runRender(choice, options, *format, watch);
     if (!done) return Error{done.error()};
+    if (!options.plot.empty())
+        if (auto drawn = drawPlot(
+                options.plot, {plotTitle(choice, *done), options.input, options.output, &readings});
+            !drawn)
+            return Error{inQuotes(options.output) +
+                         " is written, but not its plot: " + drawn.error()};
     const HostedPlugin& plugin = *done->plugin;
 
     const Meter& in = *done->input;

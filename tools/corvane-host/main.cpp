@@ -135,6 +135,10 @@ CLI::App* addRender(CLI::App& app, PluginChoice& choice, RenderOptions& options)
         ->add_option("--format", options.format,
                      "One of " + names + " (default: by the extension of OUT)")
         ->type_name("FORMAT");
+    command
+        ->add_option("--plot", options.plot,
+                     "Also draw input, output, its spectrum and the gain reduction as a PNG")
+        ->type_name("FILE.png");
     return command;
 }
 
