@@ -48,7 +48,7 @@ suite() {
     if [[ $preset == tsan && $(cat /proc/sys/vm/mmap_rnd_bits 2>/dev/null) -gt 28 ]]; then
         run=(setarch -R "${run[@]}")
     fi
-    LOG_LINES=200 step "Testing $preset" "${run[@]}"
+    step "Testing $preset" "${run[@]}"
     local status=$?
     tests=0 bad=0 skips=0
     if [[ -s $report ]]; then

@@ -4,7 +4,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 logs=$root/build/logs
 
 # step TITLE COMMAND…: runs the command with its output in a log; one line tells how it went, and
-# the log's end why it failed.
+# the log's end, without what went well, why it failed.
 step() {
     local title=$1 log start=$SECONDS
     shift
@@ -15,7 +15,7 @@ step() {
         echo "done ($((SECONDS - start)) s)" >&2
     else
         echo "FAILED (whole log: $log)" >&2
-        tail -n "${LOG_LINES:-40}" "$log" >&2
+        grep -vE '^ +Start +[0-9]+: | \.+ +Passed ' "$log" | tail -n 60 >&2
         return 1
     fi
 }
