@@ -132,7 +132,8 @@ TEST(EngineLoop, SyncedEngagesOnTheSongsGrid) {
             rig.host.giveTempo(120.0);
             rig.host.play(startBeats);
             rig.engine.reset();
-            rig.render(silence(100));
+            // From beat 0 on, boundaries fall between two blocks.
+            rig.render(silence(static_cast<size_t>(blockSize)));
             rig.set(kInfRepeat, 1.0);
             const double beatsNow = rig.host.now.positionBeats;
             const double expected = (std::ceil(beatsNow) - beatsNow) * 24000.0;

@@ -254,6 +254,14 @@ TEST(EngineSync, TheLfosPhaseIsTheSongs) {
             // One frame later the phase is a frame's turn on.
             const double turn = 2.0 * std::numbers::pi * (beats + offset + 120.0 / 60.0 / 48000.0);
             EXPECT_NEAR(rig.read(kOutLfoLamp), std::sin(turn) * 0.5 + 0.5, 1e-9) << beats;
+
+            // After a reset a standing song's position counts again.
+            rig.host.now.playing = false;
+            rig.host.now.positionBeats = beats;
+            rig.render(silence(1));
+            rig.engine.reset();
+            rig.render(silence(1));
+            EXPECT_NEAR(rig.read(kOutLfoLamp), std::sin(turn) * 0.5 + 0.5, 1e-9) << beats;
         }
     }
 }

@@ -125,6 +125,27 @@ TEST(EngineRobustness, ModulationAtItsDeepestDoesNotOvershoot) {
     }
 }
 
+TEST(EngineRobustness, AClockThatJumpsDoesNotOvershoot) {
+    // Flicking Env Invert throws the clock from its slowest to its fastest within a sample; the
+    // output spline, were it to extrapolate, would reach thousands.
+    EngineRig rig;
+    rig.set(kInput, 1.0);
+    rig.set(kSensitivity, 0.0);
+    rig.set(kReferenceLevel, 0.0);
+    rig.set(kWaveform, 0.5);
+    rig.set(kDepth, 1.0);
+    rig.set(kDelayX2, 1.0);
+    rig.engine.reset();
+    rig.render(noise(9600, 99, 1.0));
+    Stereo out = silence(0);
+    for (uint64_t n = 0; n < 400; ++n) {
+        rig.set(kEnvInvert, static_cast<double>(n % 2));
+        out = join(out, rig.render(noise(300 + n % 7, n + 1, 1.0)));
+    }
+    EXPECT_GT(peak(out.left), 2.0);
+    EXPECT_LT(peak(out.left), 8.0);
+}
+
 TEST(EngineRobustness, ParametersAreClampedAndNonsenseIsIgnored) {
     EngineRig rig;
     rig.set(kMix, 0.0);
@@ -310,6 +331,7 @@ TEST(EngineSuspended, FadesInAndOutWithinAFewMilliseconds) {
 TEST(EngineReset, LeavesNothingOfThePast) {
     for (const ProcessingMode mode : kModes) {
         EngineRig used, fresh;
+        used.set(mode);
         used.render(noise(30000, 1));
         used.set(kInfRepeat, 1.0);
         used.set(kDepth, 1.0);
