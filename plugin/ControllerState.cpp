@@ -10,7 +10,7 @@ namespace {
 
 using boost::endian::order;
 
-// Mark, version, number of bytes that follow; then the view settings, the program, and the setups
+// Mark, version, number of bytes that follow; then the view settings, zoom, program, and the setups
 // up to the end. All little-endian.
 constexpr std::array<uint8_t, 4> kMark = {'Q', 'C', 'T', 'L'};
 constexpr uint32_t kVersion = 1;
@@ -18,7 +18,7 @@ constexpr std::size_t kWordSize = 4;
 constexpr std::size_t kHeaderSize = kMark.size() + 2 * kWordSize;
 constexpr std::size_t kDoubleSize = 8;
 constexpr std::size_t kFixedSize =
-    std::tuple_size_v<decltype(ControllerState::viewSettings)> * kDoubleSize + kWordSize;
+    std::tuple_size_v<decltype(ControllerState::viewSettings)> * kDoubleSize + 2 * kWordSize;
 
 uint8_t* storeWord(uint8_t* to, std::size_t word) {
     boost::endian::endian_store<uint32_t, kWordSize, order::little>(to,
@@ -44,6 +44,7 @@ std::vector<uint8_t> encodeControllerState(const ControllerState& state) {
         boost::endian::endian_store<double, kDoubleSize, order::little>(to, value);
         to += kDoubleSize;
     }
+    to = storeWord(to, state.zoom);
     to = storeWord(to, state.program);
     std::transform(state.setups.begin(), state.setups.end(), to,
                    [](std::byte b) { return std::to_integer<uint8_t>(b); });
@@ -62,6 +63,8 @@ std::optional<ControllerState> decodeControllerState(std::span<const uint8_t> co
         if (!(value >= 0.0 && value <= 1.0)) return std::nullopt;
         from += kDoubleSize;
     }
+    state.zoom = takeWord(from);
+    if (state.zoom != 0 && (state.zoom < 50 || state.zoom > 300)) return std::nullopt;
     state.program = takeWord(from);
     const auto setups = std::as_bytes(content.subspan(kHeaderSize + kFixedSize));
     state.setups.assign(setups.begin(), setups.end());

@@ -1,5 +1,5 @@
 // What the controller keeps in the host's project beside the processor's state, as one versioned
-// block: the editor's view settings, the host's program, and the preset manager's setups.
+// block: the editor's view settings and zoom, the host's program, and the preset manager's setups.
 #pragma once
 
 #include "params/ParameterIndex.h"
@@ -16,7 +16,8 @@ namespace Quorvant {
 struct ControllerState {
     static constexpr uint32_t kFirstViewSetting = kNoteViewStyle;
     std::array<double, kParameterCount - kFirstViewSetting> viewSettings{};  // normalised
-    uint32_t program = 0;           // number in the host's program list
+    uint32_t zoom = 0;     // of the editor in percent, 50 ... 300, or 0 for none of its own
+    uint32_t program = 0;  // number in the host's program list
     std::vector<std::byte> setups;  // the preset manager's own block
 };
 

@@ -11,6 +11,7 @@
 #include "public.sdk/source/vst/utility/stringconvert.h"
 
 #include <cmath>
+#include <cstring>
 #include <string>
 
 namespace Quorvant {
@@ -34,6 +35,25 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::terminate() {
     initialised = false;
     manager.reset();
     return EditControllerEx1::terminate();
+}
+
+IPlugView* PLUGIN_API QVXVST3ControllerWrapper::createView(FIDString name) {
+    if (!makeView || !initialised || !name || std::strcmp(name, Vst::ViewType::kEditor) != 0)
+        return nullptr;
+    return makeView(*this);
+}
+
+void QVXVST3ControllerWrapper::addListener(ControllerListener& listener) {
+    listeners.push_back(&listener);
+}
+
+void QVXVST3ControllerWrapper::removeListener(ControllerListener& listener) {
+    std::erase(listeners, &listener);
+}
+
+void QVXVST3ControllerWrapper::tellListeners(Vst::ParamID id) {
+    if (id >= kParameterCount) return;
+    for (ControllerListener* listener : listeners) listener->parameterChanged(id);
 }
 
 void QVXVST3ControllerWrapper::addUnits() {
@@ -65,6 +85,7 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setParamNormalized(Vst::ParamID id,
     }
     const tresult result = EditControllerEx1::setParamNormalized(id, value);
     if (result == kResultOk && manager) manager->parameterEdited(id, value);
+    tellListeners(id);
     return result;
 }
 
@@ -77,6 +98,7 @@ tresult QVXVST3ControllerWrapper::performEdit(Vst::ParamID id, Vst::ParamValue v
 void QVXVST3ControllerWrapper::adopt(Vst::ParamID id, Vst::ParamValue value) {
     if (EditControllerEx1::setParamNormalized(id, value) == kResultOk && manager)
         manager->parameterEdited(id, value);
+    tellListeners(id);
 }
 
 int QVXVST3ControllerWrapper::program() {
@@ -102,6 +124,7 @@ void QVXVST3ControllerWrapper::applyParameters(std::span<const ParameterEdit> ed
 
 // The host's program menu follows what was chosen elsewhere.
 void QVXVST3ControllerWrapper::presetsChanged() {
+    for (ControllerListener* listener : listeners) listener->presetsChanged();
     if (!manager) return;
     const auto chosen = programAt(manager->location());
     if (!chosen || *chosen == program()) return;
@@ -136,6 +159,7 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setState(IBStream* stream) {
     for (uint32_t i = 0; i < state->viewSettings.size(); ++i) {
         adopt(ControllerState::kFirstViewSetting + i, state->viewSettings[i]);
     }
+    zoomPercent = static_cast<int>(state->zoom);
     // Before the setups, which may tell of a change.
     EditControllerEx1::setParamNormalized(kProgram,
                                           normalisedFromProgram(static_cast<int>(state->program)));
@@ -149,6 +173,7 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::getState(IBStream* stream) {
     for (uint32_t i = 0; i < state.viewSettings.size(); ++i) {
         state.viewSettings[i] = getParamNormalized(ControllerState::kFirstViewSetting + i);
     }
+    state.zoom = static_cast<uint32_t>(zoomPercent);
     state.program = static_cast<uint32_t>(program());
     if (manager) state.setups = manager->saveState();
     return writeFully(*stream, encodeControllerState(state)) ? kResultOk : kResultFalse;

@@ -8,12 +8,28 @@
 
 #include <array>
 #include <memory>
+#include <vector>
 
 namespace Quorvant {
+
+class QVXVST3ControllerWrapper;
+
+// Whoever shows what the controller holds. Main thread.
+class ControllerListener {
+  public:
+    virtual ~ControllerListener() = default;
+    virtual void parameterChanged(uint32_t index) = 0;  // 0 ... 41
+    virtual void presetsChanged() = 0;
+};
 
 // Main thread.
 class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, public PresetHost {
   public:
+    // Makes the editor's view; none by default, so that the shell can do without a window system.
+    using MakeView = Steinberg::IPlugView* (*)(QVXVST3ControllerWrapper&);
+    explicit QVXVST3ControllerWrapper(MakeView editorMaker = nullptr) : makeView(editorMaker) {}
+
+    Steinberg::IPlugView* PLUGIN_API createView(Steinberg::FIDString name) override;
     Steinberg::tresult PLUGIN_API initialize(Steinberg::FUnknown* context) override;
     Steinberg::tresult PLUGIN_API terminate() override;
     Steinberg::tresult PLUGIN_API setComponentState(Steinberg::IBStream* stream) override;
@@ -33,6 +49,13 @@ class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, publi
     // Null before initialize and after terminate.
     PresetManager* presets() { return manager.get(); }
 
+    // The editor's zoom in percent, kept in the project; 0 as long as the user's default holds.
+    int zoom() const { return zoomPercent; }
+    void setZoom(int percent) { zoomPercent = percent; }
+
+    void addListener(ControllerListener& listener);
+    void removeListener(ControllerListener& listener);
+
     // PresetHost: presets on their way to the host, as one group of edits.
     void applyParameters(std::span<const ParameterEdit> edits) override;
     void presetsChanged() override;
@@ -44,7 +67,12 @@ class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, publi
     int program();
     void chooseProgram(int program);
 
+    void tellListeners(Steinberg::Vst::ParamID id);
+
+    const MakeView makeView;
     bool initialised = false;
+    int zoomPercent = 0;
+    std::vector<ControllerListener*> listeners;
     std::unique_ptr<PresetManager> manager;
 };
 

@@ -2,6 +2,7 @@
 #include "dsp/Engine.h"
 #include "plugin/ClassIds.h"
 #include "plugin/ControllerWrapper.h"
+#include "plugin/EditorView.h"
 #include "plugin/EffectWrapper.h"
 #include "plugin/Version.h"
 
@@ -40,7 +41,7 @@ FUnknown* createEffect(void*) {
 
 FUnknown* createController(void*) {
     return madeOrNull([]() -> FUnknown* {
-        return static_cast<Vst::IEditController*>(new QVXVST3ControllerWrapper);
+        return static_cast<Vst::IEditController*>(new QVXVST3ControllerWrapper(createEditorView));
     });
 }
 
