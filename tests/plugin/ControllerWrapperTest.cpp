@@ -74,9 +74,9 @@ TEST_F(ControllerTest, offersTheTableTheBypassAndTheReadings) {
         const bool hidden = found.flags & HostInfo::kIsHidden;
         EXPECT_FALSE(automatable && readOnly) << found.id;
         EXPECT_FALSE(hidden && !readOnly) << found.id;
-        EXPECT_EQ(hidden, found.id >= kEmptySlot && found.id != kSuspend &&
-                              (found.id < kNoteViewStyle || found.id > kDefaultExtensionsPanel))
-            << found.id;
+        const bool shown = found.id < kEmptySlot || found.id == kSuspend || found.id == kProgram ||
+                           (found.id >= kNoteViewStyle && found.id <= kDefaultExtensionsPanel);
+        EXPECT_EQ(hidden, !shown) << found.id;
         if (found.flags & HostInfo::kIsBypass) {
             ++bypasses;
             EXPECT_EQ(found.id, kSuspend);
@@ -87,8 +87,8 @@ TEST_F(ControllerTest, offersTheTableTheBypassAndTheReadings) {
     }
     EXPECT_EQ(bypasses, 1);
     for (Vst::ParamID id = 0; id <= 53; ++id) EXPECT_TRUE(ids.count(id)) << id;
-    for (Vst::ParamID id : {68, 69, 70, 115, 159}) EXPECT_TRUE(ids.count(id)) << id;
-    EXPECT_EQ(ids.size(), 42u + 12u + 3u + 2u);
+    for (Vst::ParamID id : {68, 69, 70, 115, 159, 160}) EXPECT_TRUE(ids.count(id)) << id;
+    EXPECT_EQ(ids.size(), 42u + 12u + 3u + 3u);
 }
 
 TEST_F(ControllerTest, namesStepsAndGroupsComeFromTheTable) {
@@ -212,7 +212,7 @@ TEST_F(ControllerTest, ignoresViewSettingsThatDontParseWhole) {
     bad.push_back(good);
     bad.back().push_back(0);
     bad.push_back(good);
-    bad.back().back() = 0x7F;  // the last value far beyond 1
+    bad.back()[35] = 0x7F;  // the last view setting far beyond 1
     for (const auto& bytes : bad) {
         EXPECT_NE(setState(bytes), kResultOk);
         EXPECT_EQ(controller->getParamNormalized(kNoteViewStyle), 0.0);
