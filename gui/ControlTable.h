@@ -75,7 +75,7 @@ inline constexpr ControlSpec kFrontControls[] = {
     {ControlKind::TimeReadout, kTimeReadoutId, {236, 28, 424, 98}},
     {ControlKind::StepUp, kTimeUpId, {428, 28, 450, 62}},
     {ControlKind::StepDown, kTimeDownId, {428, 64, 450, 98}},
-    {ControlKind::CentredKnob, kDelayTime, {452, 27, 514, 103}, "TIME"},
+    {ControlKind::Knob, kDelayTime, {452, 27, 514, 103}, "TIME"},
     {ControlKind::NoteReadout, kNoteReadoutId, {236, 108, 424, 134}},
     {ControlKind::StepDown, kNoteDownId, {428, 108, 466, 134}},
     {ControlKind::StepUp, kNoteUpId, {470, 108, 508, 134}},

@@ -172,7 +172,9 @@ double textWidth(std::string_view text, Theme::Face face) {
 
 void drawText(CDrawContext& context, std::string_view text, const CRect& rect, Theme::Face face,
               CColor colour, Align align) {
-    if (text.empty()) return;
+    // Laying out text costs more than all else; most redrawing is of a lamp beside it.
+    CRect clip;
+    if (text.empty() || !context.getClipRect(clip).rectOverlap(rect)) return;
     const std::string string(text);
     const auto font = Theme::font(face);
     context.setFontColor(colour);
@@ -199,44 +201,47 @@ void drawFigures(CDrawContext& context, std::string_view text, const CRect& rect
     constexpr double kSlant = 0.09;  // to the right, of the height
     const double gap = thick * 0.14;
 
-    const auto drawCell = [&](double left, uint8_t bits, bool point, CColor colour) {
+    // All segments of a colour make one path.
+    const auto addPolygon = [](CGraphicsPath& path, std::initializer_list<CPoint> points) {
+        path.beginSubpath(*points.begin());
+        for (const CPoint* point = points.begin() + 1; point != points.end(); ++point) {
+            path.addLine(*point);
+        }
+        path.closeSubpath();
+    };
+    const auto addCell = [&](CGraphicsPath& path, double left, uint8_t bits, bool point) {
         const double middle = rect.top + height / 2.0;
+        const double h = thick / 2.0;
         const auto at = [&](double x, double y) {
             return CPoint(left + x + (rect.bottom - y) * kSlant, y);
         };
         const auto horizontal = [&](double y) {
-            const double h = thick / 2.0;
-            polygon(
-                context,
-                {at(h + gap, y), at(thick + gap, y - h), at(width - thick - gap, y - h),
-                 at(width - h - gap, y), at(width - thick - gap, y + h), at(thick + gap, y + h)},
-                colour);
+            addPolygon(path, {at(h + gap, y), at(thick + gap, y - h),
+                              at(width - thick - gap, y - h), at(width - h - gap, y),
+                              at(width - thick - gap, y + h), at(thick + gap, y + h)});
         };
         const auto vertical = [&](double x, double top, double bottom) {
-            const double h = thick / 2.0;
-            polygon(context,
-                    {at(x, top + gap), at(x + h, top + h + gap), at(x + h, bottom - h - gap),
-                     at(x, bottom - gap), at(x - h, bottom - h - gap), at(x - h, top + h + gap)},
-                    colour);
+            addPolygon(
+                path, {at(x, top + gap), at(x + h, top + h + gap), at(x + h, bottom - h - gap),
+                       at(x, bottom - gap), at(x - h, bottom - h - gap), at(x - h, top + h + gap)});
         };
-        const double top = rect.top + thick / 2.0;
-        const double bottom = rect.bottom - thick / 2.0;
-        const double leftX = thick / 2.0;
-        const double rightX = width - thick / 2.0;
+        const double top = rect.top + h;
+        const double bottom = rect.bottom - h;
         if (bits & 0x01) horizontal(top);
         if (bits & 0x08) horizontal(bottom);
         if (bits & 0x40) horizontal(middle);
-        if (bits & 0x02) vertical(rightX, top, middle);
-        if (bits & 0x04) vertical(rightX, middle, bottom);
-        if (bits & 0x10) vertical(leftX, middle, bottom);
-        if (bits & 0x20) vertical(leftX, top, middle);
+        if (bits & 0x02) vertical(width - h, top, middle);
+        if (bits & 0x04) vertical(width - h, middle, bottom);
+        if (bits & 0x10) vertical(h, middle, bottom);
+        if (bits & 0x20) vertical(h, top, middle);
         if (point) {
-            fillPath(context,
-                     *circlePath(context, at(width + thick * 0.75, rect.bottom - thick / 2.0),
-                                 thick * 0.62),
-                     colour);
+            const double x = width + thick * 0.25;
+            addPolygon(path, {at(x, rect.bottom - thick), at(x + thick, rect.bottom - thick),
+                              at(x + thick, rect.bottom), at(x, rect.bottom)});
         }
     };
+    const Path ghosts = newPath(context);
+    const Path figures = newPath(context);
 
     int place = places;
     std::size_t end = text.size();
@@ -253,12 +258,14 @@ void drawFigures(CDrawContext& context, std::string_view text, const CRect& rect
         }
         const double left =
             rect.left + place * pitch + (pitch - width) / 2.0 - height * kSlant / 2.0;
-        drawCell(left, 0x7f, false, ghost);
+        addCell(*ghosts, left, 0x7f, false);
         uint8_t bits = 0;
         if (c >= '0' && c <= '9') bits = kDigits[static_cast<std::size_t>(c - '0')];
         if (c == '-') bits = 0x40;
-        if (bits != 0 || point) drawCell(left, bits, point, lit);
+        addCell(*figures, left, bits, point);
     }
+    fillPath(context, *ghosts, ghost);
+    fillPath(context, *figures, lit);
 }
 
 CColor mix(CColor a, CColor b, double share) {

@@ -149,7 +149,6 @@ void Editor::close() {
     bar = nullptr;
     front = extensions = nullptr;
     browser = nullptr;
-    typing = nullptr;
     window = nullptr;
 }
 
@@ -197,7 +196,6 @@ void Editor::rebuild() {
     hintView = nullptr;
     sideChain.reset();
     browser = nullptr;
-    typing = nullptr;
     window->removeView(root);
     build();
     fitFrame(scale());
@@ -267,18 +265,25 @@ void Editor::parameterChanged(uint32_t index) {
 void Editor::presetsChanged() {
     if (!window) return;
     bar->refresh();
-    if (browser) browser->refresh();
+    browserStale = true;
 }
 
 void Editor::idle() {
     if (!window) return;
     const uint32_t now = tickCountMs();
+    // Every edit of a parameter changes presets too; the lists follow at this pace.
+    if (browser && browserStale) browser->refresh();
+    browserStale = false;
     if (front) front->idle();
     if (extensions) extensions->idle();
     sideChain->idle();
     root->forEachChild([](VSTGUI::CView* view) {
         if (auto* status = dynamic_cast<StatusLine*>(view)) status->idle();
     });
+    if (keyboardTaken && !wantsKeyboard()) {
+        keyboardTaken = false;
+        keyboard.giveBack(*window);
+    }
     if (!message.empty() && static_cast<int32_t>(now - messageEnd) >= 0) {
         message.clear();
         bar->setMessage(message);
@@ -316,7 +321,6 @@ void Editor::typeValue(uint32_t index, const CRect& over) {
         auto* overlay = new Overlay(root->getViewSize(), nullptr);
         auto* field = new TextField(rect, initial);
         field->onDone = [this, overlay, index](bool accepted, const std::string& typed) {
-            typing = nullptr;
             removeOverlay(overlay);
             if (!accepted) return;
             if (const auto value = valueFromTyped(index, typed)) {
@@ -327,7 +331,6 @@ void Editor::typeValue(uint32_t index, const CRect& over) {
         };
         overlay->setCloseAction([field] { field->finish(true); });
         overlay->addView(field);
-        typing = overlay;
         place(overlay);
         field->takeFocus();
     });
@@ -471,8 +474,8 @@ void Editor::showExtensions(bool open) {
 
 void Editor::later(std::function<void()> action) {
     if (!window) return;
-    const auto ifOpen = [this, action = std::move(action)] {
-        if (window) action();
+    const auto ifOpen = [this, alive = std::weak_ptr(life), action = std::move(action)] {
+        if (!alive.expired() && window) action();
     };
     if (!window->inEventProcessing() || !window->doAfterEventProcessing(ifOpen)) ifOpen();
 }
@@ -515,6 +518,8 @@ void Editor::onMouseEvent(VSTGUI::MouseEvent& event, VSTGUI::CFrame*) {
     if (event.type == VSTGUI::EventType::MouseDown) {
         hideHint();
         hintView = nullptr;
+        keyboard.note(*window);
+        keyboardTaken = true;
     } else if (event.type == VSTGUI::EventType::MouseMove && !hint) {
         hintDue = tickCountMs() + kHintDelay;  // once the pointer rests
     }

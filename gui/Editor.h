@@ -4,6 +4,7 @@
 #include "gui/Desk.h"
 #include "gui/EditorContext.h"
 #include "gui/EditorModel.h"
+#include "gui/KeyboardLoan.h"
 #include "gui/Overlays.h"
 #include "gui/Panels.h"
 #include "gui/PresetActions.h"
@@ -111,6 +112,9 @@ class Editor final : private EditorContext,
     double contentScale = 1.0;
     int zoom = 100;
     bool aboutShown = false;
+    bool browserStale = false;
+    // Gone with the editor, so that what waits for the end of an event can tell.
+    std::shared_ptr<int> life = std::make_shared<int>(0);
 
     // All are children of `root` and live as long as it does.
     VSTGUI::CViewContainer* root = nullptr;
@@ -118,7 +122,6 @@ class Editor final : private EditorContext,
     Panel* front = nullptr;
     Panel* extensions = nullptr;
     PresetBrowser* browser = nullptr;
-    VSTGUI::CViewContainer* typing = nullptr;  // a value's text field
     std::unique_ptr<QVXSideChainBar> sideChain;
 
     std::string message;
@@ -126,6 +129,8 @@ class Editor final : private EditorContext,
     VSTGUI::SharedPointer<VSTGUI::CView> hintView;
     HintBubble* hint = nullptr;
     uint32_t hintDue = 0;  // tick count
+    KeyboardLoan keyboard;
+    bool keyboardTaken = false;
 };
 
 }  // namespace Quorvant

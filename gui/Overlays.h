@@ -53,7 +53,7 @@ class QuestionBox final : public Overlay {
         std::string title;
         std::function<void(std::string text)> action;  // may be empty
     };
-    // The first answer is also that of the Return key.
+    // The first answer takes the field's text, and is also that of the Return key there.
     QuestionBox(const CRect& size, std::string question, std::vector<Answer> answers,
                 std::function<void()> close, const std::string* field = nullptr);
     TextField* textField() const { return field; }

@@ -118,8 +118,7 @@ void Panel::add(const ControlSpec& spec) {
             takeControl(new Knob(rect, owner, spec.id, spec.label));
             break;
         case ControlKind::CentredKnob:
-            takeControl(
-                new Knob(rect, owner, spec.id, spec.label, spec.id == kDelayTime ? 0.0 : 0.5));
+            takeControl(new Knob(rect, owner, spec.id, spec.label, 0.5));
             break;
         case ControlKind::WaveKnob:
             takeControl(new WaveKnob(rect, owner, spec.id, spec.label));
@@ -277,9 +276,12 @@ void Panel::idle() {
 }
 
 void Panel::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
+    CRect clip;
+    context->getClipRect(clip);
     drawFace(*context, CRect(0.0, 0.0, getWidth(), getHeight()));
     for (const GroupSpec& group : groups) {
         const CRect rect = toRect(group.place);
+        if (!clip.rectOverlap(rect)) continue;
         fillRound(*context, rect, 5.0, Theme::kGroup);
         strokeRound(*context, rect, 5.0, Theme::kGroupEdge);
         drawText(*context, group.title,

@@ -53,8 +53,8 @@ class HistoryButton final : public ActionButton {
         ActionButton::draw(context);
         const CPoint c(getViewSize().getCenter().x, getViewSize().getCenter().y + 1.0);
         const CColor ink = isEnabled() ? Theme::kText : Theme::kTextFaint;
-        const double tip = -60.0 * direction * -1.0;
-        strokePath(*context, *arcPath(*context, c, 5.0, tip * -1.0, 150.0 * direction), ink, 1.6);
+        const double tip = 60.0 * direction;
+        strokePath(*context, *arcPath(*context, c, 5.0, -tip, 150.0 * direction), ink, 1.6);
         const CPoint end = onCircle(c, 5.0, -tip);
         polygon(*context,
                 {CPoint(end.x - 4.0 * direction, end.y + 1.0),

@@ -32,7 +32,8 @@ class Photo final : public ActionButton {
             seed = seed * 31 + static_cast<unsigned char>(name[i]);
             if (i == 0 || name[i - 1] == ' ') initials += name[i];
         }
-        if (initials.size() > 2) initials = {initials.front(), initials.back()};
+        // All carry the house's name in front.
+        if (initials.size() > 1) initials.erase(0, 1);
         const CColor tints[] = {CColor(196, 120, 60, 255), CColor(72, 132, 140, 255),
                                 CColor(128, 108, 156, 255), CColor(124, 140, 84, 255),
                                 CColor(168, 92, 92, 255)};

@@ -105,11 +105,11 @@ void QVXSideChainMeter::draw(VSTGUI::CDrawContext* context) {
 }
 
 QVXSideChainBar::QVXSideChainBar(EditorContext& context, VSTGUI::CViewContainer& editorView,
-                                 double editorWidth, double top)
-    : parent(editorView), width(editorWidth) {
-    bar = new VSTGUI::CViewContainer(CRect(0.0, top, width, top + Theme::kStripHeight));
+                                 double width, double top)
+    : parent(editorView) {
+    auto* bar = new VSTGUI::CViewContainer(CRect(0.0, top, width, top + Theme::kStripHeight));
     bar->setBackgroundColor(Theme::kStrip);
-    const auto add = [this](auto* view, const char* hint) {
+    const auto add = [bar](auto* view, const char* hint) {
         if (hint) view->setTooltipText(hint);
         bar->addView(view);
         return view;
@@ -142,10 +142,13 @@ QVXSideChainBar::QVXSideChainBar(EditorContext& context, VSTGUI::CViewContainer&
     for (auto* button : {internal, external}) button->setTextColour(kDefaultTextColour);
     parent.addView(bar);
 
-    layer = VSTGUI::makeOwned<VSTGUI::CViewContainer>(CRect());
+    layer = VSTGUI::makeOwned<VSTGUI::CViewContainer>(CRect(0.0, 0.0, width, top));
     layer->setBackgroundColor(Theme::kMonitorLayer);
     layer->setMouseEnabled(false);  // a warning, not a lock
-    placeLayer(top);
+    const double textTop = (top - kLayerTextHeight) * 0.5;
+    layer->addView(new QVXTextLabel(
+        CRect(0.0, textTop, width, textTop + kLayerTextHeight), tag(kSideChainMonitor),
+        "THE SIDE CHAIN INPUT IS BEING MONITORED", Theme::kMonitorText, Align::Centre));
 
     for (const uint32_t index : {kSideChainIntExt, kSideChainMonitor}) {
         parameterChanged(index, context.model().value(index));
@@ -154,23 +157,6 @@ QVXSideChainBar::QVXSideChainBar(EditorContext& context, VSTGUI::CViewContainer&
 
 QVXSideChainBar::~QVXSideChainBar() {
     setMonitoring(false);
-}
-
-void QVXSideChainBar::placeLayer(double top) {
-    layer->removeAll();
-    layer->setViewSize(CRect(0.0, 0.0, width, top));
-    layer->setMouseableArea(layer->getViewSize());
-    const double textTop = (top - kLayerTextHeight) * 0.5;
-    layer->addView(new QVXTextLabel(CRect(0.0, textTop, width, textTop + kLayerTextHeight),
-                                    static_cast<int32_t>(kSideChainMonitor),
-                                    "THE SIDE CHAIN INPUT IS BEING MONITORED", Theme::kMonitorText,
-                                    Align::Centre));
-}
-
-void QVXSideChainBar::setTop(double top) {
-    bar->setViewSize(CRect(0.0, top, width, top + Theme::kStripHeight));
-    bar->setMouseableArea(bar->getViewSize());
-    placeLayer(top);
 }
 
 void QVXSideChainBar::parameterChanged(uint32_t index, double value) {

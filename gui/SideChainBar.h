@@ -76,23 +76,11 @@ class QVXSideChainBar {
     // Parameters 36 and 37; others are ignored.
     void parameterChanged(uint32_t index, double value);
     void idle();
-    // The strip moves when the panel above opens or closes.
-    void setTop(double top);
-
-    bool monitoringShown() const { return layerShown; }
-    const SideChainBarLabelButton& internalButton() const { return *internal; }
-    const SideChainBarLabelButton& externalButton() const { return *external; }
-    const QVXSideChainMeter& meter(int channel) const { return *meters[channel]; }
-    const VSTGUI::CViewContainer& strip() const { return *bar; }
-    const VSTGUI::CViewContainer& monitoringLayer() const { return *layer; }
 
   private:
     void setMonitoring(bool state);
-    void placeLayer(double top);
 
     VSTGUI::CViewContainer& parent;
-    double width;
-    VSTGUI::CViewContainer* bar;
     // Owned, since it is in the view tree only while it is shown.
     VSTGUI::SharedPointer<VSTGUI::CViewContainer> layer;
     SideChainBarLabelButton* internal;

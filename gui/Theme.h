@@ -40,7 +40,6 @@ inline constexpr CColor kGlobalAccent{92, 205, 214, 255};  // values of the glob
 inline constexpr CColor kGhost{255, 174, 66, 20};          // unlit segments
 inline constexpr CColor kGreen{104, 220, 120, 255};
 inline constexpr CColor kRed{255, 84, 68, 255};
-inline constexpr CColor kLampOff{48, 34, 30, 255};
 inline constexpr CColor kHover{255, 255, 255, 18};
 inline constexpr CColor kSelected{255, 174, 66, 44};
 

@@ -24,12 +24,17 @@ void Meter::idle() {
     const int now = static_cast<int>(std::clamp(source(), 0.0, 1.0) * steps + 0.5);
     if (now == step) return;
     step = now;
-    invalid();
+    invalidRect(livelyRect());
 }
 
 Lamp::Lamp(const CRect& size, int32_t tagId, CColor lit, std::string text,
            std::function<double()> from)
     : Meter(size, tagId, 12, std::move(from)), colour(lit), label(std::move(text)) {}
+
+CRect Lamp::livelyRect() const {
+    const CRect& size = getViewSize();
+    return CRect(size.left, size.top, size.left + 14.0, size.bottom);
+}
 
 void Lamp::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
@@ -47,6 +52,11 @@ HeadroomBar::HeadroomBar(const CRect& size, int32_t tagId, const EditorModel& mo
                                          [dB](double mark) { return dB >= mark; });
           return static_cast<double>(lit) / static_cast<double>(kHeadroomSteps.size());
       }) {}
+
+CRect HeadroomBar::livelyRect() const {
+    const CRect& size = getViewSize();
+    return CRect(size.left - 2.0, size.top, size.left + 15.0, size.bottom);
+}
 
 void HeadroomBar::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
@@ -66,8 +76,8 @@ void HeadroomBar::draw(VSTGUI::CDrawContext* context) {
         }
         fillRound(*context, led, 1.5, on ? colour : mix(colour, CColor(20, 20, 22, 255), 0.84));
         drawText(*context, kHeadroomTexts[i],
-                 CRect(size.left + 15.0, bottom - pitch, size.right, bottom), Theme::Face::Small,
-                 on ? Theme::kText : Theme::kTextFaint, Align::Left);
+                 CRect(size.left + 16.0, bottom - pitch, size.right, bottom), Theme::Face::Small,
+                 Theme::kTextDim, Align::Left);
     }
     setDirty(false);
 }

@@ -18,6 +18,8 @@ class Meter : public Control {
 
   protected:
     double level() const { return static_cast<double>(step) / steps; }  // 0 ... 1
+    // What a change of the level changes.
+    virtual CRect livelyRect() const { return getViewSize(); }
 
   private:
     std::function<double()> source;
@@ -32,6 +34,8 @@ class Lamp final : public Meter {
     void draw(VSTGUI::CDrawContext* context) override;
 
   private:
+    CRect livelyRect() const override;
+
     CColor colour;
     std::string label;
 };
@@ -41,6 +45,9 @@ class HeadroomBar final : public Meter {
   public:
     HeadroomBar(const CRect& size, int32_t tag, const EditorModel& model);
     void draw(VSTGUI::CDrawContext* context) override;
+
+  private:
+    CRect livelyRect() const override;
 };
 
 class ReductionBar final : public Meter {

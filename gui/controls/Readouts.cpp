@@ -43,11 +43,22 @@ std::string TimeReadout::figures() const {
                       : delayFigures(heardDelay(editor().model()));
 }
 
+CRect TimeReadout::figuresRect() const {
+    const CRect& size = getViewSize();
+    return CRect(size.left + 10.0, size.top + 20.0, size.right - 30.0, size.bottom - 8.0);
+}
+
+CRect TimeReadout::lampRect() const {
+    const CRect& size = getViewSize();
+    return CRect(size.right - 18.0, size.top + 3.0, size.right - 6.0, size.top + 16.0);
+}
+
 void TimeReadout::idle() {
+    if (figures() != drawn) invalidRect(figuresRect());
     const bool lit = editor().model().reading(kOutDelayActivity) > 0.3;
-    if (figures() != drawn || lit != active) {
+    if (lit != active) {
         active = lit;
-        invalid();
+        invalidRect(lampRect());
     }
 }
 
@@ -93,13 +104,11 @@ void TimeReadout::draw(VSTGUI::CDrawContext* context) {
     if (tempoShown) state = manual ? "MANUAL" : "HOST";
     CRect stateRect = top;
     stateRect.left += 40.0;
-    stateRect.right -= 12.0;
+    stateRect.right -= 14.0;
     drawText(*context, state, stateRect, Theme::Face::Small,
              hovered() ? Theme::kText : Theme::kTextDim, Align::Right);
-    lamp(*context, CPoint(size.right - 12.0, top.getCenter().y), 2.6, Theme::kAccent,
-         active ? 1.0 : 0.0);
-    const CRect digits(size.left + 10.0, size.top + 20.0, size.right - 30.0, size.bottom - 8.0);
-    drawFigures(*context, drawn, digits, 5, Theme::kAccent, Theme::kGhost);
+    lamp(*context, lampRect().getCenter(), 2.6, Theme::kAccent, active ? 1.0 : 0.0);
+    drawFigures(*context, drawn, figuresRect(), 5, Theme::kAccent, Theme::kGhost);
     drawText(*context, tempoShown ? "bpm" : "ms",
              CRect(size.right - 29.0, size.bottom - 22.0, size.right - 5.0, size.bottom - 6.0),
              Theme::Face::Value, Theme::kAccent);

@@ -20,6 +20,8 @@ class TimeReadout final : public ParameterControl {
     void wheel(double steps, bool fine) override;
     void showTempo(bool state);
     std::string figures() const;
+    CRect figuresRect() const;
+    CRect lampRect() const;
 
     bool tempoShown = false;
     std::string drawn;

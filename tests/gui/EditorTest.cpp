@@ -481,6 +481,8 @@ TEST_F(EditorTest, BrowserFindsChoosesAndKeepsPresets) {
     screen->rightClick(rowPoint);
     choose("Rename...");
     type("Renamed");
+    screen->editor->idle();
+    EXPECT_NE(browser->presetColumn().rows()[0].text.find("Renamed"), std::string::npos);
     EXPECT_TRUE(std::filesystem::exists(folder / "Renamed.qvx"));
     screen->rightClick(rowPoint);
     choose("Delete...");
