@@ -48,6 +48,14 @@ TEST(Product, DelaysByTheTimeItIsGivenAsText) {
     EXPECT_GT(std::abs(*loudest), 0.1);
 }
 
+TEST(Product, HasTheGivenSettingsFromTheFirstFrameWithoutAGlide) {
+    Workspace files;
+    files.writeAudio("noise.wav", noise(kRate), 1, kRate);
+    const auto out = rendered(files, "noise.wav", {"--param", "Output=-oo"});
+    const auto [low, high] = std::ranges::minmax(out);
+    EXPECT_LT(std::max(high, -low), 1e-5);
+}
+
 TEST(Product, FollowsAutomationAtItsFrameWhateverTheBlock) {
     Workspace files;
     files.writeAudio("noise.wav", noise(size_t{2} * kRate), 2, kRate);
