@@ -126,7 +126,8 @@ TEST_F(CommandLine, AnswersAWrongCommandLineWithStatusTwo) {
 }
 
 TEST_F(CommandLine, HelpsOnEachLevel) {
-    for (const char* command : {"render", "info", "params", "state", "scan", "bench", "phrase"}) {
+    for (const char* command :
+         {"render", "meters", "info", "params", "presets", "state", "scan", "bench", "phrase"}) {
         const Outcome outcome = files.run({command, "--help"});
         EXPECT_EQ(outcome.status, 0) << command;
         EXPECT_TRUE(contains(outcome.out, "Usage: corvane-host " + std::string(command)))

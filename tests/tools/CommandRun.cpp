@@ -19,9 +19,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string contentOf(const fs::path& path) {
+std::string bytesOf(const fs::path& path) {
     std::ifstream file(path, std::ios::binary);
-    std::string text{std::istreambuf_iterator<char>(file), {}};
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string contentOf(const fs::path& path) {
+    std::string text = bytesOf(path);
     std::erase(text, '\r');
     return text;
 }
@@ -69,6 +73,10 @@ void Workspace::writeText(const std::string& name, const std::string& text) cons
 
 std::string Workspace::readText(const std::string& name) const {
     return contentOf(folder / name);
+}
+
+std::string Workspace::readBytes(const std::string& name) const {
+    return bytesOf(folder / name);
 }
 
 void Workspace::writeAudio(const std::string& name, const std::vector<double>& frames, int channels,

@@ -30,6 +30,7 @@ class Workspace {
 
     void writeText(const std::string& name, const std::string& text) const;
     std::string readText(const std::string& name) const;
+    std::string readBytes(const std::string& name) const;
     // 32-bit float; every frame's channels are the values that `frames` lists, interleaved.
     void writeAudio(const std::string& name, const std::vector<double>& frames, int channels,
                     int rate) const;

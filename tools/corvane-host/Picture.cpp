@@ -121,6 +121,10 @@ class Painter {
     }
 
     void analyseRecent() {
+        if (picture.spectrogram.rows == 0) {
+            recent.clear();
+            return;
+        }
         size_t start = 0;  // frames into `recent`
         for (; recent.size() / channels >= start + analyser.frames() && middle < total;
              start += hop, middle += hop) {

@@ -30,7 +30,8 @@ struct Picture {
     Spectrogram spectrogram;
 };
 
-// Reads the whole file, piece by piece. Files without frames give an empty picture.
+// Reads the whole file, piece by piece. Without rows there is no spectrogram. Files without frames
+// give an empty picture.
 Result<Picture> lookAt(const std::string& path, size_t columns, size_t rows);
 
 }  // namespace Quorvant::Hosting

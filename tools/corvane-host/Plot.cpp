@@ -24,7 +24,7 @@ namespace Quorvant::Hosting {
 
 namespace {
 
-constexpr size_t kColumns = 1200, kRows = 220;
+constexpr size_t kColumns = 1000, kRows = 200;
 constexpr double kLeft = 0.07, kRight = 0.93;  // of all panels, in widths of the picture
 constexpr double kDeepestReduction = 60.0;     // dB
 
@@ -261,7 +261,7 @@ Result<> checkPlot(const std::string& path) {
 }
 
 Result<> drawPlot(const std::string& path, const PlotSubject& subject) {
-    auto input = lookAt(subject.input, kColumns, kRows);
+    auto input = lookAt(subject.input, kColumns, 0);
     if (!input) return Error{input.error()};
     auto output = lookAt(subject.output, kColumns, kRows);
     if (!output) return Error{output.error()};
