@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace Quorvant {
 namespace {
@@ -39,12 +38,10 @@ class StatusLine final : public Control {
     std::string text() const {
         const double rate = model.reading(kOutSampleRate) * 1000.0;  // kHz
         if (rate < 1.0) return "not processing yet";
-        char words[64];
+        const bool whole = std::fabs(rate - std::round(rate)) < 0.05;
         const bool connected = model.reading(kOutSideChainConnected) > 0.5;
-        std::snprintf(words, sizeof words, "%s    %.*f kHz",
-                      connected ? "side chain connected" : "no side chain",
-                      std::fabs(rate - std::round(rate)) < 0.05 ? 0 : 1, rate);
-        return words;
+        return std::string(connected ? "side chain connected" : "no side chain") + "    " +
+               fixedText(rate, whole ? 0 : 1) + " kHz";
     }
     const EditorModel& model;
     std::string drawn;
@@ -250,8 +247,12 @@ void Editor::parameterChanged(uint32_t index) {
         const bool open = switchState(owner.value(kShowHideExtensions));
         if (open != (extensions != nullptr)) {
             later([this] {
-                owner.requestSize(width(), height());
-                rebuild();
+                if (owner.requestSize(width(), height())) {
+                    rebuild();
+                    return;
+                }
+                tell("The host does not allow this size");
+                setParameter(kShowHideExtensions, extensions ? 1.0 : 0.0);
             });
         }
         return;
@@ -308,11 +309,7 @@ void Editor::typeValue(uint32_t index, const CRect& over) {
     char text[kTextCapacity];
     getParameterText(static_cast<int32_t>(index), owner.value(index), text);
     std::string initial = text;
-    if (index == kManualTempo) {
-        char bpm[16];
-        std::snprintf(bpm, sizeof bpm, "%.1f", bpmFromManualTempo(owner.value(index)));
-        initial = bpm;
-    }
+    if (index == kManualTempo) initial = fixedText(bpmFromManualTempo(owner.value(index)), 1);
     const double fieldWidth = std::max(over.getWidth(), 76.0);
     CRect rect(0.0, 0.0, fieldWidth, 22.0);
     rect.offset(over.getCenter().x - fieldWidth / 2.0, over.getCenter().y - 11.0);

@@ -103,6 +103,7 @@ class Editor final : private EditorContext,
     void showHint();
     void hideHint();
 
+    Theme::FontUse fonts;
     EditorModel& owner;
     Desk systemDesk;
     Desk* desktop;

@@ -6,9 +6,11 @@
 #include "params/ParameterLaws.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
-#include <cstdio>
+#include <iterator>
 #include <string_view>
+#include <system_error>
 
 namespace Quorvant {
 namespace {
@@ -57,13 +59,15 @@ double heardDelay(const EditorModel& model) {
     return milliseconds * vco * (switchState(model.value(kDelayX2)) ? 2.0 : 1.0);
 }
 
+std::string fixedText(double number, int decimals) {
+    char digits[64];
+    const auto end = std::to_chars(std::begin(digits), std::end(digits), number,
+                                   std::chars_format::fixed, decimals);
+    return end.ec == std::errc() ? std::string(digits, end.ptr) : std::string();
+}
+
 std::string delayFigures(double milliseconds) {
-    char text[16];
-    std::snprintf(text, sizeof text, milliseconds < 99.95 ? "%.1f" : "%.0f",
-                  std::clamp(milliseconds, 0.0, 99999.0));
-    // Whatever the locale's decimal mark is.
-    std::replace(text, text + sizeof text, ',', '.');
-    return text;
+    return fixedText(std::clamp(milliseconds, 0.0, 99999.0), milliseconds < 99.95 ? 1 : 0);
 }
 
 std::string noteText(const EditorModel& model, uint32_t noteParameter, int index) {

@@ -14,6 +14,9 @@ namespace Quorvant {
 double bpmFromManualTempo(double value);
 double manualTempoFromBpm(double bpm);  // held within the range
 
+// The number with so many decimals and a point, whatever the locale says.
+std::string fixedText(double number, int decimals);
+
 // The tempo in force in BPM.
 double tempoInForce(const EditorModel& model);
 // The heard delay in milliseconds: as the engine reports it while it runs, else as it would be.

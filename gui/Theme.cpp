@@ -4,27 +4,52 @@
 
 namespace Quorvant::Theme {
 
-VSTGUI::CFontRef font(Face face) {
-    using VSTGUI::CFontDesc;
-    using VSTGUI::kBoldFace;
-    using VSTGUI::kNormalFace;
-    // Faces of one set of metrics; where none is installed the system picks, and texts are fitted
-    // to their places anyway.
+namespace {
+
+using VSTGUI::CFontDesc;
+using VSTGUI::kBoldFace;
+using VSTGUI::kNormalFace;
+
+// Faces of one set of metrics; where none is installed the system picks, and texts are fitted to
+// their places anyway.
 #ifdef _WIN32
-    constexpr auto kFamily = "Arial";
+constexpr auto kFamily = "Arial";
 #else
-    constexpr auto kFamily = "Liberation Sans";
+constexpr auto kFamily = "Liberation Sans";
 #endif
-    static const std::array<VSTGUI::SharedPointer<CFontDesc>, 7> fonts = {
-        VSTGUI::makeOwned<CFontDesc>(kFamily, 9.0, kNormalFace),
-        VSTGUI::makeOwned<CFontDesc>(kFamily, 10.0, kNormalFace),
-        VSTGUI::makeOwned<CFontDesc>(kFamily, 10.0, kBoldFace),
-        VSTGUI::makeOwned<CFontDesc>(kFamily, 11.0, kNormalFace),
-        VSTGUI::makeOwned<CFontDesc>(kFamily, 13.0, kBoldFace),
-        VSTGUI::makeOwned<CFontDesc>(kFamily, 10.5, kBoldFace),
-        VSTGUI::makeOwned<CFontDesc>(kFamily, 20.0, kBoldFace),
-    };
-    return fonts[static_cast<std::size_t>(face)];
+
+struct FaceSpec {
+    double size;
+    int32_t style;
+};
+constexpr std::array<FaceSpec, 7> kFaces = {{{9.0, kNormalFace},
+                                             {10.0, kNormalFace},
+                                             {10.0, kBoldFace},
+                                             {11.0, kNormalFace},
+                                             {13.0, kBoldFace},
+                                             {10.5, kBoldFace},
+                                             {20.0, kBoldFace}}};
+
+int users = 0;
+std::array<VSTGUI::SharedPointer<CFontDesc>, kFaces.size()> fonts;
+
+}  // namespace
+
+FontUse::FontUse() {
+    ++users;
+}
+
+FontUse::~FontUse() {
+    if (--users == 0) fonts = {};
+}
+
+VSTGUI::CFontRef font(Face face) {
+    const auto index = static_cast<std::size_t>(face);
+    if (!fonts[index]) {
+        fonts[index] =
+            VSTGUI::makeOwned<CFontDesc>(kFamily, kFaces[index].size, kFaces[index].style);
+    }
+    return fonts[index];
 }
 
 }  // namespace Quorvant::Theme

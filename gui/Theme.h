@@ -57,7 +57,17 @@ inline constexpr double kExtensionsHeight = 100.0;
 inline constexpr double kStripHeight = 20.0;
 
 enum class Face { Small, Label, LabelBold, Value, Title, Brand, Product };
-// Shared by every editor of the process; main thread.
+// Shared by the editors of the process, and valid while one of them lives: fonts must not outlive
+// VSTGUI. Main thread.
 VSTGUI::CFontRef font(Face face);
+
+// What every editor holds.
+class FontUse {
+  public:
+    FontUse();
+    ~FontUse();
+    FontUse(const FontUse&) = delete;
+    FontUse& operator=(const FontUse&) = delete;
+};
 
 }  // namespace Quorvant::Theme

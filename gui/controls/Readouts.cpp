@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 
 namespace Quorvant {
 namespace {
@@ -16,10 +15,7 @@ namespace {
 constexpr double kArrowWidth = 20.0;
 
 std::string bpmText(double bpm) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%.1f", bpm);
-    std::replace(text, text + sizeof text, ',', '.');
-    return text;
+    return fixedText(bpm, 1);
 }
 
 }  // namespace

@@ -564,6 +564,11 @@ TEST_F(EditorTest, ExtensionsOpenCloseAndStayAsTheyWereLeft) {
     EXPECT_LT(screen->editor->height(), tall);
     EXPECT_EQ(model.requestedSize->second, screen->editor->height());
     EXPECT_EQ(at(kProcessingMode).x, -1.0);
+    model.sizesAllowed = false;
+    screen->click(at(kShowExtensionsId));
+    EXPECT_EQ(model.value(kShowHideExtensions), 0.0) << "the host had refused the size";
+    EXPECT_EQ(at(kProcessingMode).x, -1.0);
+    model.sizesAllowed = true;
     // The strip has moved up and still works.
     screen->click(at(kExternalButtonId));
     EXPECT_EQ(model.value(kSideChainIntExt), 1.0);
