@@ -259,7 +259,7 @@ TEST_F(PresetCommands, SayInOneSentenceWhatAConversionLeavesOut) {
     };
     const std::vector<Case> cases = {
         {"still.vstpreset", {"suspend", "setup", "view"}},
-        {"outside.qvx", {"1 value", "out of range"}},
+        {"outside.qvx", {"1 value lies out of range"}},
         {"cut.qvx", {"ends early"}},
         {"loop.qvx", {"Inf Repeat"}},
         {"early.qvx", {}},

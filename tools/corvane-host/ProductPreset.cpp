@@ -39,8 +39,10 @@ std::vector<std::string> lossesOf(const BlobView& blob, BlobResult result) {
     if (result == BlobResult::AppliedInPart)
         losses.emplace_back("it ends early, and what it lacks has default values");
     if (outside > 0)
-        losses.push_back(std::to_string(outside) +
-                         " values lie out of range and are replaced by defaults");
+        losses.push_back(outside == 1 ? "1 value lies out of range and is replaced by a default"
+                                      : std::to_string(outside) +
+                                            " values lie out of range and are replaced by "
+                                            "defaults");
     if (loop) losses.emplace_back("a running Inf Repeat of the earlier version is left out");
     return losses;
 }
