@@ -35,7 +35,10 @@ function(corvane_add_vst3_module target)
                                  "${PROJECT_SOURCE_DIR}/cmake/module-exports.map")
         target_link_options(
             ${target} PRIVATE
-            "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/module-exports.map")
+            "-Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/module-exports.map"
+            # The types of the desktop's libraries can't be registered twice in a process, so the
+            # module and with it these libraries stay when a host unloads it.
+            -Wl,-z,nodelete)
         if(NOT CORVANE_SANITIZE)
             # Hosts bring older C++ runtimes along; ours must not depend on theirs.
             target_link_options(${target} PRIVATE -Wl,--no-undefined -static-libstdc++
