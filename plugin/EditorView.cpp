@@ -52,6 +52,9 @@ class EditorView final : public Vst::VSTGUIEditor,
             closeFrame();
             return false;
         }
+#ifndef _WIN32
+        bindCairoToConnection();
+#endif
         shell.addListener(*this);
         return true;
     }

@@ -1,6 +1,8 @@
 #include "plugin/HostRunLoop.h"
 
 #include "base/source/fobject.h"
+#include <cairo/cairo-xcb.h>
+#include <vstgui/lib/platform/linux/x11platform.h>
 
 #include <algorithm>
 #include <vector>
@@ -80,12 +82,35 @@ class HostRunLoop final : public X11::IRunLoop, public VSTGUI::AtomicReferenceCo
     std::vector<IPtr<TimerAdapter>> timers;
 };
 
+xcb_visualtype_t* visualOf(const xcb_screen_t* screen) {
+    for (auto depth = xcb_screen_allowed_depths_iterator(screen); depth.rem;
+         xcb_depth_next(&depth)) {
+        for (auto visual = xcb_depth_visuals_iterator(depth.data); visual.rem;
+             xcb_visualtype_next(&visual)) {
+            if (visual.data->visual_id == screen->root_visual) return visual.data;
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 VSTGUI::SharedPointer<X11::IRunLoop> hostRunLoop(IPlugFrame* frame) {
     FUnknownPtr<Linux::IRunLoop> loop(frame);
     if (!loop) return nullptr;
     return VSTGUI::makeOwned<HostRunLoop>(IPtr<Linux::IRunLoop>(loop));
+}
+
+void bindCairoToConnection() {
+    auto& loop = X11::RunLoop::instance();
+    xcb_connection_t* connection = loop.getXcbConnection();
+    if (!connection || xcb_connection_has_error(connection)) return;
+    const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+    xcb_visualtype_t* visual = visualOf(screen);
+    if (!visual) return;
+    cairo_surface_t* surface = cairo_xcb_surface_create(connection, screen->root, visual, 1, 1);
+    if (cairo_device_t* device = cairo_surface_get_device(surface)) loop.setDevice(device);
+    cairo_surface_destroy(surface);
 }
 
 }  // namespace Quorvant

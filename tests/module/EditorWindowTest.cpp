@@ -207,7 +207,7 @@ TEST(EditorWindow, OpensAndClosesManyTimesWhileAudioRuns) {
     std::thread audio([&] {
         while (!done) rig.render(noise(0.2, 4800));
     });
-    for (int round = 0; round < 4; ++round) {
+    for (int round = 0; round < 12; ++round) {
         EditorWindow window(rig);
         EXPECT_TRUE(window.open) << round;
         EXPECT_TRUE(window.frame.runUntil([&] { return window.colours() > 100; })) << round;
