@@ -10,6 +10,13 @@
 
 #include <cstdlib>
 
+#ifdef __SANITIZE_ADDRESS__
+// Fontconfig keeps a little of its configuration for good.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+    return "leak:libfontconfig";
+}
+#endif
+
 namespace Quorvant::Testing {
 
 using VSTGUI::CPoint;
