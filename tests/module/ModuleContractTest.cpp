@@ -12,6 +12,9 @@
 #include <random>
 #include <thread>
 
+#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#define ALLOCATIONS_ARE_COUNTED 1
+
 namespace {
 
 // Counts allocations of the thread that asks for it, in the test and in the module alike.
@@ -19,9 +22,6 @@ thread_local bool countingAllocations = false;
 std::atomic<int> allocations{0};
 
 }  // namespace
-
-#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-#define ALLOCATIONS_ARE_COUNTED 1
 
 extern "C" {
 void* __libc_malloc(size_t size);
