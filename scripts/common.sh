@@ -15,7 +15,7 @@ step() {
         echo "done ($((SECONDS - start)) s)" >&2
     else
         echo "FAILED (whole log: $log)" >&2
-        grep -vE '^ +Start +[0-9]+: | \.+ +Passed ' "$log" | tail -n 60 >&2
+        grep -vE '^ +Start +[0-9]+: | \.+ +Passed |^\[[0-9]+/[0-9]+\] ' "$log" | tail -n 60 >&2
         return 1
     fi
 }
