@@ -35,7 +35,7 @@ attribute() {
 }
 
 # What the sanitizers watch: everything that runs inside a host, without windows and other programs.
-sanitized=(params-tests plugin-tests presets-tests platform-tests dsp_tests dsp_allocation_tests)
+sanitized=(params-tests plugin-tests presets-tests platform-tests dsp_tests)
 targets=()
 
 # suite PRESET [ctest option…]: builds a preset (only `targets` of it, if there are any) and runs its
@@ -95,8 +95,8 @@ else
     check "Checking the Windows artefacts" scripts/check-artefacts.sh windows
     targets=("${sanitized[@]}")
     # Unoptimised and watched, the long renders of the other engine tests would take an hour.
-    suite asan -R '^((params|plugin|presets|platform)-tests|dsp_allocation_tests|dsp_tests\.Engine(Loop|Robustness|Direction))'
-    suite tsan -R '^((params|plugin|presets|platform)-tests|dsp_allocation_tests)'
+    suite asan -R '^((params|plugin|presets|platform)-tests|dsp_tests\.Engine(Loop|Robustness|Direction))'
+    suite tsan -R '^((params|plugin|presets|platform)-tests)'
 fi
 
 ((skipped)) && echo "$skipped skipped"
