@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing and fetches the SDK. Does nothing, quickly, where
 # all is there.
 #
-#   scripts/setup.sh [build] [windows] [test] [bench] [fuzz] [all]      default: build
+#   scripts/setup.sh [build] [windows] [test] [bench] [fuzz] [package] [all]      default: build
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -18,6 +18,8 @@ declare -A sets=(
         xvfb xauth xdotool"
     [bench]="libbenchmark-dev valgrind"
     [fuzz]="clang libclang-rt-14-dev"
+    [package]="pandoc weasyprint fonts-dejavu-core nsis zip unzip dpkg-dev lintian
+        python3-numpy python3-scipy"
 )
 
 wanted=("$@")
