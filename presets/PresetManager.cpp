@@ -42,9 +42,24 @@ bool sameSetting(uint32_t index, float a, float b) {
     return std::abs(a - b) < 1e-6f;
 }
 
-void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& live) {
+const ParameterSet& allParameters() {
+    static const ParameterSet all = ParameterSet().set();
+    return all;
+}
+
+const ParameterSet& writtenByChoice() {
+    static const ParameterSet written = [] {
+        ParameterSet set;
+        for (uint32_t index = 0; index < kStoredParameterCount; ++index)
+            set[index] = kParameters[index].writtenByPresetChoice();
+        return set;
+    }();
+    return written;
+}
+
+void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& live, const ParameterSet& written) {
     for (uint32_t index = 0; index < kStoredParameterCount; ++index)
-        if (!kParameters[index].writtenByPresetChoice()) record.values[index] = live.values[index];
+        if (!written[index]) record.values[index] = live.values[index];
 }
 
 }  // namespace
@@ -74,7 +89,7 @@ void PresetManager::updateModified() {
     SetupSlot& slot = slots.active();
     slot.modified = presetName(slot.current) != presetName(slot.loaded);
     for (uint32_t index = 0; index < kStoredParameterCount; ++index) {
-        if (!kParameters[index].writtenByPresetChoice()) continue;
+        if (!writtenByChoice()[index]) continue;
         const bool same = sameSetting(index, slot.current.values[index], slot.loaded.values[index]);
         slot.modified = slot.modified || !same;
     }
@@ -144,12 +159,11 @@ void PresetManager::rescan(const Path& renamed, const Path& newFile) {
 
 // Changes of preset
 
-void PresetManager::apply(Scope scope) {
+void PresetManager::apply(const ParameterSet& written) {
     std::vector<ParameterEdit> edits;
     edits.reserve(kStoredParameterCount);
     const auto add = [&](uint32_t index) {
-        if (scope == Scope::All || kParameters[index].writtenByPresetChoice())
-            edits.push_back({index, static_cast<double>(current().values[index])});
+        if (written[index]) edits.push_back({index, static_cast<double>(current().values[index])});
     };
     const bool loopOn = switchState(static_cast<double>(current().values[kInfRepeat]));
     if (!loopOn) add(kInfRepeat);
@@ -160,51 +174,53 @@ void PresetManager::apply(Scope scope) {
     host.presetsChanged();
 }
 
-void PresetManager::take(const QVXPresetRecord& record, const PresetLocation& place, Scope scope) {
+void PresetManager::take(const QVXPresetRecord& record, const PresetLocation& place,
+                         const ParameterSet& written) {
     history.push(slots.active());
     SetupSlot& slot = slots.active();
     const QVXPresetRecord live = slot.current;
     slot.current = record;
-    if (scope == Scope::Preset) keepOthers(slot.current, live);
+    keepOthers(slot.current, live, written);
     slot.loaded = slot.current;
     slot.modified = false;
     slot.location = place;
     history.commit(slot);
-    apply(scope);
+    apply(written);
 }
 
-PresetFault PresetManager::choose(const PresetLocation& chosen) {
+PresetFault PresetManager::choose(const PresetLocation& chosen, const ParameterSet& kept) {
     if (chosen.source == kFromFolder) {
         Path file;
         if (const auto fault = fileAt(chosen, file); fault != PresetFault::None) return fault;
-        return load(file, chosen);
+        return load(file, chosen, kept);
     }
     if (chosen.source != kFromCategory && chosen.source != kFromDesigner)
         return PresetFault::NotFound;
     const auto list = factoryList(chosen.source, chosen.list);
     const auto preset = static_cast<std::size_t>(chosen.preset);
     if (chosen.preset < 0 || preset >= list.size()) return PresetFault::NotFound;
-    take(factoryBank()[list[preset]], chosen, Scope::Preset);
+    take(factoryBank()[list[preset]], chosen, writtenByChoice() & ~kept);
     return PresetFault::None;
 }
 
-PresetFault PresetManager::load(const Path& file, const PresetLocation& place) {
+PresetFault PresetManager::load(const Path& file, const PresetLocation& place,
+                                const ParameterSet& kept) {
     QVXPresetRecord record = current();
     const auto fault = loadPreset(file, record);
     if (fault == PresetFault::NotFound) refreshFolders();
-    if (fault == PresetFault::None) take(record, place, Scope::Preset);
+    if (fault == PresetFault::None) take(record, place, writtenByChoice() & ~kept);
     return fault;
 }
 
-PresetFault PresetManager::loadFile(const Path& file) {
-    return load(file, {location().source, location().list, kNotListed});
+PresetFault PresetManager::loadFile(const Path& file, const ParameterSet& kept) {
+    return load(file, {location().source, location().list, kNotListed}, kept);
 }
 
 PresetFault PresetManager::loadByName(std::string_view name, std::string_view subfolder) {
     QVXPresetRecord record = current();
     const auto fault = loadPresetFile(mainFolder(), name, subfolder, record);
     if (fault == PresetFault::None)
-        take(record, {location().source, location().list, kNotListed}, Scope::Preset);
+        take(record, {location().source, location().list, kNotListed}, writtenByChoice());
     return fault;
 }
 
@@ -213,18 +229,18 @@ bool PresetManager::canStep(int direction) {
     return target >= 0 && target < listSize(location());
 }
 
-PresetFault PresetManager::step(int direction) {
+PresetFault PresetManager::step(int direction, const ParameterSet& kept) {
     if (!canStep(direction)) return PresetFault::NotFound;
     PresetLocation target = location();
     target.preset += direction;
-    return choose(target);
+    return choose(target, kept);
 }
 
 PresetFault PresetManager::pasteFromMemo() {
     QVXPresetRecord record{};
     const auto fault = memo.paste(factoryBank()[0], record);
     if (fault == PresetFault::None)
-        take(record, {location().source, location().list, kNotListed}, Scope::All);
+        take(record, {location().source, location().list, kNotListed}, allParameters());
     return fault;
 }
 
@@ -245,9 +261,9 @@ void PresetManager::stepHistory(bool (UndoHistory::*move)(SetupSlot&)) {
     const QVXPresetRecord live = slot.current;
     const int32_t source = slot.location.source;
     if (!(history.*move)(slot)) return;
-    keepOthers(slot.current, live);
+    keepOthers(slot.current, live, writtenByChoice());
     if (slot.location.source == kFromFolder && slot.location.source != source) rescan({}, {});
-    apply(Scope::Preset);
+    apply(writtenByChoice());
 }
 
 // Setups
@@ -256,14 +272,14 @@ void PresetManager::selectSetup(double controlValue) {
     const Setup setup = switchState(controlValue) ? Setup::B : Setup::A;
     if (setup == slots.selected()) return;
     slots.select(setup);
-    apply(Scope::All);
+    apply(allParameters());
 }
 
 void PresetManager::copyAB(int direction) {
     const Setup target = direction == 0 ? Setup::A : Setup::B;
     slots.copyOver(target);
     if (target == slots.selected())
-        apply(Scope::All);
+        apply(allParameters());
     else
         host.presetsChanged();
 }
@@ -275,11 +291,16 @@ std::string PresetManager::proposedFileName() const {
 }
 
 PresetFault PresetManager::save(const Path& file) {
-    const auto fault = savePreset(file, current(), location());
+    const Path target = withPresetExtension(file);
+    QVXPresetRecord record = current();
+    const std::string fileName = utf8FromPath(target.stem());
+    if (fileName != fileNameFor(presetName(record))) setPresetName(record, fileName);
+    const auto fault = savePreset(target, record, location());
     if (fault != PresetFault::None) return fault;
     rescan({}, {});
     SetupSlot& slot = slots.active();
-    const PresetLocation place = folders.locate(withPresetExtension(file));
+    slot.current = record;
+    const PresetLocation place = folders.locate(target);
     if (place.preset != kNotListed) slot.location = place;
     slot.loaded = slot.current;
     slot.modified = false;

@@ -9,6 +9,7 @@
 #include "presets/SetupSlots.h"
 #include "presets/UndoHistory.h"
 
+#include <bitset>
 #include <filesystem>
 #include <span>
 #include <string>
@@ -16,6 +17,9 @@
 #include <vector>
 
 namespace Quorvant {
+
+// Some of the 38 parameters that presets hold.
+using ParameterSet = std::bitset<kStoredParameterCount>;
 
 struct ParameterEdit {
     uint32_t index;  // 0 ... 37
@@ -62,13 +66,14 @@ class PresetManager {
     // Scans the user's folders again; locations follow their files.
     void refreshFolders();
 
-    // Changes of preset, each of which can be undone.
-    PresetFault choose(const PresetLocation& chosen);
+    // Changes of preset, each of which can be undone. The parameters in `kept` are left alone as
+    // well: they stay as they are, get no edit, and count as the preset's own.
+    PresetFault choose(const PresetLocation& chosen, const ParameterSet& kept = {});
     // One place on (+1) or back (-1) in the current list; false at its end. From a setup that is
     // not listed, forward leads to the list's first.
     bool canStep(int direction);
-    PresetFault step(int direction);
-    PresetFault loadFile(const std::filesystem::path& file);
+    PresetFault step(int direction, const ParameterSet& kept = {});
+    PresetFault loadFile(const std::filesystem::path& file, const ParameterSet& kept = {});
     PresetFault loadByName(std::string_view name, std::string_view subfolder);
     PresetFault pasteFromMemo();
 
@@ -83,7 +88,8 @@ class PresetManager {
     void selectSetup(double controlValue);  // B from 0.5 up
     void copyAB(int direction);             // 0 copies B over A, anything else A over B
 
-    // Files. Saving makes the file the place that the setup comes from.
+    // Files. Saving makes the file the place that the setup comes from, and gives the setup the
+    // file's name unless it is the one that was proposed.
     std::string proposedFileName() const;  // with the extension
     const std::filesystem::path& mainFolder() const { return folders.mainFolder(); }
     PresetFault ensureMainFolder() const { return folders.ensureMainFolder(); }
@@ -101,11 +107,11 @@ class PresetManager {
     bool restoreState(std::span<const std::byte> bytes, std::span<const double> live);
 
   private:
-    enum class Scope { Preset, All };
-
-    PresetFault load(const std::filesystem::path& file, const PresetLocation& place);
-    void take(const QVXPresetRecord& record, const PresetLocation& place, Scope scope);
-    void apply(Scope scope);
+    PresetFault load(const std::filesystem::path& file, const PresetLocation& place,
+                     const ParameterSet& kept);
+    void take(const QVXPresetRecord& record, const PresetLocation& place,
+              const ParameterSet& written);
+    void apply(const ParameterSet& written);
     void stepHistory(bool (UndoHistory::*move)(SetupSlot&));
     void scanOnce();
     void rescan(const std::filesystem::path& renamed, const std::filesystem::path& newFile);

@@ -52,6 +52,30 @@ TEST_F(PresetManagerTest, ChoosingWritesWhatBelongsToPresetsAndNothingElse) {
     EXPECT_FALSE(manager.modified());
 }
 
+TEST_F(PresetManagerTest, ParametersThatAreToBeKeptStayAndMarkNothing) {
+    ParameterSet mixLock;
+    mixLock.set(kMix);
+    choose(basic(2));
+    host.turn(kMix, 0.625);
+    ASSERT_EQ(manager.choose({kFromCategory, 0, 1}, mixLock), PresetFault::None);
+    EXPECT_EQ(host.groups.back().size(), 28u);
+    EXPECT_EQ(host.values[kFeedback], static_cast<double>(0.9975f));
+    EXPECT_EQ(host.values[kMix], 0.625);
+    EXPECT_TRUE(host.agrees());
+    EXPECT_FALSE(manager.modified());
+    ASSERT_EQ(manager.step(1, mixLock), PresetFault::None);
+    EXPECT_EQ(host.values[kMix], 0.625);
+    EXPECT_FALSE(manager.modified());
+    ASSERT_EQ(savePreset(folder / "one.qvx", buildFactoryBank()[5], {}), PresetFault::None);
+    ASSERT_EQ(manager.loadFile(folder / "one.qvx", mixLock), PresetFault::None);
+    EXPECT_EQ(host.values[kMix], 0.625);
+    EXPECT_FALSE(manager.modified());
+    host.turn(kMix, 0.75);
+    EXPECT_TRUE(manager.modified());
+    choose({kFromCategory, 0, 1});  // and without the lock the preset's own
+    EXPECT_EQ(host.values[kMix], buildFactoryBank()[2].values[kMix]);
+}
+
 TEST_F(PresetManagerTest, RefusesPlacesThatAreNotThere) {
     const auto before = manager.current();
     for (const PresetLocation& place :
@@ -285,6 +309,7 @@ TEST_F(PresetManagerTest, SavesListsChoosesRenamesAndDeletes) {
     ASSERT_EQ(manager.save(folder / "Zebra"), PresetFault::None);
     EXPECT_EQ(readBytes(folder / "Zebra.qvx").size(), 1425u);
     EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 0}));
+    EXPECT_EQ(manager.nameDisplay(), "00: Zebra");
     EXPECT_FALSE(manager.modified());
     const auto saved = manager.current();
 
@@ -306,11 +331,33 @@ TEST_F(PresetManagerTest, SavesListsChoosesRenamesAndDeletes) {
 
     EXPECT_EQ(manager.deleteFile({kFromFolder, 0, 0}), PresetFault::None);
     EXPECT_FALSE(std::filesystem::exists(folder / "Zebra.qvx"));
-    EXPECT_EQ(manager.nameDisplay(), "CP:250ms delay");
+    EXPECT_EQ(manager.nameDisplay(), "CP:Zebra");
     EXPECT_EQ(manager.current(), saved);
     EXPECT_EQ(manager.deleteFile({kFromCategory, 0, 0}), PresetFault::NotAFile);
     EXPECT_EQ(manager.revealFile({kFromDesigner, 0, 0}), PresetFault::NotAFile);
     EXPECT_EQ(manager.revealFile({kFromFolder, 0, 5}), PresetFault::NotFound);
+}
+
+TEST_F(PresetManagerTest, SavingNamesTheSetupAfterTheFile) {
+    const auto nameIn = [](const std::filesystem::path& file) {
+        QVXPresetRecord record{};
+        EXPECT_EQ(loadPreset(file, record), PresetFault::None);
+        return std::string(presetName(record));
+    };
+    manager.setName("a/b");  // no file can have this name: what is proposed for it keeps it
+    ASSERT_EQ(manager.save(folder / manager.proposedFileName()), PresetFault::None);
+    EXPECT_EQ(nameIn(folder / "a-b.qvx"), "a/b");
+    EXPECT_EQ(manager.nameDisplay(), "00: a/b");
+    EXPECT_FALSE(manager.modified());
+
+    const std::string longName = "Ein viel zu langer Näme";  // 24 bytes
+    ASSERT_EQ(manager.save(folder / (longName + ".qvx")), PresetFault::None);
+    EXPECT_EQ(nameIn(folder / (longName + ".qvx")), "Ein viel zu langer Näm");
+    EXPECT_EQ(manager.nameDisplay(), "01: Ein viel zu langer Näm");
+    EXPECT_FALSE(manager.modified());
+
+    EXPECT_EQ(manager.save(folder / "nowhere" / "c.qvx"), PresetFault::NoFolder);
+    EXPECT_EQ(manager.nameDisplay(), "01: Ein viel zu langer Näm");
 }
 
 TEST_F(PresetManagerTest, FilesThatWentOrAreNoPresetsAreToldAndChangeNothing) {
