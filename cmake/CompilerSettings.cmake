@@ -31,8 +31,10 @@ if(WIN32)
     enable_language(RC)
     # Without the last one, strict C++ has no M_PI there.
     add_compile_definitions(_WIN32_WINNT=0x0A00 NOMINMAX UNICODE _UNICODE _USE_MATH_DEFINES)
-    # Nothing but system libraries may be needed on the user's machine.
-    add_link_options(-static -static-libgcc -static-libstdc++ -Wl,--gc-sections)
+    # Nothing but system libraries may be needed on the user's machine, and the same sources give
+    # the same file.
+    add_link_options(-static -static-libgcc -static-libstdc++ -Wl,--gc-sections
+                     -Wl,--no-insert-timestamp)
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections>
                         $<$<COMPILE_LANGUAGE:CXX>:-fdata-sections>)
 else()

@@ -12,7 +12,8 @@ target_include_directories(vstgui SYSTEM PUBLIC "${vstgui}")
 target_compile_definitions(
     vstgui PUBLIC VSTGUI_ENABLE_DEPRECATED_METHODS=0 VSTGUI_LIVE_EDITING=0
                   VSTGUI_OPENGL_SUPPORT=0)
-target_compile_options(vstgui PRIVATE -w)
+# Its messages name source files: not by where they lay on the machine that built them.
+target_compile_options(vstgui PRIVATE -w "-fmacro-prefix-map=${vstgui}/=")
 if(CORVANE_SANITIZE)
     # One huge unit: the undefined-behaviour checks alone take minutes and gigabytes to compile.
     target_compile_options(vstgui PRIVATE -fno-sanitize=undefined)
