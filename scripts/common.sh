@@ -34,3 +34,8 @@ build() {
         cmake --build --preset "$preset" ${1:+--target "$@"}
     )
 }
+
+# version: the product's, from the one place that holds it.
+version() {
+    sed -n 's/^project(Corvane VERSION \([0-9.]*\) .*/\1/p' "$root/CMakeLists.txt"
+}
