@@ -9,6 +9,8 @@
 #include "pluginterfaces/vst/ivstcontextmenu.h"
 #include "public.sdk/source/vst/vstguieditor.h"
 
+#include <optional>
+
 #ifdef _WIN32
 #include <vstgui/lib/platform/platformfactory.h>
 #include <vstgui/lib/platform/win32/win32factory.h>
@@ -42,7 +44,8 @@ class EditorView final : public Vst::VSTGUIEditor,
         VSTGUI::IPlatformFrameConfig* config = nullptr;
 #else
         VSTGUI::X11::FrameConfig x11;
-        x11.runLoop = hostRunLoop(plugFrame);
+        runLoop.emplace(plugFrame);
+        x11.runLoop = runLoop->forFrames();
         if (!x11.runLoop) return false;
         VSTGUI::IPlatformFrameConfig* config = &x11;
 #endif
@@ -161,12 +164,18 @@ class EditorView final : public Vst::VSTGUIEditor,
     void closeFrame() {
         if (!frame) return;
         editor.close();
-        frame->forget();
+        frame->close();
         frame = nullptr;
+#ifndef _WIN32
+        runLoop.reset();
+#endif
     }
 
     QVXVST3ControllerWrapper& shell;
     Editor editor;
+#ifndef _WIN32
+    std::optional<HostRunLoop> runLoop;
+#endif
 };
 
 }  // namespace

@@ -15,10 +15,15 @@ namespace X11 = VSTGUI::X11;
 
 class EventAdapter final : public FObject, public Linux::IEventHandler {
   public:
-    explicit EventAdapter(X11::IEventHandler* to) : target(to) {}
+    EventAdapter(X11::IEventHandler* to, int watched) : target(to), descriptor(watched) {}
     void PLUGIN_API onFDIsSet(Linux::FileDescriptor) override { target->onEvent(); }
+    bool enter(Linux::IRunLoop& loop) {
+        return loop.registerEventHandler(this, descriptor) == kResultTrue;
+    }
+    void leave(Linux::IRunLoop& loop) { loop.unregisterEventHandler(this); }
 
     X11::IEventHandler* const target;
+    const int descriptor;
 
     DELEGATE_REFCOUNT(FObject)
     DEFINE_INTERFACES
@@ -28,10 +33,15 @@ class EventAdapter final : public FObject, public Linux::IEventHandler {
 
 class TimerAdapter final : public FObject, public Linux::ITimerHandler {
   public:
-    explicit TimerAdapter(X11::ITimerHandler* to) : target(to) {}
+    TimerAdapter(X11::ITimerHandler* to, uint64_t interval) : target(to), milliseconds(interval) {}
     void PLUGIN_API onTimer() override { target->onTimer(); }
+    bool enter(Linux::IRunLoop& loop) {
+        return loop.registerTimer(this, milliseconds) == kResultTrue;
+    }
+    void leave(Linux::IRunLoop& loop) { loop.unregisterTimer(this); }
 
     X11::ITimerHandler* const target;
+    const uint64_t milliseconds;
 
     DELEGATE_REFCOUNT(FObject)
     DEFINE_INTERFACES
@@ -39,48 +49,64 @@ class TimerAdapter final : public FObject, public Linux::ITimerHandler {
     END_DEFINE_INTERFACES(FObject)
 };
 
-class HostRunLoop final : public X11::IRunLoop, public VSTGUI::AtomicReferenceCounted {
+// What VSTGUI registers is in the first of the hosts' loops, and moves on when that one goes.
+class SharedLoop final : public X11::IRunLoop, public VSTGUI::AtomicReferenceCounted {
   public:
-    explicit HostRunLoop(IPtr<Linux::IRunLoop> host) : loop(std::move(host)) {}
+    void add(const IPtr<Linux::IRunLoop>& loop) { loops.push_back(loop); }
+    void remove(const IPtr<Linux::IRunLoop>& loop) {
+        const auto at = std::find(loops.begin(), loops.end(), loop);
+        if (at == loops.end()) return;
+        const bool serving = at == loops.begin();
+        loops.erase(at);
+        if (!serving) return;
+        const auto move = [&](auto& adapters) {
+            for (const auto& adapter : adapters) {
+                adapter->leave(*loop);
+                if (!loops.empty()) adapter->enter(*loops.front());
+            }
+        };
+        move(events);
+        move(timers);
+    }
 
     bool registerEventHandler(int descriptor, X11::IEventHandler* handler) override {
-        auto adapter = owned(new EventAdapter(handler));
-        if (loop->registerEventHandler(adapter, descriptor) != kResultTrue) return false;
-        events.push_back(adapter);
-        return true;
+        return take(events, owned(new EventAdapter(handler, descriptor)));
     }
     bool unregisterEventHandler(X11::IEventHandler* handler) override {
-        return drop(events, handler,
-                    [this](EventAdapter* adapter) { loop->unregisterEventHandler(adapter); });
+        return drop(events, handler);
     }
     bool registerTimer(uint64_t milliseconds, X11::ITimerHandler* handler) override {
-        auto adapter = owned(new TimerAdapter(handler));
-        if (loop->registerTimer(adapter, milliseconds) != kResultTrue) return false;
-        timers.push_back(adapter);
-        return true;
+        return take(timers, owned(new TimerAdapter(handler, milliseconds)));
     }
-    bool unregisterTimer(X11::ITimerHandler* handler) override {
-        return drop(timers, handler,
-                    [this](TimerAdapter* adapter) { loop->unregisterTimer(adapter); });
-    }
+    bool unregisterTimer(X11::ITimerHandler* handler) override { return drop(timers, handler); }
 
   private:
-    template <typename Adapter, typename Handler, typename Unregister>
-    static bool drop(std::vector<IPtr<Adapter>>& adapters, Handler* handler,
-                     Unregister unregister) {
+    template <typename Adapter>
+    bool take(std::vector<IPtr<Adapter>>& adapters, IPtr<Adapter> adapter) {
+        if (loops.empty() || !adapter->enter(*loops.front())) return false;
+        adapters.push_back(std::move(adapter));
+        return true;
+    }
+    template <typename Adapter, typename Handler>
+    bool drop(std::vector<IPtr<Adapter>>& adapters, Handler* handler) {
         const auto at =
             std::find_if(adapters.begin(), adapters.end(),
                          [handler](const auto& adapter) { return adapter->target == handler; });
         if (at == adapters.end()) return false;
-        unregister(at->get());
+        if (!loops.empty()) (*at)->leave(*loops.front());
         adapters.erase(at);
         return true;
     }
 
-    IPtr<Linux::IRunLoop> loop;
+    std::vector<IPtr<Linux::IRunLoop>> loops;
     std::vector<IPtr<EventAdapter>> events;
     std::vector<IPtr<TimerAdapter>> timers;
 };
+
+SharedLoop& sharedLoop() {
+    static const auto loop = VSTGUI::makeOwned<SharedLoop>();
+    return *loop;
+}
 
 xcb_visualtype_t* visualOf(const xcb_screen_t* screen) {
     for (auto depth = xcb_screen_allowed_depths_iterator(screen); depth.rem;
@@ -95,10 +121,17 @@ xcb_visualtype_t* visualOf(const xcb_screen_t* screen) {
 
 }  // namespace
 
-VSTGUI::SharedPointer<X11::IRunLoop> hostRunLoop(IPlugFrame* frame) {
-    FUnknownPtr<Linux::IRunLoop> loop(frame);
+HostRunLoop::HostRunLoop(IPlugFrame* frame) : loop(FUnknownPtr<Linux::IRunLoop>(frame)) {
+    if (loop) sharedLoop().add(loop);
+}
+
+HostRunLoop::~HostRunLoop() {
+    if (loop) sharedLoop().remove(loop);
+}
+
+VSTGUI::SharedPointer<X11::IRunLoop> HostRunLoop::forFrames() const {
     if (!loop) return nullptr;
-    return VSTGUI::makeOwned<HostRunLoop>(IPtr<Linux::IRunLoop>(loop));
+    return VSTGUI::shared<X11::IRunLoop>(&sharedLoop());
 }
 
 void bindCairoToConnection() {

@@ -43,6 +43,19 @@ Result<> exportAllPresets(const PluginChoice& choice, const std::string& folder)
 // Into the user's preset folder. Goes on after a file that fails.
 Result<> importPresets(const PluginChoice& choice, const std::vector<std::string>& files,
                        bool replace, bool plain);
+
+struct EditorClick {
+    double x, y;  // pixels at 100 %
+};
+struct EditorOptions {
+    int zoom = 100;  // percent of the size that the editor opens with
+    std::string screenshot;
+    std::vector<EditorClick> clicks;
+};
+// Shows the editor until its window is closed, or writes a picture of it as a PNG. The phrase plays
+// through the plug-in all the while, unheard.
+Result<> showEditor(const PluginChoice& choice, const EditorOptions& options);
+
 Result<> writePhrase(const std::string& path, const std::string& format);
 
 }  // namespace Quorvant::Hosting

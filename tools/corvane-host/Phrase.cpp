@@ -1,4 +1,6 @@
-// A short piece of music to hear effects with: plucked strings over a ticking drum.
+// Plucked strings over a ticking drum.
+#include "tools/corvane-host/Phrase.h"
+
 #include "tools/corvane-host/AudioFile.h"
 #include "tools/corvane-host/Commands.h"
 
@@ -10,9 +12,9 @@ namespace Quorvant::Hosting {
 
 namespace {
 
-constexpr int kRate = 44100;
+constexpr int kRate = kPhraseRate;
 constexpr double kSeconds = 6.0;
-constexpr double kBeat = 0.5;  // seconds, 120 BPM
+constexpr double kBeat = 60.0 / kPhraseTempo;  // seconds
 constexpr double kRingSeconds = 2.0;
 
 struct Note {
@@ -72,17 +74,21 @@ void tick(Mix& mix, double beat, std::minstd_rand& random) {
 
 }  // namespace
 
-Result<> writePhrase(const std::string& path, const std::string& formatName) {
-    auto format = chooseFormat(formatName, path);
-    if (!format) return Error{format.error()};
+std::vector<double> phrase() {
     Mix mix;
     std::minstd_rand random;
     for (const Note& note : kNotes) pluck(mix, note, random);
     for (const double beat : kTicks) tick(mix, beat, random);
+    return mix.samples;
+}
+
+Result<> writePhrase(const std::string& path, const std::string& formatName) {
+    auto format = chooseFormat(formatName, path);
+    if (!format) return Error{format.error()};
+    const auto samples = phrase();
     auto writer = createAudioFile(path, *format, kRate, 2);
     if (!writer) return Error{writer.error()};
-    if (auto done = (*writer)->write(mix.samples.data(), mix.samples.size() / 2); !done)
-        return done;
+    if (auto done = (*writer)->write(samples.data(), samples.size() / 2); !done) return done;
     return (*writer)->finish();
 }
 

@@ -180,6 +180,43 @@ CLI::App* addBench(CLI::App& app, PluginChoice& choice, BenchOptions& options) {
     return command;
 }
 
+CLI::App* addEditor(CLI::App& app, PluginChoice& choice, EditorOptions& options) {
+    CLI::App* command = app.add_subcommand(
+        "editor",
+        "Open the effect's editor in a window, or draw it as a picture; a short phrase runs\n"
+        "through the effect meanwhile, unheard");
+    addPluginOptions(*command, choice);
+    addSettingOptions(*command, choice);
+    auto* screenshot = command->add_option(
+        "--screenshot", options.screenshot,
+        "Draw it into this PNG instead, as it looks after two seconds; on Linux on a display of\n"
+        "its own (by Xvfb), so that none is needed");
+    screenshot->type_name("FILE.png");
+    command->add_option("--zoom", options.zoom, "Percent of the size that the editor opens with")
+        ->check(CLI::Range(10, 400))
+        ->type_name("N")
+        ->capture_default_str();
+    command
+        ->add_option_function<std::vector<std::string>>(
+            "--click",
+            [&options](const std::vector<std::string>& texts) {
+                for (const std::string& text : texts) {
+                    const size_t comma = text.find(',');
+                    EditorClick click{};
+                    if (comma == std::string::npos ||
+                        !CLI::detail::lexical_cast(text.substr(0, comma), click.x) ||
+                        !CLI::detail::lexical_cast(text.substr(comma + 1), click.y))
+                        throw CLI::ValidationError("--click", "'" + text + "' is not X,Y");
+                    options.clicks.push_back(click);
+                }
+            },
+            "Click there before the picture is drawn, in pixels of 100 %; repeatable")
+        ->type_name("X,Y")
+        ->allow_extra_args(false)
+        ->needs(screenshot);
+    return command;
+}
+
 struct PresetArguments {
     std::string preset, output, folder;
     std::vector<std::string> files;
@@ -262,6 +299,8 @@ Result<> runCommandLine(int argc, char** argv, int& usageStatus) {
         "scan", "List the plug-ins below a folder: path, name, version, vendor, categories");
     scan->add_option("FOLDER", path, "Where to look")->required();
     const CLI::App* benchCommand = addBench(app, choice, benchOptions);
+    EditorOptions editorOptions;
+    const CLI::App* editorCommand = addEditor(app, choice, editorOptions);
     PresetArguments presetArguments;
     const Command runPresets = addPresets(app, choice, presetArguments, plain);
     CLI::App* phrase = app.add_subcommand(
@@ -283,6 +322,7 @@ Result<> runCommandLine(int argc, char** argv, int& usageStatus) {
     if (load->parsed()) return loadStateCommand(choice, path, plain);
     if (scan->parsed()) return scanFolder(path, plain);
     if (benchCommand->parsed()) return bench(choice, benchOptions, plain);
+    if (editorCommand->parsed()) return showEditor(choice, editorOptions);
     if (app.got_subcommand("presets")) return runPresets();
     return writePhrase(path, phraseFormat);
 }

@@ -1,0 +1,75 @@
+// A top-level window with a plug-in's editor in it, the events that reach it, and its picture.
+#pragma once
+
+#include "tools/hosting/HostedPlugin.h"
+#include "tools/hosting/Result.h"
+
+#include "pluginterfaces/gui/iplugview.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <vector>
+
+namespace Quorvant::Hosting {
+
+struct Pixels {
+    int width = 0, height = 0;
+    std::vector<uint32_t> values;  // 0x00RRGGBB, row by row from the top
+};
+
+enum class Pointer { Press, Release, Move, Drag };  // of the left button
+
+// Main thread. The plug-in outlives the window.
+class EditorWindow {
+  public:
+    using Ptr = std::unique_ptr<EditorWindow>;
+
+    // At the size that the plug-in wishes. An error where the plug-in has no editor, refuses to
+    // open it, or there is no display.
+    static Result<Ptr> open(HostedPlugin& plugin);
+    virtual ~EditorWindow();
+    EditorWindow(const EditorWindow&) = delete;
+    EditorWindow& operator=(const EditorWindow&) = delete;
+
+    // Until close().
+    Steinberg::IPlugView& view() { return *plugView; }
+    // The view's size in pixels.
+    int width() const;
+    int height() const;
+    // Gives the window and the view a width, and the height that the view wants with it.
+    Result<> setWidth(int pixels);
+
+    // Lets events and timers reach the view, and asks `done` between them, a hundred times a second
+    // or more. False if the time is up or the user has closed the window.
+    bool runUntil(const std::function<bool()>& done,
+                  std::chrono::milliseconds limit = std::chrono::seconds(10));
+    bool closedByUser() const { return closed; }
+
+    // What the view shows. Empty where it can't be read.
+    virtual Pixels pixels() = 0;
+    // Closes the editor; the window goes with this object.
+    void close();
+    // As if the user did it, at a point of the view in pixels.
+    virtual void point(Pointer action, int x, int y) = 0;
+    // Handlers of the view's that the host's event loop holds.
+    virtual size_t handlerCount() const { return 0; }
+
+  protected:
+    EditorWindow() = default;
+
+    // Answers the plug-in's wish for another size.
+    Steinberg::tresult resizeTo(const Steinberg::ViewRect& size);
+    // Gives the view the size that the user has dragged the window to.
+    void follow(int width, int height);
+    // Handles what is due, after waiting for `pause` at most.
+    virtual void turn(std::chrono::milliseconds pause) = 0;
+    virtual void resizeWindow(int width, int height) = 0;
+
+    Steinberg::IPtr<Steinberg::IPlugView> plugView;
+    bool attached = false;
+    bool closed = false;
+};
+
+}  // namespace Quorvant::Hosting

@@ -1,0 +1,176 @@
+#include "tools/hosting/EditorWindow.h"
+
+#include "base/source/fobject.h"
+#include <windows.h>
+// Needs the types of windows.h.
+#include <windowsx.h>
+
+#include <string>
+
+namespace Quorvant::Hosting {
+namespace {
+
+using namespace Steinberg;
+using std::chrono::milliseconds;
+
+constexpr wchar_t kClassName[] = L"CorvaneHostEditor";
+
+class Frame final : public FObject, public IPlugFrame {
+  public:
+    std::function<tresult(const ViewRect&)> onResize;
+
+    tresult PLUGIN_API resizeView(IPlugView*, ViewRect* size) override {
+        return size != nullptr && onResize ? onResize(*size) : kInvalidArgument;
+    }
+
+    DELEGATE_REFCOUNT(FObject)
+    DEFINE_INTERFACES
+    DEF_INTERFACE(IPlugFrame)
+    END_DEFINE_INTERFACES(FObject)
+};
+
+std::wstring wide(const std::string& utf8) {
+    const int length = static_cast<int>(utf8.size());
+    std::wstring result(utf8.size(), L'\0');
+    result.resize(static_cast<size_t>(
+        MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, result.data(), length)));
+    return result;
+}
+
+bool underWine() {
+    const HMODULE system = GetModuleHandleW(L"ntdll.dll");
+    return system != nullptr && GetProcAddress(system, "wine_get_version") != nullptr;
+}
+
+class Window final : public EditorWindow {
+  public:
+    ~Window() override {
+        close();
+        frame->onResize = nullptr;
+        if (window != nullptr) DestroyWindow(window);
+    }
+
+    Result<> show(HostedPlugin& plugin) {
+        const std::string name = "'" + plugin.description().name + "'";
+        plugView = owned(plugin.controller()->createView(Vst::ViewType::kEditor));
+        if (!plugView) return Error{name + " has no editor"};
+        if (plugView->isPlatformTypeSupported(kPlatformTypeHWND) != kResultTrue)
+            return Error{"the editor of " + name + " knows no windows of this system"};
+        if (!make(plugin.description().name)) return Error{"there is no display to open it on"};
+        frame->onResize = [this](const ViewRect& size) { return resizeTo(size); };
+        plugView->setFrame(frame);
+        attached = plugView->attached(window, kPlatformTypeHWND) == kResultOk;
+        if (!attached) return Error{"the editor of " + name + " refused to open"};
+        inner = GetWindow(window, GW_CHILD);
+        // Wine shows what Direct2D draws only in windows that stand on the desktop themselves.
+        if (underWine() && inner != nullptr) SetParent(inner, nullptr);
+        return {};
+    }
+
+    Pixels pixels() override {
+        Pixels result;
+        if (inner == nullptr) return result;
+        BITMAPINFO format{};
+        format.bmiHeader.biSize = sizeof format.bmiHeader;
+        format.bmiHeader.biWidth = width();
+        format.bmiHeader.biHeight = -height();  // from the top
+        format.bmiHeader.biPlanes = 1;
+        format.bmiHeader.biBitCount = 32;
+        format.bmiHeader.biCompression = BI_RGB;
+        void* memory = nullptr;
+        const HDC source = GetDC(inner);
+        const HDC copy = CreateCompatibleDC(source);
+        const HBITMAP bitmap = CreateDIBSection(copy, &format, DIB_RGB_COLORS, &memory, nullptr, 0);
+        if (bitmap != nullptr) {
+            const HGDIOBJ former = SelectObject(copy, bitmap);
+            if (BitBlt(copy, 0, 0, width(), height(), source, 0, 0, SRCCOPY) != 0) {
+                GdiFlush();
+                const auto* values = static_cast<const uint32_t*>(memory);
+                result = {width(), height(), {values, values + width() * height()}};
+                for (uint32_t& value : result.values) value &= 0xffffffu;
+            }
+            SelectObject(copy, former);
+            DeleteObject(bitmap);
+        }
+        DeleteDC(copy);
+        ReleaseDC(inner, source);
+        return result;
+    }
+
+    void point(Pointer action, int x, int y) override {
+        const LPARAM place = MAKELPARAM(x, y);
+        switch (action) {
+            case Pointer::Press:
+                PostMessageW(inner, WM_LBUTTONDOWN, MK_LBUTTON, place);
+                break;
+            case Pointer::Release:
+                PostMessageW(inner, WM_LBUTTONUP, 0, place);
+                break;
+            case Pointer::Move:
+                PostMessageW(inner, WM_MOUSEMOVE, 0, place);
+                break;
+            case Pointer::Drag:
+                PostMessageW(inner, WM_MOUSEMOVE, MK_LBUTTON, place);
+                break;
+        }
+    }
+
+  protected:
+    void turn(milliseconds pause) override {
+        MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(pause.count()),
+                                  QS_ALLINPUT);
+        MSG message;
+        while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) != 0) {
+            TranslateMessage(&message);
+            DispatchMessageW(&message);
+        }
+    }
+    void resizeWindow(int newWidth, int newHeight) override {
+        RECT whole = {0, 0, newWidth, newHeight};
+        AdjustWindowRect(&whole, WS_OVERLAPPEDWINDOW, FALSE);
+        SetWindowPos(window, nullptr, 0, 0, whole.right - whole.left, whole.bottom - whole.top,
+                     SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    }
+
+  private:
+    bool make(const std::string& title) {
+        WNDCLASSW type{};
+        type.lpfnWndProc = handle;
+        type.hInstance = GetModuleHandleW(nullptr);
+        type.lpszClassName = kClassName;
+        RegisterClassW(&type);  // once is enough
+        RECT whole = {0, 0, width(), height()};
+        AdjustWindowRect(&whole, WS_OVERLAPPEDWINDOW, FALSE);
+        window = CreateWindowW(kClassName, wide(title).c_str(), WS_OVERLAPPEDWINDOW, CW_USEDEFAULT,
+                               CW_USEDEFAULT, whole.right - whole.left, whole.bottom - whole.top,
+                               nullptr, nullptr, type.hInstance, nullptr);
+        if (window == nullptr) return false;
+        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+        ShowWindow(window, SW_SHOWNORMAL);
+        return true;
+    }
+    static LRESULT CALLBACK handle(HWND window, UINT message, WPARAM first, LPARAM second) {
+        auto* self = reinterpret_cast<Window*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+        if (self != nullptr && message == WM_CLOSE) {
+            self->closed = true;
+            return 0;
+        }
+        if (self != nullptr && message == WM_SIZE && first != SIZE_MINIMIZED && self->attached)
+            self->follow(GET_X_LPARAM(second), GET_Y_LPARAM(second));
+        return DefWindowProcW(window, message, first, second);
+    }
+
+    const IPtr<Frame> frame = owned(new Frame);
+    HWND window = nullptr;
+    HWND inner = nullptr;  // the view's own
+};
+
+}  // namespace
+
+Result<EditorWindow::Ptr> EditorWindow::open(HostedPlugin& plugin) {
+    auto window = std::make_unique<Window>();
+    if (auto shown = window->show(plugin); !shown) return Error{shown.error()};
+    return Ptr(std::move(window));
+}
+
+}  // namespace Quorvant::Hosting
