@@ -72,6 +72,17 @@ bool isActive(const Vst::BusList& buses, std::size_t index) {
     return index < buses.size() && buses[index]->isActive();
 }
 
+// A queue's last point is the only one that counts. False where there is none, or not a number.
+bool lastPoint(Vst::IParameterChanges& changes, int32 index, uint32_t& id, double& value) {
+    Vst::IParamValueQueue* const queue = changes.getParameterData(index);
+    if (!queue) return false;
+    int32 offset = 0;
+    id = queue->getParameterId();
+    const int32 points = queue->getPointCount();
+    return points > 0 && queue->getPoint(points - 1, offset, value) == kResultOk &&
+           !std::isnan(value);
+}
+
 StateOrigin readOrigin(IBStream& stream) {
     StateOrigin origin;
     FUnknownPtr<Vst::IStreamAttributes> attributes(&stream);
@@ -276,38 +287,37 @@ tresult PLUGIN_API QVXVST3EffectWrapper::process(ProcessData& data) {
 void QVXVST3EffectWrapper::takeParameters(Vst::IParameterChanges* changes) {
     if (!changes) return;
     const int32 count = changes->getParameterCount();
-    // The queue's last point is the only one that counts.
-    const auto lastPoint = [&](int32 index, uint32_t& id, double& value) {
-        Vst::IParamValueQueue* const queue = changes->getParameterData(index);
-        if (!queue) return false;
-        int32 offset = 0;
-        id = queue->getParameterId();
-        const int32 points = queue->getPointCount();
-        return points > 0 && queue->getPoint(points - 1, offset, value) == kResultOk;
-    };
-
-    // While Inf Repeat is on, the engine ignores changes of the delay. So that none that come in
-    // the same block are lost, the loop is released before them and engaged after them.
     uint32_t id = 0;
     double value = 0.0;
     int32 loopQueue = -1;
-    double loopValue = 0.0;
+    bool engages = false;
+    bool bringsTime = false;
+    bool bringsMode = false;
     for (int32 i = 0; i < count; ++i) {
-        if (lastPoint(i, id, value) && id == kInfRepeat) {
-            loopQueue = i;
-            loopValue = value;
-        }
+        if (!lastPoint(*changes, i, id, value)) continue;
+        bringsTime = bringsTime || id == kDelayTime;
+        bringsMode = bringsMode || id == kDelayClockMode;
+        if (id != kInfRepeat) continue;
+        loopQueue = i;
+        engages = switchState(value);
     }
-    const bool releases = loopQueue >= 0 && !switchState(loopValue);
-    if (releases) takeParameter(kInfRepeat, loopValue);
+    const auto takeLoop = [&] {
+        if (loopQueue >= 0 && lastPoint(*changes, loopQueue, id, value)) takeParameter(id, value);
+    };
+
+    // While Inf Repeat is on, the engine ignores changes of the delay. So that none that come in
+    // the same block are lost, the loop is released before them and engaged after them. A loop that
+    // runs on is held against automation of the delay; only a block that brings all three is a
+    // preset, whose delay is to be heard.
+    if (!engages) takeLoop();
+    if (engages && bringsTime && bringsMode && effect) effect->setParameter(kInfRepeat, 0.0);
     for (int32 i = 0; i < count; ++i) {
-        if (i != loopQueue && lastPoint(i, id, value)) takeParameter(id, value);
+        if (i != loopQueue && lastPoint(*changes, i, id, value)) takeParameter(id, value);
     }
-    if (loopQueue >= 0 && !releases) takeParameter(kInfRepeat, loopValue);
+    if (engages) takeLoop();
 }
 
 void QVXVST3EffectWrapper::takeParameter(uint32_t id, double value) {
-    if (std::isnan(value)) return;
     if (id == kSuspend) suspend.store(suspendState(value), std::memory_order_relaxed);
     if (effect) effect->setParameter(id, value);
     // Held within the range, because a state's reader skips what lies outside.
