@@ -1,5 +1,7 @@
 #include "plugin/ControllerState.h"
 
+#include "plugin/FactoryPrograms.h"
+
 #include <boost/endian/conversion.hpp>
 
 #include <algorithm>
@@ -35,7 +37,8 @@ uint32_t takeWord(const uint8_t*& from) {
 }  // namespace
 
 std::vector<uint8_t> encodeControllerState(const ControllerState& state) {
-    const std::size_t body = kFixedSize + state.setups.size();
+    const auto setups = serialiseSetups(state.setups);
+    const std::size_t body = kFixedSize + setups.size();
     std::vector<uint8_t> content(kHeaderSize + body);
     uint8_t* to = std::copy(kMark.begin(), kMark.end(), content.data());
     to = storeWord(to, kVersion);
@@ -46,7 +49,7 @@ std::vector<uint8_t> encodeControllerState(const ControllerState& state) {
     }
     to = storeWord(to, state.zoom);
     to = storeWord(to, state.program);
-    std::transform(state.setups.begin(), state.setups.end(), to,
+    std::transform(setups.begin(), setups.end(), to,
                    [](std::byte b) { return std::to_integer<uint8_t>(b); });
     return content;
 }
@@ -66,8 +69,10 @@ std::optional<ControllerState> decodeControllerState(std::span<const uint8_t> co
     state.zoom = takeWord(from);
     if (state.zoom != 0 && (state.zoom < 50 || state.zoom > 300)) return std::nullopt;
     state.program = takeWord(from);
-    const auto setups = std::as_bytes(content.subspan(kHeaderSize + kFixedSize));
-    state.setups.assign(setups.begin(), setups.end());
+    if (state.program >= static_cast<uint32_t>(factoryProgramCount())) return std::nullopt;
+    const auto setups = parseSetups(std::as_bytes(content.subspan(kHeaderSize + kFixedSize)));
+    if (!setups) return std::nullopt;
+    state.setups = *setups;
     return state;
 }
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "params/ParameterIndex.h"
+#include "presets/PresetState.h"
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -18,14 +18,14 @@ struct ControllerState {
     std::array<double, kParameterCount - kFirstViewSetting> viewSettings{};  // normalised
     uint32_t zoom = 0;     // of the editor in percent, 50 ... 300, or 0 for none of its own
     uint32_t program = 0;  // number in the host's program list
-    std::vector<std::byte> setups;  // the preset manager's own block
+    SavedSetups setups;
 };
 
 inline constexpr std::size_t kLargestControllerState = 1 << 20;  // bytes, of any version
 
 std::vector<uint8_t> encodeControllerState(const ControllerState& state);
-// Nothing unless the whole of it is a block of a known version with every value within its range;
-// `setups` is not looked into.
+// Nothing unless the whole of it is a block of a known version with every value within its
+// range.
 std::optional<ControllerState> decodeControllerState(std::span<const uint8_t> content);
 
 }  // namespace Quorvant

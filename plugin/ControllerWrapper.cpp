@@ -153,7 +153,7 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setComponentState(IBStream* stream)
 }
 
 tresult PLUGIN_API QVXVST3ControllerWrapper::setState(IBStream* stream) {
-    if (!stream) return kResultFalse;
+    if (!stream || !manager) return kResultFalse;
     const auto state = decodeControllerState(readRest(*stream, kLargestControllerState));
     if (!state) return kResultFalse;
     for (uint32_t i = 0; i < state->viewSettings.size(); ++i) {
@@ -163,19 +163,19 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setState(IBStream* stream) {
     // Before the setups, which may tell of a change.
     EditControllerEx1::setParamNormalized(kProgram,
                                           normalisedFromProgram(static_cast<int>(state->program)));
-    if (manager) manager->restoreState(state->setups, liveValues());
+    manager->restoreState(state->setups, liveValues());
     return kResultOk;
 }
 
 tresult PLUGIN_API QVXVST3ControllerWrapper::getState(IBStream* stream) {
-    if (!stream) return kResultFalse;
+    if (!stream || !manager) return kResultFalse;
     ControllerState state;
     for (uint32_t i = 0; i < state.viewSettings.size(); ++i) {
         state.viewSettings[i] = getParamNormalized(ControllerState::kFirstViewSetting + i);
     }
     state.zoom = static_cast<uint32_t>(zoomPercent);
     state.program = static_cast<uint32_t>(program());
-    if (manager) state.setups = manager->saveState();
+    state.setups = manager->saveState();
     return writeFully(*stream, encodeControllerState(state)) ? kResultOk : kResultFalse;
 }
 

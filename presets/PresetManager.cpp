@@ -350,7 +350,7 @@ bool PresetManager::openMainFolder() {
 
 // State
 
-std::vector<std::byte> PresetManager::saveState() const {
+SavedSetups PresetManager::saveState() const {
     SavedSetups saved;
     saved.selected = slots.selected();
     for (const Setup setup : {Setup::A, Setup::B}) {
@@ -361,14 +361,13 @@ std::vector<std::byte> PresetManager::saveState() const {
         file = utf8FromPath(entry->file.lexically_relative(mainFolder()));
         std::replace(file.begin(), file.end(), static_cast<char>(Path::preferred_separator), '/');
     }
-    return serialiseSetups(saved);
+    return saved;
 }
 
-bool PresetManager::restoreState(std::span<const std::byte> bytes, std::span<const double> live) {
-    const auto saved = parseSetups(bytes);
-    if (!saved || live.size() != kStoredParameterCount) return false;
+void PresetManager::restoreState(const SavedSetups& saved,
+                                 std::span<const double, kStoredParameterCount> live) {
     for (const Setup setup : {Setup::A, Setup::B}) {
-        const auto& [savedSlot, file] = saved->setups[static_cast<std::size_t>(setup)];
+        const auto& [savedSlot, file] = saved.setups[static_cast<std::size_t>(setup)];
         SetupSlot& slot = slots.slot(setup);
         slot = savedSlot;
         if (slot.location.source == kFromFolder) {
@@ -379,13 +378,12 @@ bool PresetManager::restoreState(std::span<const std::byte> bytes, std::span<con
         }
     }
     history.clear();
-    slots.select(saved->selected);
+    slots.select(saved.selected);
     for (uint32_t index = 0; index < kStoredParameterCount; ++index)
         if (!std::isnan(live[index]))
             slots.active().current.values[index] = static_cast<float>(clampNormalised(live[index]));
     updateModified();
     host.presetsChanged();
-    return true;
 }
 
 }  // namespace Quorvant

@@ -99,12 +99,12 @@ class PresetManager {
     PresetFault revealFile(const PresetLocation& place);
     bool openMainFolder();
 
-    // The manager's part of the controller's state. What does not parse is ignored whole (false).
-    // `live` are the 38 values that the parameters have, which hold for the active setup whatever
-    // the block says. Nothing is applied to the parameters, and there is nothing to undo
-    // afterwards.
-    std::vector<std::byte> saveState() const;
-    bool restoreState(std::span<const std::byte> bytes, std::span<const double> live);
+    // The manager's part of the controller's state. `live` are the values that the parameters
+    // have, which hold for the active setup whatever was saved. Nothing is applied to the
+    // parameters, and there is nothing to undo afterwards.
+    SavedSetups saveState() const;
+    void restoreState(const SavedSetups& saved,
+                      std::span<const double, kStoredParameterCount> live);
 
   private:
     PresetFault load(const std::filesystem::path& file, const PresetLocation& place,

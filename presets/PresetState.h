@@ -17,11 +17,15 @@ struct SavedSetup {
     // For a listed setup from a preset folder: its file below the main folder, UTF-8 with "/",
     // since its place in the list may be another one by the next time.
     std::string file;
+
+    friend bool operator==(const SavedSetup&, const SavedSetup&) = default;
 };
 
 struct SavedSetups {
     Setup selected = Setup::A;
     std::array<SavedSetup, 2> setups;  // A and B
+
+    friend bool operator==(const SavedSetups&, const SavedSetups&) = default;
 };
 
 std::vector<std::byte> serialiseSetups(const SavedSetups& saved);

@@ -119,9 +119,11 @@ TEST(ModulePresets, DamagedControllerStatesAreIgnoredWhole) {
         if (round % 2 == 0) bytes.resize(random() % bytes.size());
         if (!bytes.empty())
             bytes[random() % bytes.size()] ^= static_cast<uint8_t>(1 + random() % 255);
-        rig.plugin->setControllerState(bytes);
+        const auto before = rig.plugin->controllerState();
+        const auto result = rig.plugin->setControllerState(bytes);
         const auto after = rig.plugin->controllerState();
         ASSERT_TRUE(after);
+        if (result != Steinberg::kResultOk) EXPECT_EQ(*after, *before) << round;
         EXPECT_EQ(rig.plugin->setControllerState(*after), Steinberg::kResultOk);
     }
     EXPECT_EQ(rig.plugin->setControllerState(*good), Steinberg::kResultOk);

@@ -197,10 +197,13 @@ TEST_F(ControllerTest, keepsTheViewSettings) {
     EXPECT_EQ(controller->getParamNormalized(kDefaultExtensionsPanel), 0.0);
 }
 
-TEST_F(ControllerTest, ignoresViewSettingsThatDontParseWhole) {
+TEST_F(ControllerTest, ignoresStatesThatDontParseWhole) {
     controller->setParamNormalized(kNoteViewStyle, 1.0);
+    controller->setParamNormalized(kProgram, 0.5);
     const auto good = state();
     controller->setParamNormalized(kNoteViewStyle, 0.0);
+    controller->setParamNormalized(kProgram, 0.25);
+    const auto before = state();
     std::vector<Hosting::Bytes> bad;
     for (std::size_t size = 0; size < good.size(); ++size) {
         bad.push_back({good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size)});
@@ -213,10 +216,16 @@ TEST_F(ControllerTest, ignoresViewSettingsThatDontParseWhole) {
     bad.back().push_back(0);
     bad.push_back(good);
     bad.back()[35] = 0x7F;  // the last view setting far beyond 1
+    bad.push_back(good);
+    bad.back()[40] = 0x84;  // a program behind the last
+    bad.push_back(good);
+    bad.back()[44] ^= 0x40;  // the setups' mark
     for (const auto& bytes : bad) {
         EXPECT_NE(setState(bytes), kResultOk);
-        EXPECT_EQ(controller->getParamNormalized(kNoteViewStyle), 0.0);
+        EXPECT_EQ(state(), before);
     }
+    EXPECT_EQ(setState(good), kResultOk);
+    EXPECT_EQ(controller->getParamNormalized(kNoteViewStyle), 1.0);
     EXPECT_NE(controller->setState(nullptr), kResultOk);
     EXPECT_NE(controller->getState(nullptr), kResultOk);
 }
