@@ -1,25 +1,19 @@
 // Any bytes as a preset file of either version, and as a memo: whatever they are, the record stays
-// one that the plug-in can hold, and what was taken can be written and read back.
-#include "params/ParameterTable.h"
+// one that the plug-in can hold and play, and what was taken can be written and read back.
+#include "fuzz/Fuzzing.h"
 #include "presets/LegacyImport.h"
 #include "presets/PresetBlob.h"
-
-#include <cstdint>
-#include <cstdlib>
 
 namespace {
 
 using namespace Quorvant;
+using Fuzzing::require;
 
 QVXPresetRecord startRecord() {
     QVXPresetRecord record{};
     setPresetName(record, "before");
     for (float& value : record.values) value = 0.25f;
     return record;
-}
-
-void require(bool condition) {
-    if (!condition) std::abort();
 }
 
 void checkRecord(BlobResult result, const QVXPresetRecord& record) {
@@ -31,6 +25,7 @@ void checkRecord(BlobResult result, const QVXPresetRecord& record) {
     QVXPresetRecord again{};
     require(applyPresetBlob(serialisePreset(record, 0, 0), again) == BlobResult::Applied);
     require(again == record);
+    if (taken) Fuzzing::player().play(record.values);
 }
 
 }  // namespace
