@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds everything and runs all tests.
 #
-#   ./test.sh           Linux, Windows under Wine, and both sanitizer builds
+#   ./test.sh           Linux, Windows under Wine, both sanitizer builds, and a little fuzzing
 #   ./test.sh --quick   Linux only, without the slow tests
 set -uo pipefail
 # shellcheck source=scripts/common.sh
@@ -68,7 +68,7 @@ suite() {
 }
 
 sets=(build test)
-[[ $quick ]] || sets+=(windows)
+[[ $quick ]] || sets+=(windows fuzz)
 if ! step "Setting up" scripts/setup.sh "${sets[@]}"; then
     echo "0 passed, 1 failed"
     exit 1
@@ -97,6 +97,7 @@ else
     # Unoptimised and watched, the long renders of the other engine tests would take an hour.
     suite asan -R '^((params|plugin|presets|platform)-tests|dsp_tests\.Engine(Loop|Robustness|Direction))'
     suite tsan -R '^((params|plugin|presets|platform)-tests)'
+    check "Fuzzing what is read" scripts/fuzz.sh
 fi
 
 ((skipped)) && echo "$skipped skipped"
