@@ -138,8 +138,8 @@ nsis_files() {
                 folders+=("$folder")
                 folder=${folder%/*}
             done
-            [[ ${target%/*} == '$Presets' ]] && folders+=('$Presets')
             last=${target%/*}
+            [[ $last == "\$Presets" ]] && folders+=("$last")
         fi
         install+=("File \"$1/$file\"")
         remove+=("Delete \"${target//\//\\}\"")
@@ -208,7 +208,7 @@ step "Summing up" sums
 # What the packages hold; of the many presets the number.
 contents() {
     sed -E '/\.vstpreset$/d'
-    echo "  and $(ls dist/presets | wc -l) presets"
+    echo "  and $(find dist/presets -type f | wc -l) presets"
 }
 for file in "$out"/corvane-qvx77x*; do
     printf '\n%s (%s bytes)\n' "${file##*/}" "$(stat -c %s "$file")"

@@ -15,7 +15,7 @@ usage() {
 
 here=$(cd "$(dirname "$0")" && pwd)
 name="Corvane QVX77x"
-system= uninstall=
+system='' uninstall=''
 for option; do
     case $option in
     --system) system=1 ;;
