@@ -7,6 +7,8 @@
 #include "tools/corvane-host/StateFile.h"
 #include "tools/hosting/Text.h"
 
+#include "public.sdk/source/vst/hosting/module.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -26,6 +28,8 @@ constexpr const char* kSystemFolder = "windows";
 #else
 constexpr const char* kSystemFolder = "linux";
 #endif
+
+constexpr const char* kBundleName = "Corvane QVX77x.vst3";
 
 fs::path programFolder() {
 #ifdef _WIN32
@@ -59,6 +63,13 @@ std::string deliveredBundle() {
     return {};
 }
 
+// Where hosts look for plug-ins.
+std::string installedBundle() {
+    for (const std::string& path : VST3::Hosting::Module::getModulePaths())
+        if (fs::path(path).filename() == kBundleName) return path;
+    return {};
+}
+
 std::string nearestTitles(const HostedPlugin& plugin, const std::string& name) {
     std::vector<std::string> titles;
     for (const Parameter& parameter : plugin.parameters()) titles.push_back(parameter.title);
@@ -76,9 +87,12 @@ Steinberg::tresult deliverIn(HostedPlugin& plugin, std::vector<ParameterPoint> p
 }  // namespace
 
 Result<HostedPlugin::Ptr> openPlugin(const PluginChoice& choice) {
-    const std::string bundle = choice.bundle.empty() ? deliveredBundle() : choice.bundle;
+    std::string bundle = choice.bundle.empty() ? deliveredBundle() : choice.bundle;
+    if (bundle.empty()) bundle = installedBundle();
     if (bundle.empty())
-        return Error{"there is no plug-in beside this program, name one with --plugin"};
+        return Error{
+            "there is no plug-in beside this program, nor an installed one; name one with "
+            "--plugin"};
     auto plugin = HostedPlugin::load(bundle, choice.className);
     if (plugin && (*plugin)->controller() == nullptr)
         return Error{"'" + bundle + "' has no controller, so its parameters have no names"};

@@ -28,7 +28,8 @@ const char* const kFooter =
 void addPluginOptions(CLI::App& command, PluginChoice& choice) {
     command
         .add_option("--plugin", choice.bundle,
-                    "The .vst3 to load (default: the one delivered with this program)")
+                    "The .vst3 to load (default: the one delivered with this program, else the\n"
+                    "installed one)")
         ->type_name("BUNDLE");
     command
         .add_option("--class", choice.className,
