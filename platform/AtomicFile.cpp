@@ -17,6 +17,17 @@ namespace {
 
 using Path = std::filesystem::path;
 
+unsigned long processNumber();
+
+// In the target's own folder, so that taking its name is one step of the file system. Another
+// process, instance or call never meets the same name; a name left behind by a crash is passed over
+// by the next number.
+Path temporaryBeside(const Path& file) {
+    static std::atomic<unsigned> next{0};
+    return file.parent_path() /
+           (".corvane-" + std::to_string(processNumber()) + "-" + std::to_string(next++) + ".tmp");
+}
+
 #ifdef _WIN32
 
 using File = HANDLE;
@@ -84,7 +95,14 @@ std::error_code takeName(const Path& from, const Path& to) {
 }
 
 std::error_code takeFreeName(const Path& from, const Path& to) {
-    return move(from, to, 0);
+    std::error_code error;
+    if (!std::filesystem::equivalent(from, to, error)) return move(from, to, 0);
+    // A change of case: not every system takes that for a change.
+    const Path between = temporaryBeside(to);
+    if ((error = move(from, between, 0))) return error;
+    error = move(between, to, 0);
+    if (error) move(between, from, 0);
+    return error;
 }
 
 #else
@@ -97,8 +115,8 @@ std::error_code lastError() {
     return {noRoom ? ENOSPC : errno, std::generic_category()};
 }
 
-long processNumber() {
-    return getpid();
+unsigned long processNumber() {
+    return static_cast<unsigned long>(getpid());
 }
 
 std::error_code createNew(const Path& path, File& file) {
@@ -170,14 +188,6 @@ std::error_code writeAll(File file, std::span<const std::byte> bytes) {
         bytes = bytes.subspan(written);
     }
     return reachDisk(file);
-}
-
-// Another process, instance or call never meets the same name; a name left behind by a crash is
-// passed over by the next number.
-Path temporaryBeside(const Path& file) {
-    static std::atomic<unsigned> next{0};
-    return file.parent_path() /
-           (".corvane-" + std::to_string(processNumber()) + "-" + std::to_string(next++) + ".tmp");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "presets/PresetFile.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace Quorvant {
 namespace {
@@ -72,6 +73,24 @@ void scanFiles(PresetFolder& folder) {
     sortByName(folder.files);
 }
 
+// The place of the entry that has this path, or leads to the same file or folder by another one: a
+// link, or letters of another case where the system takes both for one.
+template <typename Entry>
+std::optional<int32_t> placeOf(const std::vector<Entry>& entries, Path Entry::*pathOf,
+                               const Path& path) {
+    const auto place = [&](auto&& matches) -> std::optional<int32_t> {
+        const auto found = std::find_if(entries.begin(), entries.end(),
+                                        [&](const Entry& entry) { return matches(entry.*pathOf); });
+        if (found == entries.end()) return std::nullopt;
+        return static_cast<int32_t>(found - entries.begin());
+    };
+    if (const auto same = place([&](const Path& other) { return other == path; })) return same;
+    std::error_code error;
+    if (!std::filesystem::exists(path, error)) return std::nullopt;
+    return place(
+        [&](const Path& other) { return std::filesystem::equivalent(other, path, error); });
+}
+
 PresetFault createFolder(const Path& folder) {
     if (folder.empty()) return PresetFault::NoFolder;
     std::error_code error;
@@ -126,16 +145,11 @@ const PresetFileEntry* PresetFolders::entryAt(const PresetLocation& location) co
 }
 
 PresetLocation PresetFolders::locate(const Path& file) const {
-    PresetLocation location{kFromFolder, 0, kNotListed};
-    for (std::size_t list = 0; list < folders.size(); ++list) {
-        if (folders[list].path != file.parent_path()) continue;
-        location.list = static_cast<int32_t>(list);
-        const auto& files = folders[list].files;
-        const auto found = std::find_if(files.begin(), files.end(),
-                                        [&](const auto& entry) { return entry.file == file; });
-        if (found != files.end()) location.preset = static_cast<int32_t>(found - files.begin());
-    }
-    return location;
+    const auto list = placeOf(folders, &PresetFolder::path, file.parent_path());
+    if (!list) return {kFromFolder, 0, kNotListed};
+    const auto& files = folders[static_cast<std::size_t>(*list)].files;
+    const auto preset = placeOf(files, &PresetFileEntry::file, file);
+    return {kFromFolder, *list, preset.value_or(kNotListed)};
 }
 
 }  // namespace Quorvant

@@ -45,8 +45,8 @@ class PresetFolders {
 
     // Null where the location is none of a listed file.
     const PresetFileEntry* entryAt(const PresetLocation& location) const;
-    // Where the file is listed; kNotListed in its folder's list where it isn't, or in the main
-    // folder's where the folder isn't listed either.
+    // Where the file is listed, by whatever path it is named; kNotListed in its folder's list where
+    // it isn't, or in the main folder's where the folder isn't listed either.
     PresetLocation locate(const std::filesystem::path& file) const;
 
   private:

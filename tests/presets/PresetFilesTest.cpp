@@ -9,7 +9,9 @@
 #include <thread>
 
 #ifndef _WIN32
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -85,9 +87,12 @@ TEST(PresetFile, RenamingNeverReplacesAndMayChangeCase) {
     EXPECT_EQ(renamePreset(folder / "a.qvx", "b"), PresetFault::NameTaken);
     EXPECT_EQ(renamePreset(folder / "a.qvx", "A"), PresetFault::None);
     EXPECT_EQ(renamePreset(folder / "gone.qvx", "c"), PresetFault::NotFound);
-#ifndef _WIN32  // Wine keeps the old case
-    EXPECT_TRUE(std::filesystem::exists(folder / "A.qvx"));
-#endif
+    PresetFolders folders(folder.path);
+    folders.scan();
+    ASSERT_EQ(folders.list()[0].files.size(), 2u);
+    EXPECT_EQ(folders.list()[0].files[0].name, "A");
+    EXPECT_EQ(readBytes(folder / "A.qvx").size(), 1425u);
+    EXPECT_EQ(entriesIn(folder), 2u);
     EXPECT_EQ(deletePreset(folder / "gone.qvx"), PresetFault::NotFound);
 }
 
@@ -136,6 +141,59 @@ TEST(PresetFile, FullDiskKeepsTheOldFile) {
     EXPECT_EQ(loadPreset(folder / "x.qvx", record), PresetFault::None);
     EXPECT_EQ(record, sample());
     EXPECT_EQ(entriesIn(folder), 1u);
+}
+
+// A file system of its own over the folder, seen by this process alone. False where the system
+// doesn't let the user have one.
+bool coverWithSmallDisk(const std::filesystem::path& folder) {
+    const bool root = getuid() == 0;
+    const auto onlyOne = [](auto id) { return "0 " + std::to_string(id) + " 1\n"; };
+    const std::string users = onlyOne(getuid()), groups = onlyOne(getgid());
+    if (unshare(root ? CLONE_NEWNS : CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+    if (!root) {
+        writeBytes("/proc/self/setgroups", "deny");
+        writeBytes("/proc/self/uid_map", users);
+        writeBytes("/proc/self/gid_map", groups);
+    }
+    return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("small", folder.c_str(), "tmpfs", 0, "size=16k") == 0;
+}
+
+void fillAndProtectDisk(const TestFolder& disk) {
+    const auto holdsSample = [&] {
+        QVXPresetRecord record{};
+        return loadPreset(disk / "x.qvx", record) == PresetFault::None && record == sample();
+    };
+    const QVXPresetRecord& other = buildFactoryBank()[1];
+    EXPECT_EQ(savePreset(disk / "x", sample(), {}), PresetFault::None);
+    writeBytes(disk / "filler", std::string(1 << 16, '#'));
+    EXPECT_EQ(savePreset(disk / "x", other, {}), PresetFault::DiskFull);
+    EXPECT_EQ(savePreset(disk / "y", other, {}), PresetFault::DiskFull);
+    EXPECT_TRUE(holdsSample());
+    EXPECT_EQ(entriesIn(disk), 2u);  // no half file, no temporary one
+    std::filesystem::remove(disk / "filler");
+    EXPECT_EQ(savePreset(disk / "y", other, {}), PresetFault::None);
+
+    ASSERT_EQ(mount(nullptr, disk.path.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    EXPECT_EQ(savePreset(disk / "x", other, {}), PresetFault::ReadOnly);
+    EXPECT_EQ(savePreset(disk / "z", other, {}), PresetFault::ReadOnly);
+    EXPECT_EQ(renamePreset(disk / "x.qvx", "z"), PresetFault::ReadOnly);
+    EXPECT_EQ(deletePreset(disk / "x.qvx"), PresetFault::ReadOnly);
+    EXPECT_EQ(PresetFolders(disk / "new").ensureMainFolder(), PresetFault::ReadOnly);
+    EXPECT_TRUE(holdsSample());
+    EXPECT_EQ(entriesIn(disk), 2u);
+}
+
+TEST(PresetFile, DiskWithoutRoomOrWriteProtectedKeepsWhatItHolds) {
+    const TestFolder folder;
+    constexpr auto kNoDisk = static_cast<PresetFault>(99);
+    const auto outcome = inChild([&] {
+        if (!coverWithSmallDisk(folder.path)) return kNoDisk;
+        fillAndProtectDisk(folder);
+        return HasFailure() ? PresetFault::Failed : PresetFault::None;
+    });
+    if (outcome == kNoDisk) GTEST_SKIP() << "this user may not mount a small disk to fill";
+    EXPECT_EQ(outcome, PresetFault::None);
 }
 
 TEST(PresetFile, ReadOnlyFolderIsTold) {
@@ -231,6 +289,23 @@ TEST(PresetFolders, HoldsOutAgainstMany) {
     EXPECT_EQ(folders.list()[8].files[999].name, "1999");
     EXPECT_EQ(folders.locate(folder / "sub1007/1500.qvx"), (PresetLocation{kFromFolder, 8, 500}));
     EXPECT_EQ(folders.locate(folder / "sub1129/x.qvx"), (PresetLocation{kFromFolder, 0, -1}));
+}
+
+TEST(PresetFolders, FileIsFoundByWhateverPathItIsNamed) {
+    const TestFolder folder;
+    std::filesystem::create_directories(folder / "Sub");
+    writeBytes(folder / "Sub/One.qvx", "");
+    PresetFolders folders(folder.path);
+    folders.scan();
+    const PresetLocation place{kFromFolder, 1, 0};
+    EXPECT_EQ(folders.locate(folder / "Sub/../Sub/One.qvx"), place);
+#ifdef _WIN32
+    EXPECT_EQ(folders.locate(folder / "sUB/oNE.qvx"), place);
+#else
+    std::filesystem::create_symlink(folder / "Sub", folder / "link");
+    EXPECT_EQ(folders.locate(folder / "link/One.qvx"), place);
+#endif
+    EXPECT_EQ(folders.locate(folder / "Sub/two.qvx"), (PresetLocation{kFromFolder, 1, -1}));
 }
 
 TEST(PresetFolders, NothingThereIsAnEmptyMainFolder) {
