@@ -59,14 +59,14 @@ bundle() {
     cp build/manual/manual.html "$2/$name.vst3/Contents/Resources/"
 }
 
-# The licences under which parts of the binaries stand.
+# third_party SYSTEM: the licences under which parts of the binaries stand.
 third_party() {
     local sdk=${VST3_SDK_DIR:-$root/.deps/vst3sdk} file
+    local files=("$sdk/public.sdk/LICENSE.txt" "$sdk/vstgui4/LICENSE"
+        /usr/share/doc/libcli11-dev/copyright)
+    [[ $1 == windows ]] && files+=(/usr/share/doc/mingw-w64-common/copyright)
     cat packaging/third-party.txt
-    for file in "$sdk/public.sdk/LICENSE.txt" "$sdk/vstgui4/LICENSE" \
-        /usr/share/doc/libcli11-dev/copyright /usr/share/doc/libboost1.74-dev/copyright \
-        /usr/share/doc/mingw-w64-common/copyright; do
-        [[ -e $file ]] || continue
+    for file in "${files[@]}"; do
         printf '\n%s\n\n' "-------------------------------------------------------------------------"
         cat "$file"
     done
@@ -87,7 +87,7 @@ stage_folder() { # SYSTEM, PROGRAM, FOLDER, HOW TO INSTALL
     cp dist/presets/*.vstpreset "$3/presets"
     cp "dist/bin/$2" "$3/bin"
     cp LICENSE build/manual/manual.pdf "$3"
-    third_party >"$3/third-party.txt"
+    third_party "$1" >"$3/third-party.txt"
 }
 
 stage_windows() {
@@ -215,7 +215,7 @@ for file in "$out"/corvane-qvx77x*; do
     case $file in
     *.zip) unzip -Z1 "$file" | grep -v '/$' | contents ;;
     *.tar.xz) tar -tf "$file" | grep -v '/$' | contents ;;
-    *.deb) dpkg-deb -c "$file" | awk '$1 !~ /^d/ {sub(/^([^ ]+ +){5}/, ""); print}' | contents ;;
+    *.deb) dpkg-deb --fsys-tarfile "$file" | tar -t | grep -v '/$' | contents ;;
     *.exe) sed -n '/InstallFiles/,/macroend/s/^File .*\/'"$stem"'\/\(.*\)"$/\1/p' \
         "$stage/files.nsh" | contents ;;
     esac
