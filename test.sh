@@ -68,7 +68,7 @@ suite() {
 }
 
 sets=(build test)
-[[ $quick ]] || sets+=(windows fuzz)
+[[ $quick ]] || sets+=(windows fuzz package)
 if ! step "Setting up" scripts/setup.sh "${sets[@]}"; then
     echo "0 passed, 1 failed"
     exit 1
@@ -93,6 +93,8 @@ else
     # Under Wine what concerns the module; the command line and drawing are tested on Linux.
     suite windows -E '^(corvane_tools_test|gui-tests|dsp_match_tests|validator)'
     check "Checking the Windows artefacts" scripts/check-artefacts.sh windows
+    check "Making the packages" ./package.sh
+    check "Checking the packages" scripts/check-packages.sh
     targets=("${sanitized[@]}")
     # Unoptimised and watched, the long renders of the other engine tests would take an hour.
     suite asan -R '^((params|plugin|presets|platform)-tests|dsp_tests\.Engine(Loop|Robustness|Direction))'

@@ -212,7 +212,7 @@ def parameter_table(unit):
     for number, title, short, units, _, default, flags, values in unit.parameters():
         if "hidden" in flags or "program" in flags:
             continue
-        span = " to ".join(names.get(v, v).replace("-", "−") for v in values.split(" ... ")) \
+        span = " to ".join(names.get(v, v).replace("-", "−").rstrip(".") for v in values.split(" ... ")) \
             if " ... " in values else values.replace("|", "\\|")
         # An amount of kilohertz is written "6k0".
         if units and units != "Hz" or units == "Hz" and "k" not in values:
