@@ -4,6 +4,7 @@
 
 #include <boost/endian/conversion.hpp>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 
@@ -144,6 +145,19 @@ std::vector<std::byte> serialisePreset(const QVXPresetRecord& record, uint32_t l
         out.word(0);
     }
     return std::move(out.written);
+}
+
+void renameBlob(std::span<std::byte> bytes, std::string_view name) {
+    const auto blob = openBlob(bytes);
+    if (!blob) return;
+    QVXPresetRecord named{};
+    setPresetName(named, name);
+    walkChunks(*blob, [&](ChunkType type, Bytes body) {
+        const auto place = static_cast<std::size_t>(body.data() - bytes.data());
+        if (type == ChunkType::Name)
+            std::ranges::copy(std::as_bytes(std::span(named.name)), bytes.begin() + place);
+        return true;
+    });
 }
 
 BlobResult applyPresetBlob(Bytes bytes, QVXPresetRecord& record) {

@@ -73,6 +73,9 @@ void takeName(QVXPresetRecord& record, std::span<const std::byte> nameBody);
 std::vector<std::byte> serialisePreset(const QVXPresetRecord& record, uint32_t listWord,
                                        uint32_t presetWord);
 
+// Gives the preset in these bytes another name and leaves all else as it is.
+void renameBlob(std::span<std::byte> bytes, std::string_view name);
+
 // Memo flavour: not-a-number becomes 0, any other value out of range rejects the whole blob. Only
 // the current magic is taken.
 BlobResult applyPresetBlob(std::span<const std::byte> bytes, QVXPresetRecord& record);

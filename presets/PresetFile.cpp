@@ -37,15 +37,17 @@ bool isDeviceName(std::string_view name) {
     return port && stem.size() == 4 && stem[3] >= '0' && stem[3] <= '9';
 }
 
+bool isTaken(BlobResult result) {
+    return result == BlobResult::Applied || result == BlobResult::AppliedInPart;
+}
+
 }  // namespace
 
 PresetFault loadPreset(const Path& file, QVXPresetRecord& record) {
     std::vector<std::byte> bytes;
     if (const auto error = readFile(file, kMostBytes, bytes))
         return presetFault(error, PresetFault::NotFound);
-    const BlobResult result = readPreset(bytes, record);
-    const bool taken = result == BlobResult::Applied || result == BlobResult::AppliedInPart;
-    return taken ? PresetFault::None : PresetFault::NotAPreset;
+    return isTaken(readPreset(bytes, record)) ? PresetFault::None : PresetFault::NotAPreset;
 }
 
 PresetFault loadPresetFile(const Path& mainFolder, std::string_view name,
@@ -71,7 +73,17 @@ PresetFault savePreset(const Path& file, const QVXPresetRecord& record,
 PresetFault renamePreset(const Path& file, std::string_view newName) {
     if (!isFileName(newName)) return PresetFault::BadName;
     const Path target = withPresetExtension(file.parent_path() / pathFromUtf8(newName));
-    return presetFault(renameFile(file, target), PresetFault::NotFound);
+    if (const auto error = renameFile(file, target))
+        return presetFault(error, PresetFault::NotFound);
+    std::vector<std::byte> bytes;
+    QVXPresetRecord record{};
+    const bool whole = !readFile(target, kMostBytes, bytes) && bytes.size() < kMostBytes;
+    if (whole && isTaken(readPreset(bytes, record)) &&
+        isNamedAfter(record, utf8FromPath(file.stem()))) {
+        renameBlob(bytes, newName);
+        replaceFile(target, bytes);  // a file that refuses keeps the old name inside
+    }
+    return PresetFault::None;
 }
 
 PresetFault deletePreset(const Path& file) {
@@ -98,6 +110,12 @@ std::string fileNameFor(std::string_view presetName) {
     name.erase(0, std::min(name.size(), name.find_first_not_of(" .")));
     if (isDeviceName(name)) name.insert(0, "-");
     return name.empty() ? "Preset" : name;
+}
+
+bool isNamedAfter(const QVXPresetRecord& record, std::string_view fileName) {
+    QVXPresetRecord named{};
+    setPresetName(named, fileName);
+    return presetName(record) == presetName(named) || fileNameFor(presetName(record)) == fileName;
 }
 
 bool hasPresetExtension(const Path& file) {

@@ -27,7 +27,8 @@ PresetFault loadPresetFile(const std::filesystem::path& mainFolder, std::string_
 PresetFault savePreset(const std::filesystem::path& file, const QVXPresetRecord& record,
                        const PresetLocation& location);
 
-// The new name is UTF-8 without the extension; the file stays in its folder and replaces none.
+// The new name is UTF-8 without the extension; the file stays in its folder and replaces none. A
+// preset that was named after its file stays so.
 PresetFault renamePreset(const std::filesystem::path& file, std::string_view newName);
 PresetFault deletePreset(const std::filesystem::path& file);
 
@@ -35,6 +36,10 @@ PresetFault deletePreset(const std::filesystem::path& file);
 bool isFileName(std::string_view name);
 // The nearest such name to a preset's name, without the extension; never empty.
 std::string fileNameFor(std::string_view presetName);
+
+// Whether the preset has the name of a file that is called `fileName`, without the extension, as
+// far as either can hold what the other does.
+bool isNamedAfter(const QVXPresetRecord& record, std::string_view fileName);
 
 bool hasPresetExtension(const std::filesystem::path& file);
 std::filesystem::path withPresetExtension(std::filesystem::path file);

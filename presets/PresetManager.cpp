@@ -294,14 +294,16 @@ PresetFault PresetManager::save(const Path& file) {
     const Path target = withPresetExtension(file);
     QVXPresetRecord record = current();
     const std::string fileName = utf8FromPath(target.stem());
-    if (fileName != fileNameFor(presetName(record))) setPresetName(record, fileName);
+    if (!isNamedAfter(record, fileName)) setPresetName(record, fileName);
     const auto fault = savePreset(target, record, location());
     if (fault != PresetFault::None) return fault;
     rescan({}, {});
     SetupSlot& slot = slots.active();
     slot.current = record;
     const PresetLocation place = folders.locate(target);
-    if (place.preset != kNotListed) slot.location = place;
+    slot.location = place.preset != kNotListed
+                        ? place
+                        : PresetLocation{slot.location.source, slot.location.list, kNotListed};
     slot.loaded = slot.current;
     slot.modified = false;
     host.presetsChanged();
@@ -321,12 +323,25 @@ PresetFault PresetManager::renameFile(const PresetLocation& place, std::string_v
     Path file;
     if (const auto fault = fileAt(place, file); fault != PresetFault::None) return fault;
     const auto fault = renamePreset(file, newName);
-    if (fault == PresetFault::None)
+    if (fault == PresetFault::None) {
+        renameSetups(place, utf8FromPath(file.stem()), newName);
         rescan(file, withPresetExtension(file.parent_path() / pathFromUtf8(newName)));
-    else
+    } else {
         rescan({}, {});
+    }
     host.presetsChanged();
     return fault;
+}
+
+// Setups that come from a file and have its name follow it.
+void PresetManager::renameSetups(const PresetLocation& place, std::string_view fileName,
+                                 std::string_view newName) {
+    for (const Setup setup : {Setup::A, Setup::B}) {
+        SetupSlot& slot = slots.slot(setup);
+        if (slot.location != place) continue;
+        for (QVXPresetRecord* record : {&slot.current, &slot.loaded})
+            if (isNamedAfter(*record, fileName)) setPresetName(*record, newName);
+    }
 }
 
 PresetFault PresetManager::deleteFile(const PresetLocation& place) {

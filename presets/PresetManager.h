@@ -88,8 +88,8 @@ class PresetManager {
     void selectSetup(double controlValue);  // B from 0.5 up
     void copyAB(int direction);             // 0 copies B over A, anything else A over B
 
-    // Files. Saving makes the file the place that the setup comes from, and gives the setup the
-    // file's name unless it is the one that was proposed.
+    // Files. Saving makes the file the place that the setup comes from, listed or not, and gives
+    // the setup the file's name unless it is the one that was proposed.
     std::string proposedFileName() const;  // with the extension
     const std::filesystem::path& mainFolder() const { return folders.mainFolder(); }
     PresetFault ensureMainFolder() const { return folders.ensureMainFolder(); }
@@ -115,6 +115,8 @@ class PresetManager {
     void stepHistory(bool (UndoHistory::*move)(SetupSlot&));
     void scanOnce();
     void rescan(const std::filesystem::path& renamed, const std::filesystem::path& newFile);
+    void renameSetups(const PresetLocation& place, std::string_view fileName,
+                      std::string_view newName);
     void updateModified();
     int32_t listSize(const PresetLocation& place);
     PresetFault fileAt(const PresetLocation& place, std::filesystem::path& file);

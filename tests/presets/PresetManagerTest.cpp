@@ -358,6 +358,38 @@ TEST_F(PresetManagerTest, SavingNamesTheSetupAfterTheFile) {
 
     EXPECT_EQ(manager.save(folder / "nowhere" / "c.qvx"), PresetFault::NoFolder);
     EXPECT_EQ(manager.nameDisplay(), "01: Ein viel zu langer Näm");
+    const TestFolder elsewhere;
+    EXPECT_EQ(manager.save(elsewhere / "copy.qvx"), PresetFault::None);
+    EXPECT_EQ(manager.nameDisplay(), "CP:copy");
+}
+
+TEST_F(PresetManagerTest, RenamingAFileRenamesThePresetThatIsNamedAfterIt) {
+    const auto shownAfterChoosing = [&](int32_t preset) {
+        choose(basic(0));
+        choose({kFromFolder, 0, preset});
+        return manager.nameDisplay();
+    };
+    ASSERT_EQ(manager.save(folder / "one.qvx"), PresetFault::None);
+    host.turn(kMix, 0.125);
+    ASSERT_EQ(manager.renameFile({kFromFolder, 0, 0}, "two"), PresetFault::None);
+    EXPECT_EQ(manager.nameDisplay(), "00: two");
+    EXPECT_TRUE(manager.modified());
+    EXPECT_EQ(shownAfterChoosing(0), "00: two");
+    EXPECT_EQ(host.values[kMix], 0.5);
+    manager.setName("my own");
+    ASSERT_EQ(savePreset(folder / "two", manager.current(), {}), PresetFault::None);
+    ASSERT_EQ(manager.renameFile({kFromFolder, 0, 0}, "three"), PresetFault::None);
+    EXPECT_EQ(shownAfterChoosing(0), "00: my own");
+
+    // A file of the earlier version changes in nothing but its name.
+    const auto legacy = [](std::string_view name) {
+        return BlobBytes::legacy().name(name).parameter(6, 0.25f).text;
+    };
+    writeBytes(folder / "old.qvx", legacy("old"));
+    manager.refreshFolders();
+    ASSERT_EQ(manager.renameFile({kFromFolder, 0, 0}, "older"), PresetFault::None);
+    EXPECT_EQ(shownAfterChoosing(0), "00: older");
+    EXPECT_EQ(readBytes(folder / "older.qvx"), legacy("older"));
 }
 
 TEST_F(PresetManagerTest, FilesThatWentOrAreNoPresetsAreToldAndChangeNothing) {
