@@ -127,6 +127,7 @@ nsis_files() {
         case $file in
         "$name.vst3"/*) target="\$Plugins/$file" ;;
         presets/*) target="\$Presets/${file#presets/}" ;;
+        readme.txt) continue ;; # tells how to do without an installer
         bin/*) target="\$INSTDIR/${file#bin/}" ;;
         *) target="\$INSTDIR/$file" ;;
         esac

@@ -121,10 +121,12 @@ wineserver_end() {
     return 0
 }
 
-# What of ours, or of the user's, is on the disk.
+# Files of ours, or of the user's, on the disk.
 on_disk() {
-    (cd "$WINEPREFIX/drive_c" && find . -path '*[Qq]uorvant*' -o -path '*VST3*' -o -path '*orvane*' |
-        grep -v '^\./windows/' | sort)
+    # The user's own folders are links to those of the system.
+    find -L "$WINEPREFIX/drive_c" -type f \
+        \( -path '*[Qq]uorvant*' -o -path '*VST3*' -o -path '*orvane*' \) \
+        ! -path "$WINEPREFIX/drive_c/windows/*" | sort
 }
 
 check_zip() {
@@ -179,8 +181,7 @@ check_installer() {
         [[ -e $presetFolder/mine.vstpreset ]] || fail "an update takes the user's preset"
         on_windows "$program/uninstall.exe" /S
         wineserver -w
-        same "left by the installer $option" "$(on_disk | grep -v '/$' | while IFS= read -r file; do
-            [[ -f $c/$file ]] && echo "$c/${file#./}"; done)" \
+        same "left by the installer $option" "$(on_disk)" \
             "$(printf '%s\n' "$presetFolder/mine.vstpreset" "$made/mine.qvx" | sort)"
         on_windows reg query "$hive\\$key" >/dev/null &&
             fail "installer $option: still in the list of programs"
