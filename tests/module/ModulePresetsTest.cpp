@@ -123,7 +123,9 @@ TEST(ModulePresets, DamagedControllerStatesAreIgnoredWhole) {
         const auto result = rig.plugin->setControllerState(bytes);
         const auto after = rig.plugin->controllerState();
         ASSERT_TRUE(after);
-        if (result != Steinberg::kResultOk) EXPECT_EQ(*after, *before) << round;
+        if (result != Steinberg::kResultOk) {
+            EXPECT_EQ(*after, *before) << round;
+        }
         EXPECT_EQ(rig.plugin->setControllerState(*after), Steinberg::kResultOk);
     }
     EXPECT_EQ(rig.plugin->setControllerState(*good), Steinberg::kResultOk);
