@@ -110,10 +110,19 @@ check_deb() {
     lintian --allow-root --fail-on error,warning "$package"
 }
 
-export WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml='
+export WINEPREFIX=$work/wine WINEDEBUG=-all WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe='
 
 on_windows() {
     env -u DISPLAY wine "$@" </dev/null 2>/dev/null | tr -d '\r'
+}
+
+make_windows() {
+    env -u DISPLAY wineboot -i </dev/null >/dev/null 2>&1
+    wineserver -w
+    # Folders of its own instead of links to those of the system's user.
+    local link
+    while IFS= read -r link; do rm "$link" && mkdir "$link"; done \
+        < <(find "$WINEPREFIX/drive_c/users" -type l)
 }
 
 wineserver_end() {
@@ -123,8 +132,7 @@ wineserver_end() {
 
 # Files of ours, or of the user's, on the disk.
 on_disk() {
-    # The user's own folders are links to those of the system.
-    find -L "$WINEPREFIX/drive_c" -type f \
+    find "$WINEPREFIX/drive_c" -type f \
         \( -path '*[Qq]uorvant*' -o -path '*VST3*' -o -path '*orvane*' \) \
         ! -path "$WINEPREFIX/drive_c/windows/*" | sort
 }
@@ -206,8 +214,7 @@ END
 )"
 check_tarball
 check_deb
-env -u DISPLAY wineboot -i </dev/null >/dev/null 2>&1
-wineserver -w
+make_windows
 check_zip
 check_installer
 HOME=$(getent passwd "$(id -u)" | cut -d: -f6) check_again
