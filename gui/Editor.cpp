@@ -18,6 +18,20 @@ constexpr uint32_t kMessageTime = 4000;  // ms
 constexpr int kZoomSteps[] = {50, 75, 100, 125, 150, 175, 200, 250, 300};
 constexpr char kManualAddress[] = "https://www.quorvant.example/corvane-qvx77x/manual";
 
+// Holds all views. Where several rectangles are drawn in one go, VSTGUI's Windows side leaves each
+// one's clip in force while it clears the next; a last stroke of nothing leaves a clip that
+// contains them all.
+class Root final : public VSTGUI::CViewContainer {
+  public:
+    explicit Root(const CRect& size) : CViewContainer(size) { setTransparency(true); }
+    void drawRect(VSTGUI::CDrawContext* context, const CRect& update) override {
+        CViewContainer::drawRect(context, update);
+        context->setClipRect(getViewSize());
+        context->setFillColor(VSTGUI::kTransparentCColor);
+        context->drawRect(CRect(0.0, 0.0, 1.0, 1.0), VSTGUI::kDrawFilled);
+    }
+};
+
 // Tells tempo and rate at the end of the strip.
 class StatusLine final : public Control {
   public:
@@ -151,8 +165,7 @@ void Editor::close() {
 
 void Editor::build() {
     const CRect all(0.0, 0.0, Theme::kWidth, contentHeight());
-    root = new VSTGUI::CViewContainer(all);
-    root->setTransparency(true);
+    root = new Root(all);
     bar = new PresetBar(CRect(0.0, 0.0, Theme::kWidth, Theme::kBarHeight), *this, actions);
     bar->setZoomText(std::to_string(zoom) + " %");
     bar->setMessage(message);

@@ -4,15 +4,20 @@
 # Wine's own and, in the place of Arial, Liberation Sans.
 set -euo pipefail
 
-here=$(cd "$(dirname "$0")" && pwd)
-export WINEPREFIX=${WINEPREFIX:-$here/../build/wineprefix-window}
+root=$(cd "$(dirname "$0")/.." && pwd)
+export WINEPREFIX=${WINEPREFIX:-$root/build/wineprefix-window}
 export WINEDEBUG=${WINEDEBUG:--all} WINEDLLOVERRIDES='mscoree,mshtml='
-mkdir -p "$WINEPREFIX"
-WINEPREFIX=$(cd "$WINEPREFIX" && pwd)
 
-# One program at a time: the display and Wine's server end with it.
-exec 9>"$WINEPREFIX.lock"
-flock 9
+if [[ ${1:-} != --with-display ]]; then
+    # One program at a time: the display and Wine's server end with it.
+    mkdir -p "$WINEPREFIX"
+    exec 9>"$WINEPREFIX.lock"
+    flock 9
+    xvfb-run -a -s "-screen 0 3200x1600x24 -nolisten tcp -noreset" "$0" --with-display "$@" \
+        </dev/null 9>&-
+    exit
+fi
+shift
 
 prepare() {
     wineboot -i
@@ -25,17 +30,10 @@ prepare() {
     wineserver -w
     touch "$WINEPREFIX/.complete"
 }
-export -f prepare
 
-run() {
-    [[ -e $WINEPREFIX/.complete ]] || prepare >/dev/null 2>&1
-    local status=0
-    wine "$@" || status=$?
-    wineserver -k || true
-    wineserver -w
-    return "$status"
-}
-export -f run
-
-xvfb-run -a -s "-screen 0 3200x1600x24 -nolisten tcp -noreset" \
-    bash -c 'set -e; run "$@"' run "$@" </dev/null 9>&-
+[[ -e $WINEPREFIX/.complete ]] || prepare >/dev/null 2>&1
+status=0
+wine "$@" || status=$?
+wineserver -k || true
+wineserver -w
+exit "$status"

@@ -107,6 +107,7 @@ Result<> drawEditor(EditorWindow& window, Playback& playback, const EditorOption
         window.point(Pointer::Press, x, y);
         window.point(Pointer::Release, x, y);
         window.runUntil([] { return false; }, kAfterClick);
+        if (auto played = playback.play(kPictureSeconds); !played) return played;
     }
     const Pixels pixels = settledPixels(window);
     if (!hasContent(pixels)) return Error{"the editor's picture can't be read on this system"};

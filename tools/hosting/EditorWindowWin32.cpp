@@ -15,6 +15,8 @@ using std::chrono::milliseconds;
 
 constexpr wchar_t kClassName[] = L"CorvaneHostEditor";
 
+constexpr int kPlaces = 3, kStep = 400;  // pixels
+
 class Frame final : public FObject, public IPlugFrame {
   public:
     std::function<tresult(const ViewRect&)> onResize;
@@ -62,8 +64,10 @@ class Window final : public EditorWindow {
         attached = plugView->attached(window, kPlatformTypeHWND) == kResultOk;
         if (!attached) return Error{"the editor of " + name + " refused to open"};
         inner = GetWindow(window, GW_CHILD);
-        // Wine shows what Direct2D draws only in windows that stand on the desktop themselves.
-        if (underWine() && inner != nullptr) SetParent(inner, nullptr);
+        if (underWine() && inner != nullptr) standAlone();
+        ShowWindow(window, underWine() ? SW_SHOWNOACTIVATE : SW_SHOWNORMAL);
+        if (underWine())
+            SetWindowPos(window, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE);
         return {};
     }
 
@@ -146,8 +150,15 @@ class Window final : public EditorWindow {
                                nullptr, nullptr, type.hInstance, nullptr);
         if (window == nullptr) return false;
         SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-        ShowWindow(window, SW_SHOWNORMAL);
         return true;
+    }
+    // Wine shows what Direct2D draws only in windows that stand on the desktop themselves, and only
+    // where no other one covers them.
+    void standAlone() {
+        static int next = 0;
+        SetParent(inner, nullptr);
+        SetWindowPos(inner, HWND_TOP, 0, next * kStep, 0, 0, SWP_NOSIZE | SWP_NOACTIVATE);
+        next = (next + 1) % kPlaces;
     }
     static LRESULT CALLBACK handle(HWND window, UINT message, WPARAM first, LPARAM second) {
         auto* self = reinterpret_cast<Window*>(GetWindowLongPtrW(window, GWLP_USERDATA));
