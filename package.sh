@@ -157,7 +157,9 @@ nsis_files() {
 make_installer() {
     local files=$stage/files.nsh folder=$stage/windows/$stem
     nsis_files "$folder" >"$files"
+    /usr/bin/python3 scripts/installer-art.py "$stage/art"
     makensis -V2 -WX -INPUTCHARSET UTF8 -DVERSION="$version" -DFILES="$files" \
+        -DART="$stage/art" \
         -DLICENCE="$folder/LICENSE" -DOUT="$out/$stem-windows-setup.exe" \
         -DSIZE="$(du -sk --apparent-size "$folder" | cut -f1)" packaging/windows/installer.nsi
 }

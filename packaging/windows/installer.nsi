@@ -1,5 +1,6 @@
 ; The Windows installer. Made by package.sh, which passes
 ;   VERSION  of the product, OUT  the file to write, LICENCE  the file to show, SIZE  in KiB,
+;   ART      the folder with the pictures,
 ;   FILES    a script with the macros InstallFiles and RemoveFiles: what is installed, file by file.
 ;
 ; Silent:   SETUP.exe /S                  for all users (needs an administrator)
@@ -45,6 +46,14 @@ Var Plugins   ; the folder that hosts scan
 Var Presets   ; where hosts look for a product's presets
 
 !define MUI_ABORTWARNING
+!define MUI_ICON "${ART}/icon.ico"
+!define MUI_UNICON "${ART}/icon.ico"
+!define MUI_HEADERIMAGE
+!define MUI_HEADERIMAGE_RIGHT
+!define MUI_HEADERIMAGE_BITMAP "${ART}/head.bmp"
+!define MUI_HEADERIMAGE_UNBITMAP "${ART}/head.bmp"
+!define MUI_WELCOMEFINISHPAGE_BITMAP "${ART}/side.bmp"
+!define MUI_UNWELCOMEFINISHPAGE_BITMAP "${ART}/side.bmp"
 !define MUI_LICENSEPAGE_TEXT_TOP "${NAME} is free software. Its licence:"
 !define MUI_LICENSEPAGE_BUTTON "&Next >"
 !define MUI_LICENSEPAGE_TEXT_BOTTOM "You need not accept the licence to use the plug-in; it says \
@@ -115,6 +124,7 @@ the plug-in loaded, and install again." /SD IDOK
 
     WriteRegStr SHCTX "${UNINSTALL_KEY}" DisplayName "${NAME}"
     WriteRegStr SHCTX "${UNINSTALL_KEY}" DisplayVersion "${VERSION}"
+    WriteRegStr SHCTX "${UNINSTALL_KEY}" DisplayIcon "$INSTDIR\uninstall.exe"
     WriteRegStr SHCTX "${UNINSTALL_KEY}" Publisher "${VENDOR}"
     WriteRegStr SHCTX "${UNINSTALL_KEY}" URLInfoAbout "https://www.quorvant.example"
     WriteRegStr SHCTX "${UNINSTALL_KEY}" InstallLocation "$INSTDIR"
