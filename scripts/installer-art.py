@@ -100,7 +100,7 @@ def main():
     (folder / "side.bmp").write_bytes(
         bitmap(draw(164, 314, [(82, 96, 50), (46, 190, 18), (118, 190, 18)], panel)))
     (folder / "head.bmp").write_bytes(
-        bitmap(draw(150, 57, [(121, 28.5, 22)], lambda share: (255, 255, 255))))
+        bitmap(draw(150, 57, [(124, 28.5, 18)], lambda share: (255, 255, 255))))
 
 
 if __name__ == "__main__":
