@@ -140,6 +140,12 @@ void PresetManager::refreshFolders() {
     host.presetsChanged();
 }
 
+template <typename Visit>
+void PresetManager::forEachSetup(Visit&& visit) {
+    for (const Setup setup : {Setup::A, Setup::B}) visit(slots.slot(setup));
+    history.forEachSetup(visit);
+}
+
 void PresetManager::rescan(const Path& renamed, const Path& newFile) {
     const PresetFolders before = folders;
     folders.scan();
@@ -153,8 +159,7 @@ void PresetManager::rescan(const Path& renamed, const Path& newFile) {
         const auto list = static_cast<std::size_t>(place.list);
         if (list < before.list().size()) place = folders.locate(before.list()[list].path / "");
     };
-    for (const Setup setup : {Setup::A, Setup::B}) follow(slots.slot(setup).location);
-    history.forEachLocation(follow);
+    forEachSetup([&](SetupSlot& slot) { follow(slot.location); });
 }
 
 // Changes of preset
@@ -336,12 +341,11 @@ PresetFault PresetManager::renameFile(const PresetLocation& place, std::string_v
 // Setups that come from a file and have its name follow it.
 void PresetManager::renameSetups(const PresetLocation& place, std::string_view fileName,
                                  std::string_view newName) {
-    for (const Setup setup : {Setup::A, Setup::B}) {
-        SetupSlot& slot = slots.slot(setup);
-        if (slot.location != place) continue;
+    forEachSetup([&](SetupSlot& slot) {
+        if (slot.location != place) return;
         for (QVXPresetRecord* record : {&slot.current, &slot.loaded})
             if (isNamedAfter(*record, fileName)) setPresetName(*record, newName);
-    }
+    });
 }
 
 PresetFault PresetManager::deleteFile(const PresetLocation& place) {

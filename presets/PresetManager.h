@@ -115,6 +115,8 @@ class PresetManager {
     void stepHistory(bool (UndoHistory::*move)(SetupSlot&));
     void scanOnce();
     void rescan(const std::filesystem::path& renamed, const std::filesystem::path& newFile);
+    template <typename Visit>
+    void forEachSetup(Visit&& visit);
     void renameSetups(const PresetLocation& place, std::string_view fileName,
                       std::string_view newName);
     void updateModified();

@@ -28,12 +28,12 @@ class UndoHistory {
 
     void clear() { count = position = 0; }
 
-    // Visits every location that the history holds, so that it can be brought up to date.
+    // Visits every setup that the history holds, so that it can be brought up to date.
     template <typename Visit>
-    void forEachLocation(Visit&& visit) {
+    void forEachSetup(Visit&& visit) {
         for (auto& change : changes) {
-            visit(change.before.location);
-            visit(change.after.location);
+            visit(change.before);
+            visit(change.after);
         }
     }
 

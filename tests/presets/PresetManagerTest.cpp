@@ -375,6 +375,11 @@ TEST_F(PresetManagerTest, RenamingAFileRenamesThePresetThatIsNamedAfterIt) {
     EXPECT_EQ(manager.nameDisplay(), "00: two");
     EXPECT_TRUE(manager.modified());
     EXPECT_EQ(shownAfterChoosing(0), "00: two");
+    manager.undo();
+    manager.undo();  // what was saved as "one"
+    EXPECT_EQ(manager.nameDisplay(), "00: two");
+    manager.redo();
+    manager.redo();
     EXPECT_EQ(host.values[kMix], 0.5);
     manager.setName("my own");
     ASSERT_EQ(savePreset(folder / "two", manager.current(), {}), PresetFault::None);
