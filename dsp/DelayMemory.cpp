@@ -64,6 +64,26 @@ void DelayMemory::setLooping(bool on) {
     restartWriteFade(shareSoFar);
 }
 
+void DelayMemory::recordSilence(int count) {
+    if (!isPlain()) {
+        while (count-- > 0) tick(Pair{});
+        return;
+    }
+    // The written stretch may wrap, and so may the read index.
+    const int usable = length - 1;
+    readIndex = (readIndex + count) % usable;
+    for (; count > 0; count -= usable) {
+        const int run = std::min(count, usable), first = (writeIndex + 1) % usable;
+        const int beforeWrap = std::min(run, usable - first);
+        std::fill_n(cells + first, beforeWrap, Pair{});
+        std::fill_n(cells, run - beforeWrap, Pair{});
+        writeIndex = (writeIndex + run) % usable;
+    }
+    cells[usable] = cells[0];
+    lastRead = Pair{};
+    untouched = false;
+}
+
 // An empty memory has nothing to fade from: a note on its very first tick keeps its attack.
 void DelayMemory::restartWriteFade(double shareSoFar) {
     if (untouched) return;

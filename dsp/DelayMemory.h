@@ -5,6 +5,8 @@
 #include "dsp/Pair.h"
 #include "params/ParameterIndex.h"
 
+#include <limits>
+
 namespace Quorvant {
 
 // A value type: the audio loop works on a copy of it and stores it back. The cells belong to the
@@ -27,8 +29,16 @@ class DelayMemory {
                isOnCourse();
     }
     double delayTicks() const { return ticks; }
+    // After how many ticks without input only silence is left to be heard, on the present course.
+    int ticksToSilence() const {
+        if (looping || writeFade < 1.0) return std::numeric_limits<int>::max();
+        return isPlain() ? span : length;
+    }
 
     void storeTo(DelayMemory& memory) const { memory = *this; }
+
+    // That many ticks, 0 and up, without input; for a memory in which only silence is left.
+    void recordSilence(int count);
 
     // One tick: records `input`, returns the pair for the output history (read one tick ago).
     Pair tick(Pair input) {
@@ -106,35 +116,40 @@ class PlainTicks {
   public:
     explicit PlainTicks(const DelayMemory& memory)
         : cells(memory.cells),
-          usable(memory.length - 1),
-          writeIndex(memory.writeIndex),
-          readIndex(memory.readIndex),
-          looping(memory.looping),
+          top(memory.cells + memory.length - 1),
+          written(memory.cells + memory.writeIndex),
+          heard(memory.cells + memory.readIndex),
+          loop(atMost(both(memory.looping ? 0.0 : 1.0), both(0.0))),
           lastRead(memory.lastRead) {}
 
     Pair tick(Pair input) {
-        if (++writeIndex >= usable) writeIndex -= usable;
-        if (++readIndex >= usable) readIndex -= usable;
-        const Pair heard = cells[readIndex];
         const Pair old = lastRead;
-        const Pair written = looping ? old : input;
-        cells[writeIndex] = written;
-        if (writeIndex == 0) cells[usable] = written;
-        lastRead = heard;
+        lastRead = *stepped(heard);
+        const Pair kept = select(loop, old, input);
+        if (++written >= top) {
+            written -= top - cells;
+            if (written == cells) *top = kept;
+        }
+        *written = kept;
         return old;
     }
 
     void storeTo(DelayMemory& memory) const {
-        memory.writeIndex = writeIndex;
-        memory.readIndex = readIndex;
+        memory.writeIndex = static_cast<int>(written - cells);
+        memory.readIndex = static_cast<int>(heard - cells);
         memory.lastRead = lastRead;
         memory.untouched = false;
     }
 
   private:
-    Pair* cells;
-    int usable, writeIndex, readIndex;
-    bool looping;
+    Pair* stepped(Pair*& cell) const {
+        if (++cell >= top) cell -= top - cells;
+        return cell;
+    }
+
+    Pair *cells, *top;  // the ring's first and its topmost cell, which mirrors the first
+    Pair *written, *heard;
+    Pair loop;  // mask
     Pair lastRead;
 };
 

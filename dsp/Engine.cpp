@@ -78,8 +78,9 @@ void QVXCorvane77x_v2Effect::reset() {
     highCut.clear();
     clockFactor = restingClockFactor();
     clock.reset(clockFactor);
-    inputHistory = outputHistory = {};
+    recordedBefore = playedBefore = {};
     feedbackSignal = Pair{};
+    quietTicks = 0;
     repeats.reset();
     loopLamp = false;
     lastHostPosition.reset();

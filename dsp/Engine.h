@@ -49,6 +49,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
   private:
     static constexpr int kChunk = 64;  // frames rendered at a time
 
+    static constexpr int kSplineReach = 4;  // pairs that a spline looks at
     static constexpr double kLowestClockFactor = 1.0 / 16.0, kHighestClockFactor = 16.0;
 
     // One chunk's signals on their way through the engine. `controls` holds one entry for the whole
@@ -67,18 +68,21 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     enum class Clocking { Unison, Steady, Lfo, Envelope };
     struct Chunk {
         int frames = 0;
-        bool moving = false;
+        bool nothingIn = false;  // and nothing left of what came in
+        bool moving = false;     // controls
+        bool silent = false;
         Stages stages = Stages::Light;
         Clocking clocking = Clocking::Steady;
         std::array<ControlFrame, kChunk> controls;
         std::array<Pair, kChunk> input;      // main input as the host gave it
-        std::array<Pair, kChunk> side;       // side-chain input
+        std::array<Pair, kChunk> side;       // side-chain input, later its blend with processed
         std::array<Pair, kChunk> dry;        // input times gain
         std::array<Pair, kChunk> processed;  // filtered, later with feedback and level stage
         std::array<Pair, kChunk> delayed;
-        std::array<Pair, kChunk> sideChain;  // blend of processed and side
+        const Pair* sideChain = nullptr;  // that blend
         std::array<Pair, kChunk> output;
-        std::array<double, kChunk> lfo;  // phase, later the modulation term
+        std::array<double, kChunk> lfo;           // the modulation term before Depth
+        std::array<double, kChunk> factor, step;  // of the clock, while the LFO alone bends it
         const ControlFrame& control(int frame) const { return controls[moving ? frame : 0]; }
     };
 
@@ -90,10 +94,17 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void beginRepeat();
 
     void renderChunk(Chunk& chunk);
+    bool hasForgotten() const;
+    void passSilence(Chunk& chunk);
+    void noteSilence(const Chunk& chunk);
+    void noteHeadroom();
     void fillControls(Chunk& chunk);
     void filterInput(Chunk& chunk);
     void convertSideChain(Chunk& chunk);
     void runLfo(Chunk& chunk);
+    void bendClock(Chunk& chunk) const;
+    double bentFactor(const ControlFrame& control, double lfoTerm, bool inverted,
+                      double root) const;
     template <typename Memory>
     void runMemoryOn(Memory cells, Chunk& chunk);
     template <Stages kStages, typename Memory>
@@ -153,9 +164,11 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     MemoryClock clock;
     std::vector<Pair> memoryCells;
     DelayMemory memory;
-    PairHistory inputHistory, outputHistory;
+    std::array<Pair, kSplineReach> recordedBefore{}, playedBefore{};
     HighCut highCut;
     Pair feedbackSignal{};
+    int chunkTicks = 0;  // of the memory, in the last chunk
+    int quietTicks = 0;  // since anything was recorded
 
     // Loop and activity. A synced loop engages later than infRepeat is switched on.
     RepeatCounter repeats;

@@ -5,19 +5,34 @@
 #include "dsp/FastMath.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <limits>
+#include <type_traits>
 
 namespace Quorvant {
 
 namespace {
 
 constexpr double kLargestSample = 1024.0;  // +60 dBFS
+// What is below can go: -200 dBFS, and far less where the envelope, which takes a root of it, bends
+// the clock.
+constexpr double kSilence = 1e-10, kSilenceOfEnvelope = 1e-30;
 constexpr double kFlashSeconds = 0.05;
 constexpr double kQuarterTurn = 1.5707963705062866;  // pi/2 in single precision, intended
 
 // What is not finite, or absurdly large, is read as silence before any filter can keep it.
 Pair sane(Pair p) {
     return keepWhere(atMost(absolute(p), both(kLargestSample)), p);
+}
+
+// True where all samples are zero, of either sign.
+template <typename Sample>
+bool isZero(const Sample* samples, int frames) {
+    using Bits = std::conditional_t<sizeof(Sample) == 4, uint32_t, uint64_t>;
+    Bits any = 0;
+    for (int i = 0; i < frames; ++i) any |= std::bit_cast<Bits>(samples[i]);
+    return (any << 1) == 0;
 }
 
 template <typename Sample>
@@ -64,11 +79,18 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
         const Sample* mainRight = channel(in[1], mainLeft, at);
         const Sample* sideLeft = channel(in[2], mainLeft, at);
         const Sample* sideRight = channel(in[3], in[2] ? sideLeft : mainRight, at);
-        load(mainLeft, mainRight, chunk.input.data(), n);
-        if (in[2])
-            load(sideLeft, sideRight, chunk.side.data(), n);
-        else
-            std::copy_n(chunk.input.data(), n, chunk.side.data());
+        chunk.nothingIn = hasForgotten() && isZero(mainLeft, n) && isZero(mainRight, n) &&
+                          (!in[2] || (isZero(sideLeft, n) && isZero(sideRight, n)));
+        if (chunk.nothingIn) {
+            chunk.input.fill(Pair{});
+            chunk.side.fill(Pair{});
+        } else {
+            load(mainLeft, mainRight, chunk.input.data(), n);
+            if (in[2])
+                load(sideLeft, sideRight, chunk.side.data(), n);
+            else
+                std::copy_n(chunk.input.data(), n, chunk.side.data());
+        }
 
         renderChunk(chunk);
 
@@ -79,7 +101,10 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
             continue;
         }
         if (suspended || suspension > 0.0) crossfadeSuspension(chunk, suspended);
-        if (out[0] && out[1]) {
+        if (chunk.silent && suspension <= 0.0) {
+            for (Sample* zeroed : {out[0], out[1]})
+                if (zeroed) std::fill_n(zeroed + at, n, Sample{0});
+        } else if (out[0] && out[1]) {
             for (int i = 0; i < n; ++i) {
                 out[0][at + i] = static_cast<Sample>(left(chunk.output[i]));
                 out[1][at + i] = static_cast<Sample>(right(chunk.output[i]));
@@ -162,17 +187,73 @@ int QVXCorvane77x_v2Effect::countRepeats(int frames) {
 
 void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
     fillControls(chunk);
+    chunk.clocking = clockingOf(chunk);
+    chunk.silent = chunk.nothingIn && !chunk.moving && !converts(chunk.stages);
+    if (chunk.silent) return passSilence(chunk);
     filterInput(chunk);
     convertSideChain(chunk);
-    chunk.clocking = clockingOf(chunk);
     runLfo(chunk);
+    if (chunk.clocking == Clocking::Lfo) bendClock(chunk);
     if (memory.isPlain())
         runMemoryOn(PlainTicks(memory), chunk);
     else
         runMemoryOn(DelayMemory(memory), chunk);
+    noteSilence(chunk);
     measure(chunk);
     if (chunk.clocking != Clocking::Envelope) followLevels(chunk);
     mixOutput(chunk);
+}
+
+// Counts for how long nothing has gone to the memory. The hiss of the converters never ends.
+void QVXCorvane77x_v2Effect::noteSilence(const Chunk& chunk) {
+    const double limit = chunk.clocking == Clocking::Envelope ? kSilenceOfEnvelope : kSilence;
+    const bool quiet = !converts(chunk.stages) && largest(processedPeak) < limit;
+    quietTicks = quiet ? std::min(quietTicks, std::numeric_limits<int>::max() / 2) + chunkTicks : 0;
+}
+
+// True when nothing that came in is left to be heard.
+bool QVXCorvane77x_v2Effect::hasForgotten() const {
+    return quietTicks > memory.ticksToSilence() && inputLimiter.hasForgotten(kSilence) &&
+           outputLimiter.hasForgotten(kSilence) && sideChainLimiter.hasForgotten(kSilence);
+}
+
+// What goes on in silence: the LFO, the clock, the memory's indices and the fading envelope.
+void QVXCorvane77x_v2Effect::passSilence(Chunk& chunk) {
+    runLfo(chunk);
+    if (chunk.clocking == Clocking::Lfo) bendClock(chunk);
+    if (chunk.clocking == Clocking::Envelope) {
+        const bool inverted = isOn(kEnvInvert);
+        envelope.beginBending(levelFactor);
+        for (int i = 0; i < chunk.frames; ++i) {
+            envelope.followBending(0.0);
+            chunk.factor[i] =
+                bentFactor(chunk.controls[0], chunk.lfo[i], inverted, envelope.bendingRoot());
+        }
+    } else {
+        for (int i = 0; i < chunk.frames; ++i) envelope.follow(0.0);
+    }
+    const auto count = [this](double) { ++chunkTicks; };
+    chunkTicks = 0;
+    clockFactor = restingClockFactor();
+    if (chunk.clocking == Clocking::Unison) {
+        chunkTicks = chunk.frames;
+    } else if (chunk.clocking == Clocking::Steady) {
+        for (int i = 0; i < chunk.frames; ++i) clock.advance(clockFactor, count);
+    } else {
+        for (int i = 0; i < chunk.frames; ++i) clock.advance(clockFactor = chunk.factor[i], count);
+    }
+    memory.recordSilence(chunkTicks);
+
+    inputFilter.clear();
+    legacyStage.clear();
+    for (Limiter* limiter : {&inputLimiter, &outputLimiter, &sideChainLimiter}) limiter->clear();
+    coupling.clear();
+    highCut.clear();
+    feedbackSignal = processedPeak = Pair{};
+    recordedBefore = playedBefore = {};
+    noteSilence(chunk);
+    noteHeadroom();
+    chunk.output.fill(Pair{});
 }
 
 // Of an unmodulated clock: host samples a tick.
@@ -256,21 +337,44 @@ void QVXCorvane77x_v2Effect::convertSideChain(Chunk& chunk) {
     }
 }
 
+// What the LFO adds to the clock, before Depth: a sine below the middle of Waveform, a square
+// above.
 void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk) {
-    for (int i = 0; i < chunk.frames; ++i) chunk.lfo[i] = lfo.next();
-    if (chunk.clocking < Clocking::Lfo) return;
-    for (int i = 0; i < chunk.frames; i += 2) {
-        const int second = std::min(i + 1, chunk.frames - 1);
-        const Pair sine = FastMath::sin(makePair(chunk.lfo[i], chunk.lfo[second]));
-        const auto wave = [&](int frame, double sineValue) {
-            const double fromCentre = chunk.control(frame).waveform - 0.5;
-            if (fromCentre < 0.0) return sineValue * fromCentre;
-            return chunk.lfo[frame] > 0.0 ? -fromCentre : fromCentre;
-        };
-        const double firstWave = wave(i, left(sine));
-        chunk.lfo[second] = wave(second, right(sine));
-        chunk.lfo[i] = firstWave;
+    if (chunk.clocking < Clocking::Lfo) return lfo.advance(chunk.frames);
+    const double settled = chunk.controls[0].waveform - 0.5;
+    if (!chunk.moving && settled < 0.0)
+        return lfo.fillSine(chunk.lfo.data(), chunk.frames, settled);
+    for (int i = 0; i < chunk.frames; ++i) {
+        const double phase = lfo.next(), fromCentre = chunk.control(i).waveform - 0.5;
+        chunk.lfo[i] = fromCentre < 0.0 ? left(FastMath::sin(both(phase))) * fromCentre
+                       : phase > 0.0    ? -fromCentre
+                                        : fromCentre;
     }
+}
+
+// The clock of a chunk that the LFO alone bends.
+void QVXCorvane77x_v2Effect::bendClock(Chunk& chunk) const {
+    const double depth = chunk.controls[0].depth;  // nothing moves here
+    for (int i = 0; i < chunk.frames; i += 2) {
+        const Pair factor =
+            clamped((loadTwo(&chunk.lfo[i]) * both(depth) + both(vcoRatio)) * both(x2Factor),
+                    kLowestClockFactor, kHighestClockFactor);
+        storeTwo(&chunk.factor[i], factor);
+        storeTwo(&chunk.step[i], both(1.0) / factor);
+    }
+}
+
+// The clock's factor where the envelope bends it, too. Arranged so that little waits for the root,
+// which waits for everything else.
+double QVXCorvane77x_v2Effect::bentFactor(const ControlFrame& control, double lfoTerm,
+                                          bool inverted, double root) const {
+    const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
+    const double rest =
+        inverted ? EnvelopeFollower::kRestingInvertedBend : EnvelopeFollower::kRestingBend;
+    const double gain = centre * control.depth * x2Factor;
+    const double resting = ((lfoTerm + rest * centre) * control.depth + vcoRatio) * x2Factor;
+    return std::clamp(resting + (inverted ? gain : -gain) * root, kLowestClockFactor,
+                      kHighestClockFactor);
 }
 
 template <typename Memory>
@@ -317,7 +421,6 @@ template <QVXCorvane77x_v2Effect::Stages kStages, QVXCorvane77x_v2Effect::Clocki
 void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     // Copies, so that the compiler may keep them in registers across stores.
     MemoryClock vco = clock;
-    PairHistory recorded = inputHistory, heard = outputHistory;
     HighCut cut = highCut;
     Pair feedback = feedbackSignal;
     EnvelopeFollower follower = envelope;
@@ -327,11 +430,26 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     CouplingCapacitor capacitor = coupling;
     adc.setCeiling(chunk.controls[0].ceiling);
 
-    const bool envInverted = isOn(kEnvInvert);
+    // What goes to the memory by frames, and what comes from it by ticks; both begin with the last
+    // of what went before, which the splines reach back to.
+    std::array<Pair, kSplineReach + kChunk> recorded;
+    std::array<Pair, kSplineReach + kChunk* static_cast<int>(1.0 / kLowestClockFactor)> played;
+    std::copy_n(recordedBefore.data(), kSplineReach, recorded.data());
+    std::copy_n(playedBefore.data(), kSplineReach, played.data());
+    Pair* newest = &played[kSplineReach - 1];
+
+    if constexpr (kClocking == Clocking::Envelope) follower.beginBending(levelFactor);
+    const bool inverted = isOn(kEnvInvert);
     const bool shorterThanMemory = memory.delayTicks() < 3.0 && !infRepeat;
     double factor = restingClockFactor();
     double step = 1.0 / factor;
     Pair peak{};
+    // Only the chunks that count as bent by the envelope can have moving controls.
+    const ControlFrame settled = chunk.controls[0];
+    const auto controlAt = [&](int frame) -> const ControlFrame& {
+        if constexpr (kClocking == Clocking::Envelope) return chunk.control(frame);
+        return settled;
+    };
 
     const auto tick = [&](Pair coming, const ControlFrame& control) {
         if constexpr (converts(kStages))
@@ -339,11 +457,11 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
         Pair leaving = cells.tick(coming);
         if constexpr (converts(kStages))
             leaving = blended(leaving, dac.convert(leaving), control.converts);
-        heard.push(leaving);
+        *++newest = leaving;
     };
 
     for (int i = 0; i < chunk.frames; ++i) {
-        const ControlFrame& control = chunk.control(i);
+        const ControlFrame& control = controlAt(i);
         Pair x = chunk.processed[i] + feedback;
         if constexpr (weighs(kStages))
             x = blended(x, x * legacyStage.gain(x, levelFactor), control.legacy);
@@ -353,25 +471,25 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
         chunk.processed[i] = x;
 
         if constexpr (kClocking == Clocking::Envelope) {
-            follower.follow(envelopeInput(x, chunk.side[i], control.external));
-            const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
-            chunk.lfo[i] += follower.modulation(levelFactor, envInverted) * centre;
-        }
-        if constexpr (kClocking >= Clocking::Lfo) {
-            factor = std::clamp((chunk.lfo[i] * control.depth + vcoRatio) * x2Factor,
-                                kLowestClockFactor, kHighestClockFactor);
+            follower.followBending(envelopeInput(x, chunk.side[i], control.external));
+            factor = bentFactor(control, chunk.lfo[i], inverted, follower.bendingRoot());
             step = 1.0 / factor;
         }
+        if constexpr (kClocking == Clocking::Lfo) {
+            factor = chunk.factor[i];
+            step = chunk.step[i];
+        }
 
-        const Pair input = clamped(x * both(control.notBypassed), kLargestSample);
-        recorded.push(input);
+        const Pair input = clamped(x * both(control.notBypassed), -kLargestSample, kLargestSample);
+        Pair* const latest = &recorded[i + kSplineReach];
+        *latest = input;
         Pair delayed;
         if constexpr (kClocking == Clocking::Unison) {
-            tick(recorded.x2, control);
-            delayed = heard.x1;
+            tick(latest[-1], control);
+            delayed = newest[-2];
         } else {
-            vco.advance(factor, step, [&](double t) { tick(recorded.at(t), control); });
-            delayed = heard.at(vco.outputPosition());
+            vco.advance(factor, [&](double t) { tick(splineAt(latest - 3, t), control); });
+            delayed = splineAt(newest - 3, vco.outputPosition(step));
         }
         if (shorterThanMemory) delayed = input;
         if constexpr (limits(kStages)) {
@@ -386,9 +504,10 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     }
 
     cells.storeTo(memory);
+    std::copy_n(&recorded[chunk.frames], kSplineReach, recordedBefore.data());
+    chunkTicks = static_cast<int>(newest - &played[kSplineReach - 1]);
+    std::copy_n(newest - kSplineReach + 1, kSplineReach, playedBefore.data());
     clock = vco;
-    inputHistory = recorded;
-    outputHistory = heard;
     highCut = cut;
     feedbackSignal = feedback;
     envelope = follower;
@@ -403,9 +522,8 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
 
 // One frame's level for the envelope follower.
 double QVXCorvane77x_v2Effect::envelopeInput(Pair processed, Pair side, double external) const {
-    const double mean = 0.5 * sum(absolute(processed)) * levelFactor;
-    const double internal =
-        mode == ProcessingMode::Legacy ? mean : left(FastMath::tanhOfPositive(both(mean)));
+    const double mean = sum(absolute(processed)) * (0.5 * levelFactor);
+    const double internal = mode == ProcessingMode::Legacy ? mean : FastMath::tanhOfPositive(mean);
     if (external == 0.0) return internal;
     const Pair blend = both(1.0 - external) * processed + both(external) * side;
     return external * 0.5 * sum(absolute(blend)) + (1.0 - external) * internal;
@@ -419,11 +537,13 @@ void QVXCorvane77x_v2Effect::followLevels(const Chunk& chunk) {
     const bool limited = mode != ProcessingMode::Legacy;
     for (int i = 0; i < chunk.frames; i += 2) {
         const int second = std::min(i + 1, chunk.frames - 1);
-        const auto magnitudes = [&](const std::array<Pair, kChunk>& signal) {
+        const auto magnitudes = [&](const Pair* signal) {
             return sums(absolute(signal[i]), absolute(signal[second]));
         };
-        Pair level = magnitudes(chunk.processed) * both(scale);
-        if (limited) level = FastMath::tanhOfPositive(level);
+        Pair level = magnitudes(chunk.processed.data()) * both(scale);
+        if (limited)
+            level = makePair(FastMath::tanhOfPositive(left(level)),
+                             FastMath::tanhOfPositive(right(level)));
         if (external != 0.0)
             level =
                 both(external * 0.5) * magnitudes(chunk.sideChain) + both(1.0 - external) * level;
@@ -436,14 +556,23 @@ void QVXCorvane77x_v2Effect::followLevels(const Chunk& chunk) {
 // The side-chain signal and the peaks that the editor shows.
 void QVXCorvane77x_v2Effect::measure(Chunk& chunk) {
     Pair sidePeak = sideChainPeak;
-    for (int i = 0; i < chunk.frames; ++i) {
-        const double external = chunk.control(i).external;
-        const Pair blend =
-            both(1.0 - external) * chunk.processed[i] + both(external) * chunk.side[i];
-        chunk.sideChain[i] = blend;
-        sidePeak = larger(sidePeak, absolute(blend));
+    if (!chunk.moving && chunk.controls[0].external == 0.0) {
+        chunk.sideChain = chunk.processed.data();
+        for (int i = 0; i < chunk.frames; ++i)
+            sidePeak = larger(sidePeak, absolute(chunk.processed[i]));
+    } else {
+        chunk.sideChain = chunk.side.data();
+        for (int i = 0; i < chunk.frames; ++i) {
+            const double external = chunk.control(i).external;
+            chunk.side[i] = blended(chunk.processed[i], chunk.side[i], external);
+            sidePeak = larger(sidePeak, absolute(chunk.side[i]));
+        }
     }
     sideChainPeak = sidePeak;
+    noteHeadroom();
+}
+
+void QVXCorvane77x_v2Effect::noteHeadroom() {
     if (headroomRead) headroomPeak = 0.0;
     headroomRead = false;
     headroomPeak =
@@ -451,13 +580,18 @@ void QVXCorvane77x_v2Effect::measure(Chunk& chunk) {
 }
 
 void QVXCorvane77x_v2Effect::mixOutput(Chunk& chunk) {
+    const ControlFrame& first = chunk.controls[0];
+    const bool neitherInputNorMonitor =
+        !chunk.moving && first.process == 1.0 && first.monitor == 0.0;
     for (int i = 0; i < chunk.frames; ++i) {
         const ControlFrame& control = chunk.control(i);
         Pair mixed =
             chunk.delayed[i] * both(control.wetGain) + chunk.dry[i] * both(control.dryGain);
-        mixed = mixed * both(control.process) + chunk.input[i] * both(1.0 - control.process);
-        chunk.output[i] =
-            mixed * both(1.0 - control.monitor) + chunk.sideChain[i] * both(control.monitor);
+        if (!neitherInputNorMonitor) {
+            mixed = blended(chunk.input[i], mixed, control.process);
+            mixed = blended(mixed, chunk.sideChain[i], control.monitor);
+        }
+        chunk.output[i] = mixed;
     }
 }
 

@@ -4,7 +4,11 @@
 
 #include "dsp/Pair.h"
 
+#include <algorithm>
 #include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
 
 namespace Quorvant::FastMath {
 
@@ -43,24 +47,15 @@ inline constexpr std::array<double, 13> kExpm1OverX = {1.0 / 6227020800.0,
                                                        1.0 / 2.0,
                                                        1.0};
 
-// 2^x = scale + scale * fraction, exact scale: keeps the small part of e^x - 1 near 0.
-struct SplitPower {
-    Pair scale, fraction;
-};
-inline SplitPower splitExp2(Pair x) {
-    const Pair rounded = x + both(kRoundingBias);
-    const Pair f = (x - (rounded - both(kRoundingBias))) * both(0.69314718055994530942);
-    const __m128i exponent =
-        _mm_slli_epi64(_mm_add_epi64(_mm_castpd_si128(rounded.v), _mm_set1_epi64x(1023)), 52);
-    return {{_mm_castsi128_pd(exponent)}, f * polynomial(f, kExpm1OverX)};
-}
-
 }  // namespace detail
 
 // 2^x for |x| <= 1000.
 inline Pair exp2(Pair x) {
-    const auto power = detail::splitExp2(x);
-    return power.scale + power.scale * power.fraction;
+    const Pair rounded = x + both(detail::kRoundingBias);
+    const Pair f = (x - (rounded - both(detail::kRoundingBias))) * both(0.69314718055994530942);
+    const Pair scale{_mm_castsi128_pd(
+        _mm_slli_epi64(_mm_add_epi64(_mm_castpd_si128(rounded.v), _mm_set1_epi64x(1023)), 52))};
+    return scale + scale * (f * detail::polynomial(f, detail::kExpm1OverX));
 }
 
 // log2(x) for normal x > 0.
@@ -90,12 +85,49 @@ inline Pair power(Pair x, double exponent) {
     return keepWhere(positive, exp2(both(exponent) * log2(larger(x, both(1e-300)))));
 }
 
+namespace detail {
+
+// Taylor coefficients of tanh, lowest power first, around the multiples of 1/32 up to 4; |h| <=
+// 1/64 leaves 2e-16.
+struct alignas(64) TanhSeries {
+    double coefficients[8];
+};
+inline constexpr double kTanhNodes = 32.0, kTanhTableEnd = 4.0;
+inline constexpr auto kTanhTable = [] {
+    std::array<TanhSeries, static_cast<std::size_t>(kTanhNodes * kTanhTableEnd) + 1> table{};
+    for (std::size_t node = 0; node < table.size(); ++node) {
+        const long double x = static_cast<long double>(node) / kTanhNodes;
+        // e^2x by its own series; only additions, so that nothing cancels.
+        long double power = 1.0L, term = 1.0L;
+        for (int n = 1; n < 80; ++n) power += term *= 2.0L * x / n;
+        long double c[8] = {(power - 1.0L) / (power + 1.0L)};
+        // y' = 1 - y^2, compared power by power.
+        for (int n = 0; n + 1 < 8; ++n) {
+            long double square = 0.0L;
+            for (int k = 0; k <= n; ++k) square += c[k] * c[n - k];
+            c[n + 1] = ((n == 0 ? 1.0L : 0.0L) - square) / (n + 1);
+        }
+        for (int n = 0; n < 8; ++n) table[node].coefficients[n] = static_cast<double>(c[n]);
+    }
+    return table;
+}();
+
+}  // namespace detail
+
 // tanh(x) for x >= 0.
-inline Pair tanhOfPositive(Pair x) {
-    const auto power =
-        detail::splitExp2(smaller(x, both(20.0)) * both(2.0 * 1.4426950408889634074));
-    const Pair expm1 = (power.scale - both(1.0)) + power.scale * power.fraction;
-    return expm1 / (expm1 + both(2.0));
+inline double tanhOfPositive(double x) {
+    if (x >= detail::kTanhTableEnd) {
+        const Pair expm1 =
+            exp2(both(std::min(x, 20.0) * (2.0 * 1.4426950408889634074))) - both(1.0);
+        return left(expm1 / (expm1 + both(2.0)));
+    }
+    constexpr double kBias = detail::kRoundingBias / detail::kTanhNodes;  // rounds to the nodes
+    const double rounded = x + kBias;
+    const auto node = static_cast<unsigned>(std::bit_cast<uint64_t>(rounded)) & 0xFF;
+    const double* c = detail::kTanhTable[node].coefficients;
+    const double h = x - (rounded - kBias), h2 = h * h;
+    return ((c[0] + c[1] * h) + (c[2] + c[3] * h) * h2) +
+           ((c[4] + c[5] * h) + (c[6] + c[7] * h) * h2) * (h2 * h2);
 }
 
 // sin(x) for |x| <= 4.

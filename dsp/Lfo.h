@@ -1,7 +1,7 @@
 // The low-frequency oscillator that bends the clock: sine or square, free or on the song's grid.
 #pragma once
 
-#include "dsp/Pair.h"
+#include "dsp/FastMath.h"
 
 #include <cmath>
 
@@ -27,6 +27,26 @@ class Lfo {
         phase += increment;
         if (phase >= M_PI) phase -= 2.0 * M_PI;
         return now;
+    }
+    // Moves on by `samples`, one at a time: any other way rounds differently, and a bent clock adds
+    // that up over the whole delay.
+    void advance(int samples) {
+        for (int i = 0; i < samples; ++i) next();
+    }
+    // Fills `wave` with the sine of the next samples' phases, times `gain`, and moves on.
+    void fillSine(double* wave, int samples, double gain) {
+        // A phasor that turns by the increment. What a turn changes is added: the rounding of a
+        // cosine near 1 would be the same at every turn.
+        const Pair half = FastMath::sin(both(0.5 * increment));
+        const Pair shortening = both(2.0) * half * half;
+        const double sine = left(FastMath::sin(both(increment)));
+        const Pair turning = makePair(sine, -sine);
+        Pair phasor = FastMath::sin(makePair(phase, M_PI_2 - std::abs(phase))) * both(gain);
+        for (int i = 0; i < samples; ++i) {
+            wave[i] = left(phasor);
+            phasor = phasor + (swapped(phasor) * turning - phasor * shortening);
+        }
+        advance(samples);
     }
 
   private:

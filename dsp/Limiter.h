@@ -51,6 +51,9 @@ class Limiter {
         return lastGain = (knee * s + width * d) / (s * e);
     }
 
+    // True once all that the limiter remembers is below `level` (linear).
+    bool hasForgotten(double level) const { return largest(larger(envelope, slowLevel)) < level; }
+
     // The lower of the two channels' last gains, 1 meaning no reduction.
     double reading() const { return smallest(lastGain); }
 

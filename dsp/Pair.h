@@ -16,11 +16,22 @@ inline Pair both(double value) {
 inline Pair makePair(double left, double right) {
     return {_mm_set_pd(right, left)};
 }
+// Two successive numbers of an array as the two lanes.
+inline Pair loadTwo(const double* from) {
+    return {_mm_loadu_pd(from)};
+}
+inline void storeTwo(double* to, Pair p) {
+    _mm_storeu_pd(to, p.v);
+}
 inline double left(Pair p) {
     return _mm_cvtsd_f64(p.v);
 }
 inline double right(Pair p) {
     return _mm_cvtsd_f64(_mm_unpackhi_pd(p.v, p.v));
+}
+
+inline Pair swapped(Pair p) {
+    return {_mm_shuffle_pd(p.v, p.v, 1)};
 }
 
 inline Pair operator+(Pair a, Pair b) {
@@ -45,8 +56,8 @@ inline Pair smaller(Pair a, Pair b) {
 inline Pair larger(Pair a, Pair b) {
     return {_mm_max_pd(a.v, b.v)};
 }
-inline Pair clamped(Pair p, double limit) {
-    return smaller(larger(p, both(-limit)), both(limit));
+inline Pair clamped(Pair p, double lowest, double highest) {
+    return smaller(larger(p, both(lowest)), both(highest));
 }
 
 // Lane masks: all bits set where the comparison holds, none where it does not or a lane is NaN.
@@ -92,18 +103,9 @@ inline Pair catmullRom(Pair x0, Pair x1, Pair x2, Pair x3, Pair t) {
     return ((c3 * t + c2) * t + c1) * t + x1;
 }
 
-// The last four pairs of a signal, the newest last.
-struct PairHistory {
-    Pair x0{}, x1{}, x2{}, x3{};
-
-    void push(Pair newest) {
-        x0 = x1;
-        x1 = x2;
-        x2 = x3;
-        x3 = newest;
-    }
-    // The signal between the two middle pairs, t in 0 ... 1.
-    Pair at(double t) const { return catmullRom(x0, x1, x2, x3, both(t)); }
-};
+// The signal between the two middle ones of four pairs, t in 0 ... 1.
+inline Pair splineAt(const Pair* fourPairs, double t) {
+    return catmullRom(fourPairs[0], fourPairs[1], fourPairs[2], fourPairs[3], both(t));
+}
 
 }  // namespace Quorvant

@@ -1,4 +1,4 @@
-// Counts aint the delay's repeats: it drives the activity lamp and tells where a loop may engage.
+// Counts the delay's repeats: it drives the activity lamp and tells where a loop may engage.
 #pragma once
 
 #include <algorithm>

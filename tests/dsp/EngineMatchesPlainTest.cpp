@@ -33,6 +33,7 @@ struct Scenario {
     double seconds = 3.0;
     bool transport = false;  // the host plays, jumps, changes its tempo
     bool sideChain = false;  // comes and goes, mono or stereo
+    bool gaps = false;       // stretches of utter silence, some longer than the delay
 };
 
 std::ostream& operator<<(std::ostream& out, const Scenario& s) {
@@ -171,6 +172,34 @@ std::vector<Scenario> scenarios() {
           {kDepth, 1.0},
           {kFeedback, 0.0}},
          {{kWaveform}, {kEnvInvert, Move::Switch}, {kReferenceLevel, Move::Any, 0.0, 0.3}}},
+        {"gaps",
+         48000,
+         {{kDelayTime, 0.004}, {kFeedback, 0.02}},
+         {{kDelayTime, Move::Any, 0.0, 0.02},
+          {kDirectionMode, Move::List4},
+          {kInfRepeat, Move::Switch},
+          {kMix}},
+         30.0,
+         false,
+         false,
+         true},
+        {"gaps, every clock",
+         44100,
+         {{kDelayTime, 0.01}},
+         together({kModulationMoves,
+                   {{kDirectionMode, Move::Switch, 2.0 / 3, 1.0}, {kDelayX2, Move::Switch}}}),
+         8.0,
+         false,
+         true,
+         true},
+        {"gaps, Legacy",
+         48000,
+         {{kDelayTime, 0.002}, {kFeedback, 0.6}, {kProcessingMode, kLegacy}},
+         {{kSensitivity, Move::Switch}, {kManualVco}},
+         8.0,
+         false,
+         false,
+         true},
         {"resets", 48000, {{kDelayTime, 0.004}}, together({kResetMoves, kDelayMoves, kLoopMoves})},
         {"modes", 48000, {{kDelayTime, 0.004}}, kModeMoves},
         {"everything", 44100, {{kDelayTime, 0.01}}, everything, 6.0, true, true},
@@ -209,7 +238,7 @@ class Twins {
     }
 
     void moveParameters() {
-        if (play.moves.empty() || !dice.chance(0.08)) return;
+        if (play.moves.empty() || !dice.chance(inGap ? 0.01 : 0.08)) return;
         for (int n = 1 + dice.below(3); n > 0; --n) {
             const Move& move =
                 play.moves[static_cast<size_t>(dice.below(static_cast<int>(play.moves.size())))];
@@ -242,6 +271,7 @@ class Twins {
 
     // Noise in bursts, smoothed now and then, so that loud, soft and silent stretches occur.
     double sample(size_t channel) {
+        if (inGap) return 0.0;
         double& state = signalState[channel];
         state += signalColour * (loudness * dice.between(-1.0, 1.0) - state);
         return state;
@@ -249,6 +279,7 @@ class Twins {
 
     int32_t renderBlock() {
         if (dice.chance(0.02)) loudness = dice.chance(0.3) ? 0.0 : dice.unit();
+        if (play.gaps && dice.chance(0.01)) inGap = !inGap;
         if (dice.chance(0.02)) signalColour = dice.chance(0.5) ? 1.0 : dice.between(0.01, 0.5);
         if (play.sideChain && dice.chance(0.05)) sideChannels = dice.below(3);
 
@@ -315,6 +346,7 @@ class Twins {
     QVXCorvane77x_v2Effect engine{host};
     std::map<uint32_t, double> lastSet;
     std::array<double, 4> signalState{};
+    bool inGap = false;
     double loudness = 0.5, signalColour = 1.0, highest = 1.0;
     int sideChannels = 0, block = 0;
 };
