@@ -151,7 +151,7 @@ check_installer() {
     # What the plug-in itself and its user make.
     local made=$c/users/$user/Documents/Quorvant/$name/"User Presets"
     for option in /AllUsers /CurrentUser; do
-        local plugins presetFolder program hive
+        local plugins presetFolder program hive bundle=''
         case $option in
         /AllUsers)
             hive=HKLM
@@ -164,6 +164,7 @@ check_installer() {
             plugins=$c/users/$user/AppData/Local/Programs/Common/VST3
             presetFolder="$c/users/$user/AppData/Roaming/VST3 Presets/$vendor/$name"
             program="$c/users/$user/AppData/Local/Programs/Quorvant/$name"
+            bundle="C:\\users\\$user\\AppData\\Local\\Programs\\Common\\VST3\\$name.vst3"
             ;;
         esac
         # For all users is what an administrator gets without asking.
@@ -173,8 +174,9 @@ check_installer() {
             on_windows "$setup" /S "$option"
         fi
         wineserver -w
-        # Where hosts look, the program finds it by itself.
-        loads "installer $option" "" on_windows "$program/corvane-host.exe"
+        # Where hosts look, the program finds it by itself; but Wine does not know of the folder
+        # that hosts look into for one user's plug-ins.
+        loads "installer $option" "$bundle" on_windows "$program/corvane-host.exe"
         documents "$plugins"
         same "presets of the installer" "$(count "$presetFolder")" "$presets"
         [[ -s $program/manual.pdf ]] || fail "installer $option: no manual"
