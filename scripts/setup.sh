@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing and fetches the SDK. Does nothing, quickly, where
 # all is there.
 #
-#   scripts/setup.sh [build] [windows] [test] [bench] [fuzz] [package] [all]      default: build
+#   scripts/setup.sh [build] [windows] [test] [bench] [rivals] [fuzz] [package] [all]      default: build
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -17,7 +17,8 @@ declare -A sets=(
     [test]="clang-format locales util-linux gnuplot-nox fonts-dejavu-core fonts-liberation fonts-wine
         wine wine64
         xvfb xauth xdotool"
-    [bench]="libbenchmark-dev valgrind"
+    [bench]="libbenchmark-dev valgrind liblilv-dev lv2-dev"
+    [rivals]="zam-plugins calf-plugins mda-lv2 swh-lv2 invada-studio-plugins-lv2 lsp-plugins-lv2"
     [fuzz]="clang libclang-rt-14-dev"
     [package]="pandoc weasyprint fonts-dejavu-core nsis zip unzip dpkg-dev lintian
         python3-numpy python3-scipy"

@@ -90,6 +90,8 @@ Result<std::vector<double>> measure(std::vector<HostedPlugin::Ptr>& plugins,
 
 Result<> bench(const PluginChoice& choice, const BenchOptions& options, bool plain) {
     std::vector<HostedPlugin::Ptr> plugins;
+    Nanoseconds firstStart{};
+    const auto start = Clock::now();
     for (int instance = 0; instance < options.instances; ++instance) {
         auto opened = openPlugin(choice);
         if (!opened) return Error{opened.error()};
@@ -98,7 +100,9 @@ Result<> bench(const PluginChoice& choice, const BenchOptions& options, bool pla
         if (auto applied = applySettings(**opened, choice, options.bits); !applied)
             return Error{applied.error()};
         plugins.push_back(std::move(*opened));
+        if (instance == 0) firstStart = Clock::now() - start;
     }
+    const Nanoseconds allStarts = Clock::now() - start;
     auto measured =
         options.bits == 64 ? measure<double>(plugins, options) : measure<float>(plugins, options);
     if (!measured) return Error{measured.error()};
@@ -126,6 +130,11 @@ Result<> bench(const PluginChoice& choice, const BenchOptions& options, bool pla
     report.add({"median block", microseconds(0.5)});
     report.add({"99 % of blocks", "up to " + microseconds(0.99)});
     report.add({"longest block", microseconds(1.0)});
+    const auto milliseconds = [](Nanoseconds time) {
+        return number(time.count() * 1e-6, 3) + " ms";
+    };
+    report.add({"start-up, first", milliseconds(firstStart)});
+    report.add({"start-up, all", milliseconds(allStarts)});
     report.add({"peak memory", number(peakMegabytes(), 1) + " MB"});
     report.print(std::cout);
     return {};
