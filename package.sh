@@ -158,6 +158,7 @@ make_installer() {
     local files=$stage/files.nsh folder=$stage/windows/$stem
     nsis_files "$folder" >"$files"
     /usr/bin/python3 scripts/installer-art.py "$stage/art"
+    settle "$stage/art"
     makensis -V2 -WX -INPUTCHARSET UTF8 -DVERSION="$version" -DFILES="$files" \
         -DART="$stage/art" \
         -DLICENCE="$folder/LICENSE" -DOUT="$out/$stem-windows-setup.exe" \
