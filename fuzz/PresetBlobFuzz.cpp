@@ -1,8 +1,12 @@
 // Any bytes as a preset file of either version, and as a memo: whatever they are, the record stays
-// one that the plug-in can hold and play, and what was taken can be written and read back.
+// one that the plug-in can hold and play, what was taken can be written and read back, and a new
+// name changes nothing else.
 #include "fuzz/Fuzzing.h"
 #include "presets/LegacyImport.h"
 #include "presets/PresetBlob.h"
+
+#include <algorithm>
+#include <vector>
 
 namespace {
 
@@ -38,5 +42,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const BlobResult result = readPreset(bytes, file);
     require(result != BlobResult::BadValue);  // files are repaired
     checkRecord(result, file);
+
+    std::vector<std::byte> renamed(bytes.begin(), bytes.end());
+    renameBlob(renamed, "after");
+    QVXPresetRecord again = startRecord();
+    require(readPreset(renamed, again) == result);
+    require(again == file || presetName(again) == "after");
+    require(std::ranges::equal(again.values, file.values));
     return 0;
 }
