@@ -104,30 +104,30 @@ inline constexpr ControlSpec kFrontControls[] = {
 };
 
 inline constexpr GroupSpec kExtensionGroups[] = {
-    {"CHARACTER", {10, 4, 388, 94}},
-    {"REFERENCE", {394, 4, 546, 94}},
-    {"LFO SYNC", {552, 4, 752, 94}},
-    {"TEMPO", {758, 4, 990, 94}},
+    {"CHARACTER", {10, 4, 434, 94}},
+    {"REFERENCE", {440, 4, 582, 94}},
+    {"LFO SYNC", {588, 4, 776, 94}},
+    {"TEMPO", {782, 4, 990, 94}},
 };
 
 inline constexpr ControlSpec kExtensionControls[] = {
-    {ControlKind::Caption, kNoHint, {14, 24, 78, 48}, "MODE"},
-    {ControlKind::Choice, kProcessingMode, {80, 24, 380, 48}},
-    {ControlKind::Caption, kNoHint, {14, 60, 78, 84}, "DIRECTION"},
-    {ControlKind::Choice, kDirectionMode, {80, 60, 380, 84}},
+    {ControlKind::Caption, kNoHint, {14, 24, 76, 48}, "MODE"},
+    {ControlKind::Choice, kProcessingMode, {78, 24, 426, 48}},
+    {ControlKind::Caption, kNoHint, {14, 60, 76, 84}, "DIRECTION"},
+    {ControlKind::Choice, kDirectionMode, {78, 60, 426, 84}},
 
-    {ControlKind::Caption, kNoHint, {400, 24, 474, 37}, "SENSITIVITY"},
-    {ControlKind::Choice, kSensitivity, {404, 40, 470, 84}},
-    {ControlKind::CentredKnob, kReferenceLevel, {476, 16, 542, 91}, "LEVEL"},
+    {ControlKind::Caption, kNoHint, {444, 24, 516, 37}, "SENSITIVITY"},
+    {ControlKind::Choice, kSensitivity, {448, 40, 514, 84}},
+    {ControlKind::CentredKnob, kReferenceLevel, {516, 16, 580, 91}, "LEVEL"},
 
-    {ControlKind::Kick, kLfoSync, {560, 22, 676, 58}, "SYNC TO SONG"},
-    {ControlKind::NoteReadout, kLfoNote, {561, 62, 675, 86}},
-    {ControlKind::CentredKnob, kLfoOffset, {682, 16, 748, 91}, "OFFSET"},
+    {ControlKind::Kick, kLfoSync, {596, 22, 706, 58}, "SYNC TO SONG"},
+    {ControlKind::NoteReadout, kLfoNote, {597, 62, 705, 86}},
+    {ControlKind::CentredKnob, kLfoOffset, {709, 16, 773, 91}, "OFFSET"},
 
-    {ControlKind::Choice, kEnforceManualTempo, {766, 24, 880, 46}},
-    {ControlKind::TempoReadout, kManualTempo, {766, 52, 880, 86}},
-    {ControlKind::Choice, kNoteViewStyle, {888, 24, 982, 46}},
-    {ControlKind::Tap, kNoHint, {888, 52, 982, 86}, "TAP"},
+    {ControlKind::Choice, kEnforceManualTempo, {790, 24, 888, 46}},
+    {ControlKind::TempoReadout, kManualTempo, {790, 52, 888, 86}},
+    {ControlKind::Choice, kNoteViewStyle, {893, 24, 982, 46}},
+    {ControlKind::Tap, kNoHint, {893, 52, 982, 86}, "TAP"},
 };
 
 }  // namespace Quorvant

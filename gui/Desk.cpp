@@ -1,6 +1,7 @@
 #include "gui/Desk.h"
 
 #include "platform/Desktop.h"
+#include "platform/Folders.h"
 #include "platform/Utf8Path.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetTexts.h"
@@ -48,6 +49,16 @@ bool Desk::askForFile(VSTGUI::CFrame& frame, bool forSaving, const std::string& 
 
 bool Desk::openLink(std::string_view address) {
     return Quorvant::openLink(address);
+}
+
+bool Desk::openManual() {
+    return openPath(manualOf(moduleFile()));
+}
+
+std::filesystem::path manualOf(const std::filesystem::path& module) {
+    const auto manual = module.parent_path().parent_path() / "Resources" / "manual.html";
+    std::error_code error;
+    return std::filesystem::is_regular_file(manual, error) ? manual : std::filesystem::path();
 }
 
 }  // namespace Quorvant

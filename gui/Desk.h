@@ -22,6 +22,11 @@ class Desk {
                             const std::filesystem::path& folder, const std::string& name,
                             std::function<void(std::filesystem::path)> done);
     virtual bool openLink(std::string_view address);
+    // The manual that is installed with the plug-in.
+    virtual bool openManual();
 };
+
+// The manual of the bundle that a module file stands in; empty where there is none.
+std::filesystem::path manualOf(const std::filesystem::path& module);
 
 }  // namespace Quorvant

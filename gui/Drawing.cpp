@@ -110,12 +110,22 @@ void strokeRound(CDrawContext& context, const CRect& rect, double radius, CColor
     strokePath(context, *roundRectPath(context, inner, radius), colour, width);
 }
 
+void fillGradient(CDrawContext& context, CGraphicsPath& path, CColor top, CColor bottom,
+                  double from, double to) {
+    if (context.getGlobalAlpha() < 1.0F) {
+        // Wine's Direct2D lets translucent gradients shine.
+        fillPath(context, path, mix(top, bottom, 0.5));
+        return;
+    }
+    const auto gradient = VSTGUI::owned(VSTGUI::CGradient::create(0.0, 1.0, top, bottom));
+    context.setDrawMode(kDrawMode);
+    context.fillLinearGradient(&path, *gradient, CPoint(0.0, from), CPoint(0.0, to));
+}
+
 void fillRoundGradient(CDrawContext& context, const CRect& rect, double radius, CColor top,
                        CColor bottom) {
-    const auto gradient = VSTGUI::owned(VSTGUI::CGradient::create(0.0, 1.0, top, bottom));
-    const Path path = roundRectPath(context, rect, radius);
-    context.setDrawMode(kDrawMode);
-    context.fillLinearGradient(path, *gradient, rect.getTopLeft(), rect.getBottomLeft());
+    fillGradient(context, *roundRectPath(context, rect, radius), top, bottom, rect.top,
+                 rect.bottom);
 }
 
 void line(CDrawContext& context, CPoint from, CPoint to, CColor colour, double width) {

@@ -27,6 +27,9 @@ void fillRound(CDrawContext& context, const CRect& rect, double radius, CColor c
 void strokeRound(CDrawContext& context, const CRect& rect, double radius, CColor colour,
                  double width = 1.0);
 // From top to bottom.
+// From one height to another.
+void fillGradient(CDrawContext& context, VSTGUI::CGraphicsPath& path, CColor top, CColor bottom,
+                  double from, double to);
 void fillRoundGradient(CDrawContext& context, const CRect& rect, double radius, CColor top,
                        CColor bottom);
 void strokePath(CDrawContext& context, VSTGUI::CGraphicsPath& path, CColor colour, double width);

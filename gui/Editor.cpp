@@ -16,7 +16,6 @@ namespace {
 constexpr uint32_t kHintDelay = 700;     // ms
 constexpr uint32_t kMessageTime = 4000;  // ms
 constexpr int kZoomSteps[] = {50, 75, 100, 125, 150, 175, 200, 250, 300};
-constexpr char kManualAddress[] = "https://www.quorvant.example/corvane-qvx77x/manual";
 
 // Holds all views. Where several rectangles are drawn in one go, VSTGUI's Windows side leaves each
 // one's clip in force while it clears the next; a last stroke of nothing leaves a clip that
@@ -173,8 +172,7 @@ void Editor::build() {
 
     const Quorvant::PanelActions panelActions = {
         [this](bool open) { later([this, open] { showExtensions(open); }); },
-        [this](bool open) { later([this, open] { showAbout(open); }); },
-        [this] { desktop->openLink(kManualAddress); }};
+        [this](bool open) { later([this, open] { showAbout(open); }); }, [this] { openManual(); }};
     const double frontBottom = Theme::kBarHeight + Theme::kFrontHeight;
     const CRect frontRect(0.0, Theme::kBarHeight, Theme::kWidth, frontBottom);
     front = nullptr;
@@ -458,7 +456,7 @@ void Editor::openConfiguration(const CRect& anchor) {
              if (auto* presets = actions.manager()) presets->refreshFolders();
          }},
         {"HELP"},
-        {"Manual", [this] { desktop->openLink(kManualAddress); }},
+        {"Manual", [this] { openManual(); }},
         {"About Corvane QVX77x", [this] { later([this] { showAbout(true); }); }},
     };
     menu.insert(menu.end(), rest.begin(), rest.end());
@@ -470,6 +468,11 @@ void Editor::changeSettings(const std::function<void(UserSettings&)>& change) {
     userSettings = loadUserSettings();
     change(userSettings);
     if (!saveUserSettings(userSettings)) tell("The setting could not be stored");
+}
+
+void Editor::openManual() {
+    if (!desktop->openManual())
+        tell("There is no manual beside this plug-in, or nothing to show it");
 }
 
 void Editor::showAbout(bool open) {

@@ -94,6 +94,7 @@ class Editor final : private EditorContext,
     void build();
     void rebuild();
     void fitFrame(double newScale);
+    void openManual();
     void showAbout(bool open);
     void showExtensions(bool open);
     // Once the present event is done with: views may then be removed.

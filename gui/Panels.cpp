@@ -27,10 +27,10 @@ std::vector<Choice> choicesFor(uint32_t index) {
         case kProcessingMode:
             return {{"CLEAN"}, {"LEGACY"}, {"LIMS"}, {"FULL"}};
         case kDirectionMode:
-            return {{"Forward", Glyph::Forward},
-                    {"Backward", Glyph::Backward},
-                    {"Reverse", Glyph::Reverse},
-                    {"Bounce", Glyph::Bounce}};
+            return {{"FORWARD", Glyph::Forward},
+                    {"BACKWARD", Glyph::Backward},
+                    {"REVERSE", Glyph::Reverse},
+                    {"BOUNCE", Glyph::Bounce}};
         case kSensitivity:
             return {{"-10 dBV"}, {"+4 dBu"}};
         case kEnforceManualTempo:

@@ -12,27 +12,19 @@ void PresetActions::report(PresetFault fault) {
     if (fault != PresetFault::None) owner.tell(std::string(presetFaultText(fault)));
 }
 
-template <typename Change>
-void PresetActions::changePreset(Change&& change) {
-    EditorContext& editor = owner.editor();
-    const double mixBefore = editor.model().value(kMix);
-    change();
-    if (editor.settings().mixLock && editor.model().value(kMix) != mixBefore) {
-        editor.setParameter(kMix, mixBefore);
-    }
+ParameterSet PresetActions::kept() const {
+    ParameterSet set;
+    set[kMix] = owner.editor().settings().mixLock;
+    return set;
 }
 
 void PresetActions::choose(const PresetLocation& location) {
-    if (auto* presets = manager()) {
-        changePreset([&] { report(presets->choose(location)); });
-    }
+    if (auto* presets = manager()) report(presets->choose(location, kept()));
 }
 
 void PresetActions::step(int direction) {
     auto* presets = manager();
-    if (presets && presets->canStep(direction)) {
-        changePreset([&] { report(presets->step(direction)); });
-    }
+    if (presets && presets->canStep(direction)) report(presets->step(direction, kept()));
 }
 
 void PresetActions::undo() {
@@ -96,7 +88,7 @@ void PresetActions::load() {
     auto* presets = manager();
     if (!presets) return;
     const auto open = [this](const std::filesystem::path& file) {
-        if (auto* target = manager()) changePreset([&] { report(target->loadFile(file)); });
+        if (auto* target = manager()) report(target->loadFile(file, kept()));
     };
     if (owner.frame() && owner.desk().askForFile(*owner.frame(), false, "Load preset",
                                                  presets->mainFolder(), "", open)) {

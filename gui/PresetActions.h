@@ -56,9 +56,8 @@ class PresetActions {
   private:
     void report(PresetFault fault);
     void saveTo(const std::filesystem::path& file);
-    // Runs a change of preset; with "mix lock" Mix stays as it is.
-    template <typename Change>
-    void changePreset(Change&& change);
+    // What a change of preset leaves alone.
+    ParameterSet kept() const;
 
     PresetDesk& owner;
 };

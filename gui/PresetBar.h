@@ -16,6 +16,7 @@ class PresetBar final : public VSTGUI::CViewContainer {
     void refresh();
     void setZoomText(const std::string& text);
     void setMessage(const std::string& text);
+    const std::string& messageText() const { return message; }
     std::string nameDisplay() const;
     void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
 

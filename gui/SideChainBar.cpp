@@ -28,10 +28,11 @@ std::string percentText(const char* name, double share) {
 }  // namespace
 
 QVXTextLabel::QVXTextLabel(const CRect& size, int32_t tagId, std::string words, CColor ink,
-                           Align alignment)
-    : Control(size, tagId), label(std::move(words)), colour(ink), align(alignment) {}
+                           Align alignment, CColor behind)
+    : Control(size, tagId), label(std::move(words)), colour(ink), align(alignment), plate(behind) {}
 
 void QVXTextLabel::draw(VSTGUI::CDrawContext* context) {
+    if (plate.alpha > 0) fillRound(*context, getViewSize(), 0.0, plate);
     drawText(*context, label, getViewSize(), Theme::Face::LabelBold, colour, align);
     setDirty(false);
 }
@@ -146,9 +147,10 @@ QVXSideChainBar::QVXSideChainBar(EditorContext& context, VSTGUI::CViewContainer&
     layer->setBackgroundColor(Theme::kMonitorLayer);
     layer->setMouseEnabled(false);  // a warning, not a lock
     const double textTop = (top - kLayerTextHeight) * 0.5;
-    layer->addView(new QVXTextLabel(
-        CRect(0.0, textTop, width, textTop + kLayerTextHeight), tag(kSideChainMonitor),
-        "THE SIDE CHAIN INPUT IS BEING MONITORED", Theme::kMonitorText, Align::Centre));
+    layer->addView(new QVXTextLabel(CRect(0.0, textTop, width, textTop + kLayerTextHeight),
+                                    tag(kSideChainMonitor),
+                                    "THE SIDE CHAIN INPUT IS BEING MONITORED", Theme::kMonitorText,
+                                    Align::Centre, withAlpha(Theme::kMonitorLayer, 1.0)));
 
     for (const uint32_t index : {kSideChainIntExt, kSideChainMonitor}) {
         parameterChanged(index, context.model().value(index));

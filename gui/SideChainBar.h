@@ -14,7 +14,9 @@ namespace Quorvant {
 
 class QVXTextLabel final : public Control {
   public:
-    QVXTextLabel(const CRect& size, int32_t tag, std::string text, CColor colour, Align align);
+    // `plate` lies behind the text.
+    QVXTextLabel(const CRect& size, int32_t tag, std::string text, CColor colour, Align align,
+                 CColor plate = VSTGUI::kTransparentCColor);
     const std::string& text() const { return label; }
     CColor textColour() const { return colour; }
     void draw(VSTGUI::CDrawContext* context) override;
@@ -23,6 +25,7 @@ class QVXTextLabel final : public Control {
     std::string label;
     CColor colour;
     Align align;
+    CColor plate;
 };
 
 // A click makes the source fully internal or fully external.

@@ -2,7 +2,12 @@
 
 #include <cstdlib>
 
-#ifndef _WIN32
+#ifdef _WIN32
+#include <windows.h>
+
+#include <string>
+#else
+#include <dlfcn.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -14,6 +19,18 @@ namespace Quorvant {
 using Path = std::filesystem::path;
 
 #ifdef _WIN32
+
+Path moduleFile() {
+    HMODULE module = nullptr;
+    if (!GetModuleHandleExW(
+            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+            reinterpret_cast<LPCWSTR>(&moduleFile), &module)) {
+        return {};
+    }
+    std::wstring path(32768, L'\0');  // the longest there is
+    path.resize(GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
+    return path;
+}
 
 Path documentsFolder() {
     const wchar_t* profile = _wgetenv(L"USERPROFILE");
@@ -44,6 +61,14 @@ Path home() {
 }
 
 }  // namespace
+
+Path moduleFile() {
+    Dl_info module{};
+    if (dladdr(reinterpret_cast<void*>(&moduleFile), &module) == 0 || !module.dli_fname) return {};
+    std::error_code error;
+    Path path = std::filesystem::absolute(module.dli_fname, error);
+    return error ? Path() : path;
+}
 
 Path documentsFolder() {
     const Path user = home();

@@ -12,4 +12,8 @@ std::filesystem::path documentsFolder();
 // registry (UserStore.h), and when the user has no home.
 std::filesystem::path configurationFolder();
 
+// The file that this code was loaded from: the plug-in's module, or a program. Empty where the
+// system doesn't tell.
+std::filesystem::path moduleFile();
+
 }  // namespace Quorvant

@@ -23,7 +23,7 @@ namespace {
 
 using namespace Steinberg;
 
-constexpr int32 kIdleMilliseconds = 25;
+constexpr int32 kIdleMilliseconds = 33;
 
 class EditorView final : public Vst::VSTGUIEditor,
                          public IPlugViewContentScaleSupport,

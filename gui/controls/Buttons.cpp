@@ -179,9 +179,9 @@ void ChoiceRow::draw(VSTGUI::CDrawContext* context) {
         CRect textRect = rect;
         textRect.inset(3.0, 0.0);
         if (choices[i].glyph != Glyph::None) {
-            drawGlyph(*context, choices[i].glyph, CPoint(rect.left + 15.0, rect.getCenter().y),
+            drawGlyph(*context, choices[i].glyph, CPoint(rect.left + 12.0, rect.getCenter().y),
                       ink);
-            textRect.left += 23.0;
+            textRect.left += 21.0;
             drawText(*context, choices[i].text, textRect, Theme::Face::LabelBold, ink, Align::Left);
         } else {
             drawText(*context, choices[i].text, textRect, Theme::Face::LabelBold, ink);

@@ -61,17 +61,12 @@ void Knob::draw(VSTGUI::CDrawContext* context) {
     fillPath(*context, *circlePath(*context, CPoint(middle.x, middle.y + 2.0), dial + 0.5),
              Theme::kShadow);
     fillPath(*context, *circlePath(*context, middle, dial), Theme::kDialEdge);
-    const auto gradient =
-        VSTGUI::owned(VSTGUI::CGradient::create(0.0, 1.0, Theme::kDialTop, Theme::kDialBottom));
-    const Path cap = circlePath(*context, middle, dial - 1.0);
-    context->fillLinearGradient(cap, *gradient, CPoint(middle.x, middle.y - dial),
-                                CPoint(middle.x, middle.y + dial));
-    const Path face = circlePath(*context, middle, dial * 0.76);
-    const auto inner = VSTGUI::owned(
-        VSTGUI::CGradient::create(0.0, 1.0, mix(Theme::kDialBottom, Theme::kDialTop, 0.15),
-                                  mix(Theme::kDialBottom, Theme::kDialTop, 0.6)));
-    context->fillLinearGradient(face, *inner, CPoint(middle.x, middle.y - dial),
-                                CPoint(middle.x, middle.y + dial));
+    const double top = middle.y - dial, bottom = middle.y + dial;
+    fillGradient(*context, *circlePath(*context, middle, dial - 1.0), Theme::kDialTop,
+                 Theme::kDialBottom, top, bottom);
+    fillGradient(*context, *circlePath(*context, middle, dial * 0.76),
+                 mix(Theme::kDialBottom, Theme::kDialTop, 0.15),
+                 mix(Theme::kDialBottom, Theme::kDialTop, 0.6), top, bottom);
     line(*context, onCircle(middle, dial * 0.42, angle), onCircle(middle, dial - 1.5, angle),
          Theme::kText, 2.4);
 

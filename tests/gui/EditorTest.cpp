@@ -5,11 +5,15 @@
 #include "params/GlobalSet.h"
 #include "params/ParameterLaws.h"
 #include "params/ParameterText.h"
+#include "platform/Folders.h"
+#include "presets/PresetTexts.h"
 #include "tests/gui/OffScreen.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
+#include <fstream>
 #include <set>
 #include <thread>
 
@@ -464,6 +468,7 @@ TEST_F(EditorTest, BrowserFindsChoosesAndKeepsPresets) {
     screen->click(point(browser->groupColumn(), row(browser->groupColumn(), "Flanger")));
     screen->click(browser->presetColumn().rowRect(0).getCenter());
     EXPECT_EQ(model.value(kMix), 0.123);
+    EXPECT_FALSE(screen->find<PresetBar>()->nameDisplay().ends_with('*')) << "nobody changed it";
     screen->click(screen->middleOf(browser->mixLockButton()));
     screen->click(browser->presetColumn().rowRect(1).getCenter());
     EXPECT_NE(model.value(kMix), 0.123);
@@ -520,6 +525,13 @@ TEST_F(EditorTest, ConfigurationMenuDoesWhatItSays) {
     EXPECT_EQ(screen->editor->zoomPercent(), 100) << "the host had refused";
     model.sizesAllowed = true;
 
+    // The zoom field opens the same steps.
+    press("100 %");
+    choose("150 %");
+    EXPECT_EQ(model.storedZoom, 150);
+    press("150 %");
+    choose("100 %");
+
     pick("Hints: hidden");
     EXPECT_FALSE(loadUserSettings().hints);
     pick("Hints: shown");
@@ -540,9 +552,21 @@ TEST_F(EditorTest, ConfigurationMenuDoesWhatItSays) {
     screen->desk.answer = folder / "File.qvx";
     pick("Load or import preset file...");
     EXPECT_NEAR(model.value(kFeedback), 0.66, 1e-6);
+    std::filesystem::copy(folder / "File.qvx", folder / "Came later.qvx");
+    const auto files = [&] { return model.manager.presetNames(kFromFolder, 0).size(); };
+    const auto before = files();
     pick("Scan preset folder again");
+    EXPECT_EQ(files(), before + 1);
+    const std::string path = std::getenv("PATH");
+    setenv("PATH", folder.c_str(), 1);  // holds no program to open folders with
+    pick("Open preset folder");
+    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(screen->find<PresetBar>()->messageText(), kNoPresetFolderText);
     pick("Manual");
-    EXPECT_NE(screen->desk.opened.find("manual"), std::string::npos);
+    EXPECT_EQ(screen->desk.opened, "manual");
+    screen->desk.hasManual = false;
+    pick("Manual");
+    EXPECT_NE(screen->find<PresetBar>()->messageText().find("no manual"), std::string::npos);
     pick("About Corvane QVX77x");
     EXPECT_NE(screen->find<AboutBox>(), nullptr);
     screen->click(at(kAboutLabelId));
@@ -697,6 +721,54 @@ TEST_F(EditorTest, OpensAndClosesManyTimesAndBesideOthers) {
     }
     EXPECT_EQ(std::count(model.gestures.begin(), model.gestures.end(), "begin 21"),
               std::count(model.gestures.begin(), model.gestures.end(), "end 21"));
+}
+
+// By whatever control it has: with the preset's set of levels shown, then with the global one.
+TEST_F(EditorTest, EveryParameterIsReached) {
+    std::set<uint32_t> missing;
+    for (uint32_t index = 0; index < kParameterCount; ++index) missing.insert(index);
+    missing.erase(kEmptySlot);
+    missing.erase(kDefaultExtensionsPanel);  // in the menu, as is seen elsewhere
+    const auto use = [&](uint32_t tag, uint32_t index) {
+        const CPoint p = at(tag);
+        ASSERT_GE(p.x, 0.0) << index;
+        model.gestures.clear();
+        screen->wheel(p, model.value(index) > 0.5 ? -1.0 : 1.0);
+        if (model.gestures.empty()) screen->click(p);
+        const std::string name = std::to_string(index);
+        ASSERT_GE(model.gestures.size(), 3u) << index;
+        EXPECT_EQ(model.gestures.front(), "begin " + name);
+        EXPECT_EQ(model.gestures.back(), "end " + name);
+        missing.erase(index);
+    };
+    for (const double global : {0.0, 1.0}) {
+        model.set(kGlobal, global);
+        for (const uint32_t index : std::set(missing)) {
+            const bool twin = index >= kGlobalSensitivity && index <= kGlobalBypass;
+            if (twin != (global == 1.0) || index == kGlobal) continue;
+            model.set(kEnforceManualTempo, 1.0);  // else the tempo is the host's
+            use(index == kDelayNote            ? kNoteReadoutId
+                : index == kShowHideExtensions ? kHideExtensionsId
+                                               : index,
+                index);
+            if (index == kShowHideExtensions) model.set(index, 1.0);
+        }
+    }
+    use(kGlobal, kGlobal);
+    EXPECT_TRUE(missing.empty()) << *missing.begin() << " has no control";
+}
+
+TEST(Manual, LiesInTheModulesBundle) {
+    EXPECT_TRUE(std::filesystem::exists(moduleFile())) << moduleFile();
+    const auto bundle = std::filesystem::temp_directory_path() / "corvane-manual-test.vst3";
+    const auto contents = bundle / "Contents";
+    std::filesystem::create_directories(contents / "Resources");
+    const auto module = contents / "x86_64-any" / "module";
+    EXPECT_TRUE(manualOf(module).empty());
+    std::ofstream(contents / "Resources" / "manual.html") << "<p>";
+    EXPECT_EQ(manualOf(module), contents / "Resources" / "manual.html");
+    std::filesystem::remove_all(bundle);
+    EXPECT_FALSE(Desk().openManual()) << "there is none beside a test";
 }
 
 TEST(UserSettings, SurviveAndIgnoreWhatMakesNoSense) {

@@ -96,6 +96,11 @@ class FakeDesk final : public Desk {
         if (hasDialogs && !answer.empty()) done(answer);
         return hasDialogs;
     }
+    bool hasManual = true;
+    bool openManual() override {
+        if (hasManual) opened = "manual";
+        return hasManual;
+    }
     bool openLink(std::string_view address) override {
         opened = address;
         return true;
