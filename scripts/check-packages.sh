@@ -12,7 +12,7 @@ vendor=quorvant.example
 version=$(version)
 stem=corvane-qvx77x-$version
 work=$(mktemp -d)
-trap 'wineserver_end; rm -rf "$work"' EXIT
+trap 'wineserver_end || true; rm -rf "$work"' EXIT
 # Whatever is run here, it is at home there.
 export HOME=$work/home XDG_CONFIG_HOME=$work/home/.config LC_ALL=C
 mkdir "$HOME"
@@ -126,9 +126,9 @@ make_windows() {
 }
 
 wineserver_end() {
-    [[ -d $WINEPREFIX ]] && wineserver -k 2>/dev/null
-    return 0
-}
+    [[ -d $WINEPREFIX ]] || return 0
+    wineserver -k && wineserver -w
+} 2>/dev/null
 
 # Files of ours, or of the user's, on the disk.
 on_disk() {
