@@ -20,8 +20,8 @@ declare -A sets=(
     [bench]="libbenchmark-dev valgrind liblilv-dev lv2-dev"
     [rivals]="zam-plugins calf-plugins mda-lv2 swh-lv2 invada-studio-plugins-lv2 lsp-plugins-lv2"
     [fuzz]="clang libclang-rt-14-dev"
-    [package]="pandoc weasyprint fonts-dejavu-core nsis zip unzip dpkg-dev lintian
-        python3-numpy python3-scipy"
+    [package]="pandoc weasyprint fonts-lato fonts-dejavu-core python3 nsis zip unzip xz-utils
+        dpkg-dev fakeroot lintian git"
 )
 
 wanted=("$@")
