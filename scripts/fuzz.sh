@@ -27,7 +27,7 @@ for name in "${names[@]}"; do
     mkdir -p "build/fuzz/corpus/$name"
     echo "== $name"
     "build/fuzz/fuzz/fuzz-$name" -seed=1 -max_total_time="$seconds" -rss_limit_mb=2048 \
-        -print_final_stats=1 -artifact_prefix="build/fuzz/findings/$name-" \
+        -print_final_stats=1 -close_fd_mask=2 -artifact_prefix="build/fuzz/findings/$name-" \
         "build/fuzz/corpus/$name" "fuzz/corpus/$name" || failed=1
 done
 exit $failed
