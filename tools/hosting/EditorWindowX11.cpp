@@ -54,7 +54,7 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
         std::vector<pollfd> descriptors = {{own, POLLIN, 0}};
         for (const Event& event : events) descriptors.push_back({event.descriptor, POLLIN, 0});
         for (const Timer& timer : timers) {
-            const auto left = std::chrono::duration_cast<milliseconds>(timer.due - Clock::now());
+            const auto left = std::chrono::ceil<milliseconds>(timer.due - Clock::now());
             pause = std::clamp(left, milliseconds(0), pause);
         }
         poll(descriptors.data(), descriptors.size(), static_cast<int>(pause.count()));
