@@ -68,7 +68,7 @@ suite() {
 }
 
 sets=(build test)
-[[ $quick ]] || sets+=(windows fuzz package)
+[[ $quick ]] || sets+=(windows daw fuzz package)
 if ! step "Setting up" scripts/setup.sh "${sets[@]}"; then
     echo "0 passed, 1 failed"
     exit 1
@@ -90,6 +90,7 @@ else
     suite release
     check "Checking the Linux artefacts" scripts/check-artefacts.sh linux
     check "Rendering the demo" ./run.sh
+    check "Playing in a DAW" scripts/check-daw.sh
     # Under Wine what concerns the module; the command line and drawing are tested on Linux.
     suite windows -E '^(corvane_tools_test|gui-tests|dsp_match_tests|validator)'
     check "Checking the Windows artefacts" scripts/check-artefacts.sh windows

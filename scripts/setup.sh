@@ -2,7 +2,7 @@
 # Installs the Debian packages that are missing and fetches the SDK. Does nothing, quickly, where
 # all is there.
 #
-#   scripts/setup.sh [build] [windows] [test] [bench] [rivals] [fuzz] [package] [all]      default: build
+#   scripts/setup.sh [build] [windows] [test] [bench] [rivals] [daw] [fuzz] [package] [all]      default: build
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -19,6 +19,7 @@ declare -A sets=(
         xvfb xauth xdotool"
     [bench]="libbenchmark-dev valgrind liblilv-dev lv2-dev"
     [rivals]="zam-plugins calf-plugins mda-lv2 swh-lv2 invada-studio-plugins-lv2 lsp-plugins-lv2"
+    [daw]="ardour python3-numpy"
     [fuzz]="clang libclang-rt-14-dev"
     [package]="pandoc weasyprint fonts-lato fonts-dejavu-core python3 nsis zip unzip xz-utils
         dpkg-dev fakeroot lintian git"
