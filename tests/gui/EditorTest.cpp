@@ -624,12 +624,43 @@ TEST_F(EditorTest, TakesTheSizesThatHostsGive) {
     EXPECT_EQ(screen->editor->zoomPercent(), 100);
     screen->click(at(kHighCut));
     EXPECT_EQ(model.value(kHighCut), 1.0) << "clicks miss at a content scale of 2";
-    screen->editor->setContentScale(1.0);
+    // Hosts tell their scale again and again; the user's zoom stays.
+    screen->editor->setZoom(150);
+    for (const double scale : {1.0, 1.0, 1.5, 1.0}) {
+        screen->editor->setContentScale(scale);
+        EXPECT_EQ(screen->editor->width(), static_cast<int>(1500 * scale));
+        EXPECT_EQ(model.storedZoom, 150);
+    }
+    screen->editor->setZoom(100);
     // The corner.
     screen->down({992, 348});
     screen->move({1242, 438});
     screen->up({1242, 438});
     EXPECT_NEAR(screen->editor->zoomPercent(), 124, 2);
+    EXPECT_EQ(model.storedZoom, screen->editor->zoomPercent());
+    screen->down({992, 348});
+    screen->move({9920, 3480});
+    screen->up({9920, 3480});
+    EXPECT_EQ(screen->editor->zoomPercent(), 300);
+    EXPECT_EQ(screen->draw().width, 3000);
+}
+
+TEST_F(EditorTest, ZoomIsTheInstancesOwnOrElseTheUsers) {
+    UserSettings settings = loadUserSettings();
+    settings.zoom = 75;
+    ASSERT_TRUE(saveUserSettings(settings));
+    FakeModel fresh(folder);
+    {
+        OffScreen view(fresh);
+        EXPECT_EQ(view.editor->width(), 750);
+        EXPECT_EQ(fresh.storedZoom, 0) << "the default is no choice for this instance";
+        view.editor->setZoom(200);
+    }
+    EXPECT_EQ(OffScreen(fresh).editor->width(), 2000);
+    fresh.storedZoom = 4711;  // from a project
+    EXPECT_EQ(OffScreen(fresh).editor->width(), 3000);
+    settings.zoom = 100;
+    ASSERT_TRUE(saveUserSettings(settings));
 }
 
 TEST_F(EditorTest, HintsComeWhenThePointerRests) {

@@ -2,7 +2,10 @@
 #include "tests/module/ModuleRig.h"
 #include "tools/hosting/EditorWindow.h"
 
+#include "pluginterfaces/gui/iplugviewcontentscalesupport.h"
+
 #include <atomic>
+#include <filesystem>
 #include <set>
 #include <thread>
 
@@ -43,6 +46,13 @@ EditorWindow::Ptr openDrawn(ModuleRig& rig) {
     }
     ADD_FAILURE() << "the editor isn't drawn";
     std::abort();
+}
+
+// Descriptors of this process; 0 where the system doesn't tell.
+size_t openFiles() {
+    std::error_code error;
+    const std::filesystem::directory_iterator files("/proc/self/fd", error);
+    return error ? 0 : static_cast<size_t>(std::distance(begin(files), end(files)));
 }
 
 void dragInputUp(EditorWindow& window) {
@@ -111,6 +121,12 @@ TEST(EditorWindow, FollowsTheHostsSizeAndKeepsItsShape) {
         EXPECT_NEAR(window->height(), height * percent / 100, 1) << percent;
         EXPECT_TRUE(window->runUntil([&] { return isDrawn(*window); })) << percent;
     }
+    FUnknownPtr<IPlugViewContentScaleSupport> scale(&window->view());
+    ASSERT_TRUE(scale);
+    for (const float factor : {1.0F, 2.0F, 2.0F, 1.0F}) {
+        EXPECT_EQ(scale->setContentScaleFactor(factor), kResultTrue);
+        EXPECT_EQ(window->width(), static_cast<int>(static_cast<float>(width) * factor));
+    }
     // The next editor of the same instance opens as it was left.
     ASSERT_TRUE(window->setWidth(width * 5 / 4));
     window = nullptr;
@@ -153,12 +169,15 @@ TEST(EditorWindow, OpensAndClosesManyTimesWhileAudioRuns) {
     std::thread audio([&] {
         while (!done) rig.render(noise(0.2, 4800));
     });
+    size_t filesOpen = 0;
     for (int round = 0; round < kRounds; ++round) {
+        if (round == kRounds / 2) filesOpen = openFiles();
         auto window = round % 10 == 0 ? openDrawn(rig) : open(rig);
         window->runUntil([] { return false; }, std::chrono::milliseconds(round % 3 * 30));
         window->close();
         EXPECT_EQ(window->handlerCount(), 0u) << "handlers are left in the host's loop";
     }
+    EXPECT_EQ(openFiles(), filesOpen);
     done = true;
     audio.join();
 }
