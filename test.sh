@@ -94,6 +94,7 @@ else
     # Under Wine what concerns the module; the command line and drawing are tested on Linux.
     suite windows -E '^(corvane_tools_test|gui-tests|dsp_match_tests|validator)'
     check "Checking the Windows artefacts" scripts/check-artefacts.sh windows
+    check "Comparing Linux and Windows" scripts/check-agreement.sh
     check "Making the packages" ./package.sh
     check "Checking the packages" scripts/check-packages.sh
     targets=("${sanitized[@]}")

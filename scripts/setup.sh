@@ -19,7 +19,7 @@ declare -A sets=(
         xvfb xauth xdotool"
     [bench]="libbenchmark-dev valgrind liblilv-dev lv2-dev"
     [rivals]="zam-plugins calf-plugins mda-lv2 swh-lv2 invada-studio-plugins-lv2 lsp-plugins-lv2"
-    [daw]="ardour python3-numpy"
+    [daw]="ardour python3-scipy"
     [fuzz]="clang libclang-rt-14-dev"
     [package]="pandoc weasyprint fonts-lato fonts-dejavu-core python3 nsis zip unzip xz-utils
         dpkg-dev fakeroot lintian git"

@@ -3,29 +3,20 @@
 
     check.py FOLDER TITLE=VALUE…        FOLDER holds make.log, load.log, make*.wav, load*.wav
 """
-import struct
 import sys
 from pathlib import Path
 
 import numpy as np
+from scipy.io import wavfile
 
 RATE = 48000
 FADE_IN = 4000  # samples at the start of an export, made by the DAW
 
 
 def samples(path):
-    data = path.read_bytes()
-    at, channels = 12, 2
-    while at + 8 <= len(data):
-        name, size = struct.unpack_from("<4sI", data, at)
-        if name == b"fmt ":
-            kind, channels, rate = struct.unpack_from("<HHI", data, at + 8)
-            bits = struct.unpack_from("<H", data, at + 22)[0]
-            assert rate == RATE and bits == 32, f"{path.name}: {rate} Hz, {bits} bits"
-        if name == b"data":
-            return np.frombuffer(data, "<f4", size // 4, at + 8).reshape(-1, channels)
-        at += 8 + size + size % 2
-    sys.exit(f"{path.name} holds no samples")
+    rate, data = wavfile.read(path)
+    assert rate == RATE and data.dtype == np.float32, f"{path.name}: {rate} Hz, {data.dtype}"
+    return data
 
 
 def parameters(log):
