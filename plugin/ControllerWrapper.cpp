@@ -10,8 +10,10 @@
 
 #include "public.sdk/source/vst/utility/stringconvert.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <stdexcept>
 #include <string>
 
 namespace Quorvant {
@@ -72,6 +74,24 @@ void QVXVST3ControllerWrapper::addUnits() {
 
 bool QVXVST3ControllerWrapper::acceptsChange(Vst::ParamID id) {
     return id != kDelayClockMode || !switchState(getParamNormalized(kInfRepeat));
+}
+
+// The SDK's lists and conversions of text throw, and no exception may cross into the host.
+tresult PLUGIN_API QVXVST3ControllerWrapper::getParamStringByValue(Vst::ParamID id,
+                                                                   Vst::ParamValue value,
+                                                                   Vst::String128 text) {
+    if (std::isnan(value)) return kResultFalse;
+    return EditControllerEx1::getParamStringByValue(id, std::clamp(value, 0.0, 1.0), text);
+}
+
+tresult PLUGIN_API QVXVST3ControllerWrapper::getParamValueByString(Vst::ParamID id,
+                                                                   Vst::TChar* text,
+                                                                   Vst::ParamValue& value) {
+    try {
+        return EditControllerEx1::getParamValueByString(id, text, value);
+    } catch (const std::range_error&) {
+        return kResultFalse;
+    }
 }
 
 tresult PLUGIN_API QVXVST3ControllerWrapper::setParamNormalized(Vst::ParamID id,

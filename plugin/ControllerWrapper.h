@@ -35,6 +35,14 @@ class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, publi
     Steinberg::tresult PLUGIN_API setComponentState(Steinberg::IBStream* stream) override;
     Steinberg::tresult PLUGIN_API setState(Steinberg::IBStream* stream) override;
     Steinberg::tresult PLUGIN_API getState(Steinberg::IBStream* stream) override;
+    // Of the nearest value within 0 ... 1; false for not-a-number.
+    Steinberg::tresult PLUGIN_API getParamStringByValue(Steinberg::Vst::ParamID id,
+                                                        Steinberg::Vst::ParamValue value,
+                                                        Steinberg::Vst::String128 text) override;
+    // False for malformed UTF-16, too.
+    Steinberg::tresult PLUGIN_API getParamValueByString(Steinberg::Vst::ParamID id,
+                                                        Steinberg::Vst::TChar* text,
+                                                        Steinberg::Vst::ParamValue& value) override;
     // Refuses what acceptsChange() refuses, and not-a-number. A new value of the program parameter
     // chooses that factory preset; the value that it has already changes nothing.
     Steinberg::tresult PLUGIN_API setParamNormalized(Steinberg::Vst::ParamID id,

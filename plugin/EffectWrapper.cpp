@@ -1,16 +1,17 @@
 #include "plugin/EffectWrapper.h"
 
+#include "dsp/Denormals.h"
 #include "params/ParameterLaws.h"
 #include "plugin/ClassIds.h"
 
 #include "pluginterfaces/vst/ivstattributes.h"
 #include "pluginterfaces/vst/ivstparameterchanges.h"
 #include "pluginterfaces/vst/vstpresetkeys.h"
-#include "public.sdk/source/vst/utility/stringconvert.h"
 
 #include <algorithm>
 #include <cmath>
 #include <new>
+#include <string_view>
 #include <type_traits>
 
 namespace Quorvant {
@@ -92,7 +93,8 @@ StateOrigin readOrigin(IBStream& stream) {
     std::array<Vst::TChar, kCapacity> text{};
     constexpr uint32 kBytes = (kCapacity - 1) * sizeof(Vst::TChar);
     if (list->getString(Vst::PresetAttributes::kStateType, text.data(), kBytes) == kResultOk) {
-        origin.fromProject = VST3::StringConvert::convert(text.data()) == Vst::StateType::kProject;
+        origin.fromProject = std::ranges::equal(std::u16string_view(text.data()),
+                                                std::string_view(Vst::StateType::kProject));
     }
     text.fill(0);
     if (list->getString(Vst::PresetAttributes::kFilePathStringType, text.data(), kBytes) ==
@@ -270,6 +272,8 @@ tresult PLUGIN_API QVXVST3EffectWrapper::setActive(TBool state) {
 }
 
 tresult PLUGIN_API QVXVST3EffectWrapper::process(ProcessData& data) {
+    // Values from the host may be anything, and the host may have asked for traps.
+    const ScopedFloatingPointMode ownMode;
     applyPendingState();
     takeParameters(data.inputParameterChanges);
     tresult result = kResultOk;
