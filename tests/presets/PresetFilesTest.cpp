@@ -164,7 +164,7 @@ void fillAndProtectDisk(const TestFolder& disk) {
         QVXPresetRecord record{};
         return loadPreset(disk / "x.qvx", record) == PresetFault::None && record == sample();
     };
-    const QVXPresetRecord& other = buildFactoryBank()[1];
+    const QVXPresetRecord other = buildFactoryBank()[1];
     EXPECT_EQ(savePreset(disk / "x", sample(), {}), PresetFault::None);
     writeBytes(disk / "filler", std::string(1 << 16, '#'));
     EXPECT_EQ(savePreset(disk / "x", other, {}), PresetFault::DiskFull);
