@@ -357,6 +357,9 @@ void QVXVST3EffectWrapper::render(ProcessData& data) {
             if (in[2] && layout.sideChainStereo) in[3] = input(1, 1);
         }
 
+        // The engine plays nothing without a left channel, and a right one alone is silenced below.
+        if (!out[0]) out[1] = nullptr;
+
         const int32 frames = std::max(data.numSamples, 0);
         const bool suspended = suspend.load(std::memory_order_relaxed) != 0;
         if constexpr (std::is_same_v<Sample, float>) {
@@ -396,7 +399,13 @@ tresult PLUGIN_API QVXVST3EffectWrapper::setState(IBStream* stream) {
     if (!stream) return kResultFalse;
     const auto state = readComponentState(*stream);
     if (!state) return kResultFalse;
-    newestState.state = *state;
+    ComponentState wanted = *state;
+    // A state that still waits is replaced by this one, but for the values that this one lacks.
+    const bool replaces = appliedState.load(std::memory_order_acquire) != newestState.number;
+    for (std::size_t i = 0; replaces && i < wanted.values.size(); ++i) {
+        if (!isStateValue(wanted.values[i])) wanted.values[i] = newestState.state.values[i];
+    }
+    newestState.state = wanted;
     ++newestState.number;
     pendingStates.put(newestState);
     if (!active) applyPendingState();
