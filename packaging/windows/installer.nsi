@@ -140,6 +140,12 @@ SectionEnd
 Section Uninstall
     !insertmacro FindPlaces
     !insertmacro RemoveFiles
+    ${If} ${FileExists} "$Plugins\${NAME}.vst3\Contents\x86_64-win\${NAME}.vst3"
+        MessageBox MB_OK|MB_ICONSTOP "The plug-in is in use. Close your host, and uninstall again." \
+            /SD IDOK
+        SetErrorLevel 2
+        Abort
+    ${EndIf}
     RMDir "$APPDATA\VST3 Presets\${VENDOR_FOLDER}"
     RMDir "$APPDATA\VST3 Presets"
     Delete "$SMPROGRAMS\${NAME} manual.lnk"
