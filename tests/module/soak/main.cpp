@@ -1,0 +1,107 @@
+// Loads the built module and treats it as many hosts do, none of them careful: what is done is
+// drawn by lot, and the same seed draws the same again.
+#include "tests/module/soak/Actions.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <random>
+#include <sstream>
+
+namespace {
+
+using namespace Quorvant::Soak;
+
+struct Run {
+    uint64_t seed = 0;
+    int steps = 500;
+    bool editors = false;
+    int patience = 120;  // seconds that a step may take
+    std::string log;
+};
+
+const Action& draw(Chance& chance, bool editors) {
+    int sum = 0;
+    for (const Action& action : allActions())
+        if (editors || !action.needsDisplay) sum += action.weight;
+    int lot = chance.below(sum);
+    for (const Action& action : allActions()) {
+        if (!editors && action.needsDisplay) continue;
+        if ((lot -= action.weight) < 0) return action;
+    }
+    return allActions().front();
+}
+
+void take(const Run& run, Journal& journal) {
+    Scene scene{Chance(run.seed), journal, run.editors, {}, {}};
+    scene.guests.push_back(Guest::make(journal));
+    for (int step = 0; step < run.steps; ++step) {
+        const Action& action = draw(scene.chance, run.editors);
+        const int who = scene.chance.below(static_cast<int>(scene.guests.size()));
+        journal.begin(step, action.name, "with instance " + std::to_string(who));
+        action.run(scene, *scene.guests[static_cast<size_t>(who)]);
+    }
+}
+
+std::string summary(const Run& run, const Journal& journal) {
+    std::ostringstream line;
+    line << "soak: seed " << run.seed << ", " << run.steps << " steps, " << journal.instances
+         << " instances, " << journal.frames << " frames, " << journal.points << " points, sound "
+         << std::hex << journal.sound << std::dec;
+    for (const auto& [name, count] : journal.actions()) line << ", " << name << " " << count;
+    line << ", complaints " << journal.complaints();
+    return line.str();
+}
+
+// False where there is something to complain of.
+bool soak(const Run& run, uint64_t& sound) {
+    bool content = false;
+    {
+        Journal journal(run.seed, run.log, std::chrono::seconds(run.patience));
+        take(run, journal);
+        sound = journal.sound;
+        content = journal.complaints() == 0;
+        std::cout << summary(run, journal) << std::endl;
+    }
+    return content;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Treats the built plug-in as careless hosts do.");
+    Run run;
+    run.seed = std::random_device()();
+    bool twice = false;
+    app.add_option("--seed", run.seed,
+                   "Does the same as the run of that seed (default: a fresh one)");
+    app.add_option("--steps", run.steps, "How much is done")->check(CLI::PositiveNumber);
+    app.add_option("--log", run.log, "Where each step is written before it is taken");
+    app.add_option("--patience", run.patience, "Seconds after which a step counts as hanging")
+        ->check(CLI::PositiveNumber);
+    app.add_flag("--editors", run.editors, "Opens editors, too; needs a display");
+    app.add_flag("--twice", twice, "Runs two times, which must sound the same");
+    CLI11_PARSE(app, argc, argv);
+    if (run.log.empty())
+        run.log =
+            (std::filesystem::temp_directory_path() / ("soak-" + std::to_string(run.seed) + ".log"))
+                .string();
+
+    std::cout << "soak: replay by --seed " << run.seed << " --steps " << run.steps
+              << (run.editors ? " --editors" : "") << ", steps are in " << run.log << std::endl;
+    if (!run.editors) std::cout << "soak: without --editors no editor is opened" << std::endl;
+    uint64_t sound = 0, again = 0;
+    bool content = soak(run, sound);
+    if (twice) {
+        content = soak(run, again) && content;
+        if (sound != again) {
+            std::cerr << "soak: the second run sounds different" << std::endl;
+            content = false;
+        }
+    }
+    if (content) std::filesystem::remove(run.log);
+    return content ? EXIT_SUCCESS : EXIT_FAILURE;
+}
