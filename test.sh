@@ -91,7 +91,8 @@ else
     check "Checking the Linux artefacts" scripts/check-artefacts.sh linux
     check "Rendering the demo" ./run.sh
     check "Playing in a DAW" scripts/check-daw.sh
-    # Under Wine what concerns the module; the command line and drawing are tested on Linux.
+    # Under Wine what concerns the module and its window; the rest of drawing and the command line are
+    # tested on Linux.
     suite windows -E '^(corvane_tools_test|gui-tests|dsp_match_tests|validator)'
     check "Checking the Windows artefacts" scripts/check-artefacts.sh windows
     check "Comparing Linux and Windows" scripts/check-agreement.sh
