@@ -19,6 +19,7 @@ constexpr double kLargestSample = 1024.0;  // +60 dBFS
 // the clock.
 constexpr double kSilence = 1e-10, kSilenceOfEnvelope = 1e-30;
 constexpr double kFlashSeconds = 0.05;
+constexpr double kLastPosition = 1e9;  // quarter notes; beyond it no exact fraction is left
 constexpr double kQuarterTurn = 1.5707963705062866;  // pi/2 in single precision, intended
 
 // What is not finite, or absurdly large, is read as silence before any filter can keep it.
@@ -134,7 +135,7 @@ void QVXCorvane77x_v2Effect::followHost() {
         setTempo(manualTempoBpm);
     else if (transport.tempoValid && std::isfinite(transport.tempoBpm))
         setTempo(transport.tempoBpm);
-    hostSynced = transport.positionValid && std::isfinite(transport.positionBeats);
+    hostSynced = transport.positionValid && std::abs(transport.positionBeats) < kLastPosition;
 
     repeats.setLengths(static_cast<int>(delayTimeMs * sampleRate / 1000.0),
                        static_cast<int>(kFlashSeconds * sampleRateInt / clockFactor));
