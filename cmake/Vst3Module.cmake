@@ -26,7 +26,9 @@ function(corvane_add_vst3_module target)
         configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" version.rc @ONLY)
         target_sources(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc")
         set_target_properties(${target} PROPERTIES SUFFIX ".vst3")
-        target_link_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-s>)
+        # The linker's own choice of the address depends on the folder that the module lies in.
+        target_link_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-s>
+                            -Wl,--image-base,0x180000000)
     else()
         set(entry "${main}/linuxmain.cpp")
         set(folder x86_64-linux)
