@@ -1,5 +1,6 @@
 // What a process that holds the module has to bear: many instances at once, the module coming and
 // going, and floating-point settings of the host's own.
+#include "dsp/OutputIndex.h"
 #include "params/ParameterIndex.h"
 #include "tests/module/ModuleRig.h"
 #include "tests/module/ProcessUse.h"
@@ -95,6 +96,24 @@ TEST(ModuleLife, LoadingAndUnloadingLeavesNothingBehind) {
     std::cout << "heap: " << before.heapBytes << " bytes before, " << after.heapBytes
               << " after 50 rounds; handles " << after.handles << ", threads " << after.threads
               << '\n';
+}
+
+TEST(ModuleLife, AnImpossibleSongPositionIsForgotten) {
+    ModuleRig rig(oneEcho({{"LFO Sync", "Synchro"}, {"Depth", "5"}, {"Dly-Clk Mode", "Clk"}}));
+    rig.transport = Hosting::Transport{.tempoBpm = 120.0, .positionBeats = 0.0};
+    for (const double position : {-1e12, 1e300, -1.7e308, 1.7e308}) {
+        rig.transport->positionBeats = position;
+        for (const double x : rig.render(noise(0.3, 4800)).left) ASSERT_TRUE(std::isfinite(x));
+    }
+    rig.transport->positionBeats.reset();
+    double darkest = 0.5, brightest = 0.5;
+    rig.afterBlock = [&] {
+        darkest = std::min(darkest, rig.reading(kOutLfoLamp));
+        brightest = std::max(brightest, rig.reading(kOutLfoLamp));
+    };
+    rig.render(noise(0.3, 96000));
+    EXPECT_GT(brightest, 0.7) << "the LFO stands still";
+    EXPECT_LT(darkest, 0.3);
 }
 
 // One block of audio and parameters, some of them no numbers, under a control word.
