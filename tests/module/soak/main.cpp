@@ -56,17 +56,16 @@ std::string summary(const Run& run, const Journal& journal) {
     return line.str();
 }
 
-// False where there is something to complain of.
-bool soak(const Run& run, uint64_t& sound) {
-    bool content = false;
-    {
-        Journal journal(run.seed, run.log, std::chrono::seconds(run.patience));
-        take(run, journal);
-        sound = journal.sound;
-        content = journal.complaints() == 0;
-        std::cout << summary(run, journal) << std::endl;
-    }
-    return content;
+struct Outcome {
+    bool content;  // nothing to complain of
+    uint64_t sound;
+    std::string summary;
+};
+
+Outcome soak(const Run& run) {
+    Journal journal(run.seed, run.log, std::chrono::seconds(run.patience));
+    take(run, journal);
+    return {journal.complaints() == 0, journal.sound, summary(run, journal)};
 }
 
 }  // namespace
@@ -93,14 +92,14 @@ int main(int argc, char** argv) {
     std::cout << "soak: replay by --seed " << run.seed << " --steps " << run.steps
               << (run.editors ? " --editors" : "") << ", steps are in " << run.log << std::endl;
     if (!run.editors) std::cout << "soak: without --editors no editor is opened" << std::endl;
-    uint64_t sound = 0, again = 0;
-    bool content = soak(run, sound);
+    const Outcome first = soak(run);
+    std::cout << first.summary << std::endl;
+    bool content = first.content;
     if (twice) {
-        content = soak(run, again) && content;
-        if (sound != again) {
-            std::cerr << "soak: the second run sounds different" << std::endl;
-            content = false;
-        }
+        const Outcome second = soak(run);
+        content = content && second.content && second.sound == first.sound;
+        if (second.sound != first.sound)
+            std::cerr << "soak: the second run sounds different: " << second.summary << std::endl;
     }
     if (content) std::filesystem::remove(run.log);
     return content ? EXIT_SUCCESS : EXIT_FAILURE;
