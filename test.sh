@@ -34,8 +34,8 @@ attribute() {
     grep -o "\b$1=\"[0-9]*\"" "$2" | head -n 1 | grep -o '[0-9]*'
 }
 
-# What the sanitizers watch: everything that runs inside a host, without windows and other programs.
-sanitized=(params-tests plugin-tests presets-tests platform-tests dsp_tests)
+# What the sanitizers watch: everything that runs inside a host, and the module in one.
+sanitized=(params-tests plugin-tests presets-tests platform-tests dsp_tests soak)
 targets=()
 
 # suite PRESET [ctest option…]: builds a preset (only `targets` of it, if there are any) and runs its
@@ -65,6 +65,9 @@ suite() {
     if ((status != 0 && bad == 0)); then ((++failed)); fi
     ((passed += tests - bad - skips, failed += bad, skipped += skips))
     echo "    $((tests - bad - skips)) passed, $bad failed, $skips skipped"
+    # What the validator and the soaks say of themselves.
+    sed -n 's/\r$//; s/^Result: /    validator: /p; s/^soak: seed/    &/p' \
+        "build/$preset/Testing/Temporary/LastTest.log" 2>/dev/null
 }
 
 sets=(build test)
@@ -93,15 +96,15 @@ else
     check "Playing in a DAW" scripts/check-daw.sh
     # Under Wine what concerns the module and its window; the rest of drawing and the command line are
     # tested on Linux.
-    suite windows -E '^(corvane_tools_test|gui-tests|dsp_match_tests|validator)'
+    suite windows -E '^(corvane_tools_test|gui-tests|dsp_match_tests)'
     check "Checking the Windows artefacts" scripts/check-artefacts.sh windows
     check "Comparing Linux and Windows" scripts/check-agreement.sh
     check "Making the packages" ./package.sh
     check "Checking the packages" scripts/check-packages.sh
     targets=("${sanitized[@]}")
     # Unoptimised and watched, the long renders of the other engine tests would take an hour.
-    suite asan -R '^((params|plugin|presets|platform)-tests|dsp_tests\.Engine(Loop|Robustness|Direction))'
-    suite tsan -R '^((params|plugin|presets|platform)-tests)'
+    suite asan -R '^((params|plugin|presets|platform)-tests|soak|dsp_tests\.Engine(Loop|Robustness|Direction))'
+    suite tsan -R '^((params|plugin|presets|platform)-tests|soak)'
     check "Fuzzing what is read" scripts/fuzz.sh
 fi
 
