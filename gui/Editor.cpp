@@ -134,12 +134,12 @@ int Editor::heightFor(int pixelWidth) const {
 
 void Editor::open(VSTGUI::CFrame& frame) {
     close();
-    window = &frame;
     // "Show" opens the panel with every editor; otherwise it is as it was left.
     if (switchState(owner.value(kDefaultExtensionsPanel)) &&
         !switchState(owner.value(kShowHideExtensions))) {
         setParameter(kShowHideExtensions, 1.0);
     }
+    window = &frame;
     window->registerKeyboardHook(this);
     window->registerMouseObserver(this);
     window->setBackgroundColor(Theme::kBar);

@@ -604,6 +604,7 @@ TEST_F(EditorTest, ExtensionsOpenCloseAndStayAsTheyWereLeft) {
     {
         OffScreen second(model);
         EXPECT_EQ(second.editor->height(), tall);
+        EXPECT_EQ(second.frame->getNbViews(), 1u) << "the editor is built twice";
     }
     model.editor = screen->editor.get();
     model.set(kShowHideExtensions, 0.0);
