@@ -2,7 +2,9 @@
 # Installs the Debian packages that are missing and fetches the SDK. Does nothing, quickly, where
 # all is there.
 #
-#   scripts/setup.sh [build] [windows] [test] [bench] [rivals] [daw] [fuzz] [package] [all]      default: build
+#   scripts/setup.sh [SET…]       default: build
+#
+# The sets are in the table below; `all` is all of them.
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
@@ -19,6 +21,7 @@ declare -A sets=(
         xvfb xauth xdotool"
     [bench]="libbenchmark-dev valgrind liblilv-dev lv2-dev"
     [rivals]="zam-plugins calf-plugins mda-lv2 swh-lv2 invada-studio-plugins-lv2 lsp-plugins-lv2"
+    [docs]="python3-numpy python3-scipy python3-matplotlib"
     [daw]="ardour python3-scipy"
     [fuzz]="clang libclang-rt-14-dev"
     [package]="pandoc weasyprint fonts-lato fonts-dejavu-core python3 nsis zip unzip xz-utils
