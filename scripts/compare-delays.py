@@ -29,6 +29,9 @@ def vst3(path):
     return [HOST, "--plain", "bench", "--plugin", path]
 
 
+MONO = {"/usr/lib/vst3/ZamDelay.vst3"}  # effects of one channel, counted twice
+
+
 def lv2(uri):
     return [LV2, uri]
 
@@ -38,10 +41,10 @@ DELAYS = [
     ("**Corvane QVX77x, Legacy**", "VST3", ours("Processing Mode=Legacy")),
     ("**Corvane QVX77x, Lims**", "VST3", ours("Processing Mode=Lims")),
     ("**Corvane QVX77x, Full**", "VST3", ours("Processing Mode=Full")),
-    ("**Corvane QVX77x, Clean, sine LFO**", "VST3", ours("Depth=7.4", "Waveform=0")),
-    ("**Corvane QVX77x, Clean, envelope**", "VST3", ours("Depth=7.4", "Waveform=5")),
-    ("ZamDelay", "VST3", vst3("/usr/lib/vst3/ZamDelay.vst3")),
-    ("ZamDelay", "LV2", lv2("urn:zamaudio:ZamDelay")),
+    ("**Corvane QVX77x, Clean, sine LFO**", "VST3", ours("Depth=7.4", "Waveform=sin")),
+    ("**Corvane QVX77x, Clean, envelope**", "VST3", ours("Depth=7.4", "Waveform=env")),
+    ("ZamDelay (two mono)", "VST3", vst3("/usr/lib/vst3/ZamDelay.vst3")),
+    ("ZamDelay (two mono)", "LV2", lv2("urn:zamaudio:ZamDelay")),
     ("Calf Vintage Delay", "LV2", lv2("http://calf.sourceforge.net/plugins/VintageDelay")),
     ("Calf Reverse Delay", "LV2", lv2("http://calf.sourceforge.net/plugins/ReverseDelay")),
     ("LSP Artistic Delay", "LV2", lv2("http://lsp-plug.in/plugins/lv2/art_delay_stereo")),
@@ -74,13 +77,18 @@ make one instance ready, after the first; *memory* what one more instance takes 
 """
 
 
-def run(command, *options, prefix=()):
-    done = subprocess.run([*prefix, *map(str, command), *map(str, options)],
+def channels_missing(command):
+    return 2 if MONO.intersection(map(str, command)) else 1
+
+
+def run(command, *options):
+    done = subprocess.run([*map(str, command), *map(str, options)],
                           capture_output=True, text=True, timeout=1800)
     if done.returncode:
         sys.exit(f"{' '.join(map(str, command))}: {done.stderr.strip()}")
     rows = (line.split("\t", 1) for line in done.stdout.splitlines() if "\t" in line)
-    return {key: float(text.split()[0]) for key, text in rows if re.match(r"[\d.]+ ", text)}
+    return {key: float(text.split()[0]) * channels_missing(command)
+            for key, text in rows if re.match(r"[\d.]+ ", text)}
 
 
 def instructions(command, rate):
@@ -97,7 +105,7 @@ def instructions(command, rate):
     if short is None or long is None:
         return "-"
     frames = (-(-1.5 * rate // BLOCK) - -(-0.5 * rate // BLOCK)) * BLOCK
-    return f"{(long - short) / frames:.0f}"
+    return f"{(long - short) / frames * channels_missing(command):.0f}"
 
 
 def main():
