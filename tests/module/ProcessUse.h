@@ -21,7 +21,7 @@ namespace Quorvant::Test {
 
 struct ProcessUse {
     std::size_t heapBytes;  // in use by the process's allocations
-    std::size_t handles;    // open files and the like
+    std::size_t handles;    // open files and the like; Wine doesn't tell and says 0
     std::size_t threads;
 };
 
