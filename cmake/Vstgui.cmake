@@ -2,18 +2,36 @@
 
 set(vstgui "${VST3_SDK_DIR}/vstgui4")
 if(WIN32)
-    set(unit vstgui_win32.cpp)
+    # Its factory never gives back the device that GetDevice hands out: each loading of the module
+    # would keep one, and a thread. Of that file, and of the unit that includes it, a mended copy.
+    set(sources "${vstgui}/vstgui")
+    set(mended "${PROJECT_BINARY_DIR}/vstgui")
+    set(factory lib/platform/win32/win32factory.cpp)
+    # corvane_mend(FILE TEXT REPLACEMENT OUTPUT)
+    function(corvane_mend file text replacement output)
+        file(READ "${sources}/${file}" content)
+        string(REPLACE "${text}" "${replacement}" changed "${content}")
+        if(changed STREQUAL content)
+            message(FATAL_ERROR "${sources}/${file} is not that of the SDK this is made for")
+        endif()
+        file(CONFIGURE OUTPUT "${mended}/${output}" CONTENT "${changed}" @ONLY)
+    endfunction()
+    set(use "return std::make_shared<D2DGraphicsDeviceContext> (")
+    corvane_mend(${factory} "${use}" "d2ddevice->Release ();\n\t${use}" win32factory.cpp)
+    corvane_mend(vstgui_win32.cpp ${factory} "win32factory.cpp" vstgui_win32.cpp)
+    set(unit "${mended}/vstgui_win32.cpp")
 else()
-    set(unit vstgui_linux.cpp)
+    set(unit "${vstgui}/vstgui/vstgui_linux.cpp")
 endif()
-add_library(vstgui STATIC EXCLUDE_FROM_ALL "${vstgui}/vstgui/${unit}")
+add_library(vstgui STATIC EXCLUDE_FROM_ALL "${unit}")
 target_include_directories(vstgui SYSTEM PUBLIC "${vstgui}")
 # The same for every user of the headers: they change the layout of classes.
 target_compile_definitions(
     vstgui PUBLIC VSTGUI_ENABLE_DEPRECATED_METHODS=0 VSTGUI_LIVE_EDITING=0
                   VSTGUI_OPENGL_SUPPORT=0)
 # Its messages name source files: not by where they lay on the machine that built them.
-target_compile_options(vstgui PRIVATE -w "-fmacro-prefix-map=${vstgui}/=")
+target_compile_options(vstgui PRIVATE -w "-fmacro-prefix-map=${vstgui}/="
+                                      "-fmacro-prefix-map=${PROJECT_BINARY_DIR}/=")
 if(CORVANE_SANITIZE)
     # One huge unit: the undefined-behaviour checks alone take minutes and gigabytes to compile.
     target_compile_options(vstgui PRIVATE -fno-sanitize=undefined)
@@ -21,6 +39,8 @@ endif()
 
 if(WIN32)
     # mingw's headers lack a few declarations of DirectComposition and DirectWrite.
+    target_compile_options(vstgui PRIVATE "SHELL:-iquote ${sources}"
+                                          "SHELL:-iquote ${sources}/lib/platform/win32")
     target_include_directories(vstgui SYSTEM BEFORE
                                PUBLIC "${PROJECT_SOURCE_DIR}/cmake/shims")
     target_link_libraries(

@@ -28,11 +28,6 @@ ProcessUse useAfterRounds(int rounds) {
 }
 
 TEST(EditorLife, LoadingAndUnloadingLeavesNothingBehind) {
-#ifdef _WIN32
-    // VSTGUI never releases the drawing device that it asks a window's context for, and each
-    // loading of the module makes one; while the module stays, editors leave nothing.
-    const auto kept = Hosting::HostedPlugin::load(CORVANE_MODULE);
-#endif
     // The desktop's libraries make some things once and keep them.
     const ProcessUse before = useAfterRounds(kWarmUp);
     const ProcessUse after = useAfterRounds(kRounds);
