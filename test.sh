@@ -29,6 +29,11 @@ check() {
     if step "$@"; then ((++passed)); else ((++failed)); fi
 }
 
+# quote TITLE WORD: what a step's log says in lines that begin with that word.
+quote() {
+    sed -n "s/^$2/    &/p" "$(log_of "$1")"
+}
+
 # attribute NAME FILE: the first value of that name in a JUnit file.
 attribute() {
     grep -o "\b$1=\"[0-9]*\"" "$2" | head -n 1 | grep -o '[0-9]*'
@@ -94,6 +99,7 @@ else
     check "Checking the Linux artefacts" scripts/check-artefacts.sh linux
     check "Rendering the demo" ./run.sh
     check "Playing in a DAW" scripts/check-daw.sh
+    quote "Playing in a DAW" ok:
     # Under Wine what concerns the module and its window; the rest of drawing and the command line are
     # tested on Linux.
     suite windows -E '^(corvane_tools_test|gui-tests|dsp_match_tests)'

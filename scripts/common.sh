@@ -3,13 +3,18 @@
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 logs=$root/build/logs
 
+# log_of TITLE: the log of the step of that title.
+log_of() {
+    echo "$logs/$(tr -cs 'A-Za-z0-9' - <<<"$1" | sed 's/-$//').log"
+}
+
 # step TITLE COMMAND…: runs the command with its output in a log; one line tells how it went, and
 # the log's end, without what went well, why it failed.
 step() {
     local title=$1 log start=$SECONDS
     shift
     mkdir -p "$logs"
-    log=$logs/$(tr -cs 'A-Za-z0-9' - <<<"$title" | sed 's/-$//').log
+    log=$(log_of "$title")
     printf '%s ... ' "$title" >&2
     if "$@" >"$log" 2>&1 </dev/null; then
         echo "done ($((SECONDS - start)) s)" >&2
