@@ -51,6 +51,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
 
     static constexpr int kSplineReach = 4;  // pairs that a spline looks at
     static constexpr double kLowestClockFactor = 1.0 / 16.0, kHighestClockFactor = 16.0;
+    static constexpr int kMostTicks = 17;  // of the memory in a frame; rounding may add one
 
     // One chunk's signals on their way through the engine. `controls` holds one entry for the whole
     // chunk while nothing moves, else one a frame; gains are linear.

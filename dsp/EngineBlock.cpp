@@ -434,7 +434,7 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     // What goes to the memory by frames, and what comes from it by ticks; both begin with the last
     // of what went before, which the splines reach back to.
     std::array<Pair, kSplineReach + kChunk> recorded;
-    std::array<Pair, kSplineReach + kChunk* static_cast<int>(1.0 / kLowestClockFactor)> played;
+    std::array<Pair, kSplineReach + kChunk * kMostTicks> played;
     std::copy_n(recordedBefore.data(), kSplineReach, recorded.data());
     std::copy_n(playedBefore.data(), kSplineReach, played.data());
     Pair* newest = &played[kSplineReach - 1];
