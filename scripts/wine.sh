@@ -22,6 +22,15 @@ if [[ ! -e $WINEPREFIX/.complete ]]; then
     quietly wineserver -w
     touch "$WINEPREFIX/.complete"
 fi
-if quietly wineserver -p60; then quietly wine cmd /c exit; fi
+# A server that has long had nothing to do may be going just now: see a program run first.
+last=$(stat -c %Y "$WINEPREFIX.used" 2>/dev/null || echo 0)
+if quietly wineserver -p60 || (($(date +%s) - last > 40)); then
+    for _ in 1 2 3; do
+        if quietly wine cmd /c exit; then break; fi
+        sleep 1
+        quietly wineserver -p60 || true
+    done
+fi
+touch "$WINEPREFIX.used"
 exec 9>&-
 exec wine "$@"
