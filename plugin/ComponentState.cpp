@@ -32,7 +32,9 @@ std::optional<ComponentState> readComponentState(Steinberg::IBStream& stream) {
     if (size < kValuesSize) return std::nullopt;
     ComponentState state;
     for (std::size_t i = 0; i < state.values.size(); ++i) {
-        state.values[i] = loadDouble(bytes.data() + i * kDoubleSize);
+        const double value = loadDouble(bytes.data() + i * kDoubleSize);
+        // The sum makes 0 of a negative denormal, should the comparison take it for 0.
+        state.values[i] = isStateValue(value) ? value + 0.0 : kNoValue;
     }
     if (size == kStateSize) state.suspend = loadDouble(bytes.data() + kValuesSize);
     return state;

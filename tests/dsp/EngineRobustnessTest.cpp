@@ -1,5 +1,6 @@
 // What a host can do to the engine: bad samples, odd blocks and rates, missing buffers, suspension,
 // resets; and that the same calls always give the same sound.
+#include "dsp/Denormals.h"
 #include "tests/dsp/EngineRig.h"
 
 #include <gtest/gtest.h>
@@ -159,6 +160,22 @@ TEST(EngineRobustness, ParametersAreClampedAndNonsenseIsIgnored) {
     }
     rig.engine.reset();
     EXPECT_NEAR(rig.render(Signal(64, 0.1)).left.back(), 0.4, 1e-9);
+}
+
+// Where denormals count as zero, a negative one passes for 0 in comparisons and not in functions.
+TEST(EngineRobustness, ANegativeDenormalIsZero) {
+    const ScopedFloatingPointMode hostFlushes;
+    const Stereo in = noise(4800, 1);
+    for (uint32_t index = 0; index <= kManualTempo; ++index) {
+        EngineRig rig, zero;
+        setBusy(rig, ProcessingMode::Clean);
+        setBusy(zero, ProcessingMode::Clean);
+        rig.set(index, -6e-317);
+        zero.set(index, 0.0);
+        const Stereo got = rig.render(in), expected = zero.render(in);
+        EXPECT_EQ(got.left, expected.left) << index;
+        EXPECT_EQ(got.right, expected.right) << index;
+    }
 }
 
 TEST(EngineRobustness, EveryRateWorksAndTheUnfitOnesAreReplaced) {
