@@ -71,14 +71,11 @@ void DelayMemory::recordSilence(int count) {
     }
     // The written stretch may wrap, and so may the read index.
     const int usable = length - 1;
+    const int first = (writeIndex + 1) % usable, beforeWrap = std::min(count, usable - first);
+    std::fill_n(cells + first, beforeWrap, Pair{});
+    std::fill_n(cells, count - beforeWrap, Pair{});
+    writeIndex = (writeIndex + count) % usable;
     readIndex = (readIndex + count) % usable;
-    for (; count > 0; count -= usable) {
-        const int run = std::min(count, usable), first = (writeIndex + 1) % usable;
-        const int beforeWrap = std::min(run, usable - first);
-        std::fill_n(cells + first, beforeWrap, Pair{});
-        std::fill_n(cells, run - beforeWrap, Pair{});
-        writeIndex = (writeIndex + run) % usable;
-    }
     cells[usable] = cells[0];
     lastRead = Pair{};
     untouched = false;

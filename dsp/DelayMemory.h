@@ -37,7 +37,7 @@ class DelayMemory {
 
     void storeTo(DelayMemory& memory) const { memory = *this; }
 
-    // That many ticks, 0 and up, without input; for a memory in which only silence is left.
+    // That many ticks, 0 ... length - 1, without input; for a memory in which only silence is left.
     void recordSilence(int count);
 
     // One tick: records `input`, returns the pair for the output history (read one tick ago).

@@ -99,8 +99,7 @@ DirectionMode QVXCorvane77x_v2Effect::direction() const {
 
 void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
     if (index >= values.size() || std::isnan(received)) return;
-    // The sum is 0 for a negative denormal, which comparisons alone may take for one.
-    const double v = std::clamp(received + 0.0, 0.0, 1.0);
+    const double v = clampNormalised(received);
     // A loop keeps its length: these two must be sent again once it is off.
     if (infRepeat && (index == kDelayTime || index == kDelayClockMode)) return;
     values[index] = v;

@@ -69,6 +69,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     enum class Clocking { Unison, Steady, Lfo, Envelope };
     struct Chunk {
         int frames = 0;
+        int ticks = 0;           // of the memory
         bool nothingIn = false;  // and nothing left of what came in
         bool moving = false;     // controls
         bool silent = false;
@@ -168,7 +169,6 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     std::array<Pair, kSplineReach> recordedBefore{}, playedBefore{};
     HighCut highCut;
     Pair feedbackSignal{};
-    int chunkTicks = 0;  // of the memory, in the last chunk
     int quietTicks = 0;  // since anything was recorded
 
     // Loop and activity. A synced loop engages later than infRepeat is switched on.

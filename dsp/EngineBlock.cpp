@@ -209,7 +209,8 @@ void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
 void QVXCorvane77x_v2Effect::noteSilence(const Chunk& chunk) {
     const double limit = chunk.clocking == Clocking::Envelope ? kSilenceOfEnvelope : kSilence;
     const bool quiet = !converts(chunk.stages) && largest(processedPeak) < limit;
-    quietTicks = quiet ? std::min(quietTicks, std::numeric_limits<int>::max() / 2) + chunkTicks : 0;
+    quietTicks =
+        quiet ? std::min(quietTicks, std::numeric_limits<int>::max() / 2) + chunk.ticks : 0;
 }
 
 // True when nothing that came in is left to be heard.
@@ -233,17 +234,17 @@ void QVXCorvane77x_v2Effect::passSilence(Chunk& chunk) {
     } else {
         for (int i = 0; i < chunk.frames; ++i) envelope.follow(0.0);
     }
-    const auto count = [this](double) { ++chunkTicks; };
-    chunkTicks = 0;
+    const auto count = [&chunk](double) { ++chunk.ticks; };
+    chunk.ticks = 0;
     clockFactor = restingClockFactor();
     if (chunk.clocking == Clocking::Unison) {
-        chunkTicks = chunk.frames;
+        chunk.ticks = chunk.frames;
     } else if (chunk.clocking == Clocking::Steady) {
         for (int i = 0; i < chunk.frames; ++i) clock.advance(clockFactor, count);
     } else {
         for (int i = 0; i < chunk.frames; ++i) clock.advance(clockFactor = chunk.factor[i], count);
     }
-    memory.recordSilence(chunkTicks);
+    memory.recordSilence(chunk.ticks);
 
     inputFilter.clear();
     legacyStage.clear();
@@ -506,7 +507,7 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
 
     cells.storeTo(memory);
     std::copy_n(&recorded[chunk.frames], kSplineReach, recordedBefore.data());
-    chunkTicks = static_cast<int>(newest - &played[kSplineReach - 1]);
+    chunk.ticks = static_cast<int>(newest - &played[kSplineReach - 1]);
     std::copy_n(newest - kSplineReach + 1, kSplineReach, playedBefore.data());
     clock = vco;
     highCut = cut;

@@ -12,7 +12,8 @@ inline constexpr double kSqrtTwo = 1.4142;
 inline constexpr double kSqrtHalf = 0.7071;
 inline constexpr double kSensitivityOnFactor = 2.7542;
 
-// Held within 0 ... 1; not-a-number becomes 0.
+// Held within 0 ... 1; not-a-number becomes 0, and so does a negative denormal even where the
+// processor takes denormals for zero.
 constexpr double clampNormalised(double value) {
     return value > 0.0 ? std::min(value, 1.0) : 0.0;
 }

@@ -1,5 +1,6 @@
 #include "plugin/ComponentState.h"
 
+#include "params/ParameterLaws.h"
 #include "plugin/Streams.h"
 
 #include <boost/endian/conversion.hpp>
@@ -33,8 +34,7 @@ std::optional<ComponentState> readComponentState(Steinberg::IBStream& stream) {
     ComponentState state;
     for (std::size_t i = 0; i < state.values.size(); ++i) {
         const double value = loadDouble(bytes.data() + i * kDoubleSize);
-        // The sum makes 0 of a negative denormal, should the comparison take it for 0.
-        state.values[i] = isStateValue(value) ? value + 0.0 : kNoValue;
+        state.values[i] = isStateValue(value) ? clampNormalised(value) : kNoValue;
     }
     if (size == kStateSize) state.suspend = loadDouble(bytes.data() + kValuesSize);
     return state;

@@ -80,9 +80,8 @@ bool lastPoint(Vst::IParameterChanges& changes, int32 index, uint32_t& id, doubl
     int32 offset = 0;
     id = queue->getParameterId();
     const int32 points = queue->getPointCount();
-    if (points <= 0 || queue->getPoint(points - 1, offset, value) != kResultOk) return false;
-    value += 0.0;  // makes 0 of a negative denormal, which comparisons may take for 0
-    return !std::isnan(value);
+    return points > 0 && queue->getPoint(points - 1, offset, value) == kResultOk &&
+           !std::isnan(value);
 }
 
 StateOrigin readOrigin(IBStream& stream) {
