@@ -5,6 +5,7 @@
 #include "dsp/Pair.h"
 #include "params/ParameterIndex.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace Quorvant {
@@ -18,17 +19,23 @@ class DelayMemory {
 
     // The direction, and how far (in ticks, truncated, 0 ... length - 1) reading stands behind
     // writing. Nothing happens when neither changes; a change is crossfaded and restarts the
-    // segments of Reverse and Bounce. While a crossfade runs, a change waits for its end.
+    // segments of Reverse and Bounce. While a crossfade runs, a change waits for its end. A changed
+    // delay fades recording in anew, over 50 ms of ticks, unless it comes within 250 ms of the
+    // change before: through a movement sound is recorded.
     void setCourse(DirectionMode mode, double ticks);
+    // Host frames that went by since the last call, for telling a movement from a single change.
+    void passTime(int frames) { sinceChange = std::min(sinceChange + frames, movementFrames); }
     // Loops what the memory holds instead of recording, with a crossfade of 50 ms of ticks.
     void setLooping(bool on);
 
     // True while ticks can be left to PlainTicks.
     bool isPlain() const {
         return direction == DirectionMode::Forward && fadeTicksLeft == 0 && writeFade >= 1.0 &&
-               isOnCourse();
+               directTicks == 0 && !isShort() && isOnCourse();
     }
-    double delayTicks() const { return ticks; }
+    // How much of what is heard comes straight from the input, 0 ... 1: all of it while the delay
+    // is too short for the memory.
+    double directShare() const;
     // After how many ticks without input only silence is left to be heard, on the present course.
     int ticksToSilence() const {
         if (looping || writeFade < 1.0) return std::numeric_limits<int>::max();
@@ -45,16 +52,18 @@ class DelayMemory {
         if (fadeTicksLeft == 0 && !isOnCourse()) followCourse();
         untouched = false;
         moveIndices();
-        Pair heard = cells[readIndex];
-        if (fadeTicksLeft > 0) heard = crossfaded(heard);
-        if (direction == DirectionMode::Reverse || direction == DirectionMode::Bounce) endSegment();
+        if (directTicks > 0 || isShort()) moveDirectShare();
 
         const Pair old = lastRead;
         Pair written = looping ? old : input;
         if (writeFade < 1.0) written = crossfadedRecording(input, old);
-        cells[writeIndex] = written;
-        // Forward writing never reaches the top cell; it mirrors cell 0 for backward readers.
-        if (writeIndex == 0 && direction != DirectionMode::Backward) cells[length - 1] = written;
+        // A loop reads before it writes, since it may span the whole memory. Otherwise no cell is
+        // read that is about to be replaced: it holds the oldest sound of all.
+        Pair heard = cells[readIndex];
+        record(written);
+        if (!looping) heard = cells[readIndex];
+        if (fadeTicksLeft > 0) heard = crossfaded(heard);
+        if (direction == DirectionMode::Reverse || direction == DirectionMode::Bounce) endSegment();
 
         lastRead = heard;
         return old;
@@ -74,12 +83,26 @@ class DelayMemory {
         writeIndex =
             direction == DirectionMode::Backward ? backward(writeIndex) : forward(writeIndex);
         readIndex = readsForward() ? forward(readIndex) : backward(readIndex);
+        if (readIndex == length - 1 && direction != DirectionMode::Backward) passTopCell();
+    }
+    void record(Pair written) {
+        cells[writeIndex] = written;
+        // Forward writing never reaches the top cell; it mirrors cell 0 for backward readers.
+        if (writeIndex == 0 && direction != DirectionMode::Backward) cells[length - 1] = written;
     }
     bool isOnCourse() const { return wantedTicks == ticks && wantedDirection == direction; }
+    bool isShort() const { return span < kFewestTicks && !looping; }
     void followCourse();
+    bool turnWriting(bool readForward);
+    void passTopCell();
+    void moveDirectShare();
     void endSegment();
+    int indexBehindWriting() const {
+        return writeIndex >= span ? writeIndex - span : writeIndex - span + length;
+    }
     void jumpTo(int index, bool movedForward);
-    double recordedShare() const { return looping ? 1.0 - writeFade : writeFade; }
+    void startReadFade(int fromIndex, bool movedForward);
+    double recordedShare() const;
     void restartWriteFade(double shareSoFar);
     Pair crossfaded(Pair fadingIn);
     Pair crossfadedRecording(Pair input, Pair old);
@@ -95,13 +118,20 @@ class DelayMemory {
     DirectionMode wantedDirection = DirectionMode::Forward;
     double wantedTicks = 0.0;
     double ticks = 0.0;
-    int span = 0, secondHalf = 0;
+    static constexpr int kFewestTicks = 3;  // of a span that the memory serves
+    int span = 0;
+    int segment = 0;  // ticks of the present one in Reverse, of all in Bounce
     int segmentCounter = 0;
     bool readBackward = true;
+    int topCellsPassed = 0;  // in this segment
+    int directTicks = 0;     // 0 ... usualFade
+
+    bool recordsAnew = false;                 // once the wanted delay is followed
+    int sinceChange = 0, movementFrames = 0;  // host frames
 
     double writeFade = 1.0, writeFadeGrowth = 1.0;
     // The fade's start jumps: what the input's share was before runs out over some ticks.
-    double share = 1.0, shareLeftOver = 0.0;
+    double shareLeftOver = 0.0;
     int leftOverTicks = 0;
 
     int shortestFade = 1, usualFade = 1;  // ticks
@@ -134,6 +164,7 @@ class PlainTicks {
         return old;
     }
 
+    static constexpr double directShare() { return 0.0; }
     void storeTo(DelayMemory& memory) const {
         memory.writeIndex = static_cast<int>(written - cells);
         memory.readIndex = static_cast<int>(heard - cells);

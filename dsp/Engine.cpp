@@ -51,8 +51,9 @@ bool QVXCorvane77x_v2Effect::setSampleRate(double rate) {
     daConverter.setSampleRate(sampleRate);
     coupling.setSampleRate(sampleRate);
     suspensionStep = 1.0 / (kSuspendFadeSeconds * sampleRate);
+    inputFilter.setCorner(InputFilter::kCorner, sampleRate);
+    doubledInputFilter.setCorner(InputFilter::kDoubledCorner, sampleRate);
     applyLfoRate();
-    applyInputFilter();
     applyHighCut();
     reset();
     return sampleRate == rate;
@@ -67,6 +68,7 @@ void QVXCorvane77x_v2Effect::reset() {
     suspension = isOn(kSuspend) ? 1.0 : 0.0;
 
     inputFilter.clear();
+    doubledInputFilter.clear();
     legacyStage.clear();
     for (Limiter* limiter : {&inputLimiter, &outputLimiter, &sideChainLimiter}) limiter->clear();
     adConverter.reset();
@@ -122,8 +124,9 @@ void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
             break;
         case kDelayX2:
             x2Factor = switchState(v) ? 2.0 : 1.0;
+            controls.setTarget(kCtlWetLevel, 1.0 / x2Factor);
+            controls.setTarget(kCtlDoubledFilter, switchState(v) ? 1.0 : 0.0);
             applyVco();
-            applyInputFilter();
             break;
         case kFeedback:
         case kFeedbackInvert:
@@ -175,6 +178,8 @@ void QVXCorvane77x_v2Effect::applyLevels() {
     controls.setTarget(kCtlMix, levels.mix);
     controls.setTarget(kCtlBypass, levels.bypass);
     controls.setTarget(kCtlCeiling, 1.0 / levels.converterCeiling);
+    controls.setTarget(kCtlLevelFactor, (kSqrtTwo / levels.referenceScale) * kSensitivityOnFactor *
+                                            kSensitivityOnFactor);
 }
 
 void QVXCorvane77x_v2Effect::applyVco() {
@@ -182,28 +187,26 @@ void QVXCorvane77x_v2Effect::applyVco() {
     controls.setTarget(kCtlDepth, depthCurve);
     vcoRatio = (1.0 - depthCurve) * (value(kManualVco) - 0.5) + 1.0;
     clockFactor = vcoRatio * x2Factor;
-}
-
-void QVXCorvane77x_v2Effect::applyInputFilter() {
-    inputFilter.setCorner(x2Factor > 1.0 ? InputFilter::kDoubledCorner : InputFilter::kCorner,
-                          sampleRate);
+    controls.setTarget(kCtlVco, vcoRatio);
+    controls.setTarget(kCtlX2, x2Factor);
 }
 
 void QVXCorvane77x_v2Effect::applyHighCut() {
     const double hiCutScale = std::pow(9.0, value(kHighCutCutoff)) * 0.5 * 0.6666666666667;
-    highCut.setCorner(kUnfilteredHighCut * hiCutScale, sampleRate);
-    highCut.setEngaged(isOn(kHighCut));
+    controls.setTarget(
+        kCtlHighCutPole,
+        isOn(kHighCut) ? HighCut::poleOf(kUnfilteredHighCut * hiCutScale, sampleRate) : 0.0);
 }
 
 void QVXCorvane77x_v2Effect::applyFeedback() {
     const double knob = value(kFeedback);
     // Behind a limiter the last of the knob's way goes beyond unity, so that repeats build up to
-    // the ceiling and stay there.
+    // a level that they keep.
     const double beyond = std::max(0.0, (knob - kRegenerationStart) / (1.0 - kRegenerationStart));
     const double regeneration = mode >= ProcessingMode::Lims ? beyond : 0.0;
     const double polarity = isOn(kFeedbackInvert) ? -1.0 : 1.0;
-    controls.setTarget(kCtlFeedback,
-                       loopEngaged ? 1.0 : knob * (1.0 + kRegeneration * regeneration) * polarity);
+    controls.setTarget(kCtlFeedback, loopEngaged ? 1.0 : knob * polarity);
+    controls.setTarget(kCtlRegeneration, loopEngaged ? 0.0 : kRegeneration * regeneration);
     controls.setTarget(kCtlCoupling, mode == ProcessingMode::Full ? 1.0 : regeneration);
 }
 
@@ -214,7 +217,7 @@ void QVXCorvane77x_v2Effect::applyLfoRate() {
         hz = note.denominator * tempoBpm / (note.numerator * 240.0);
     }
     lfoRateHz = hz;
-    lfo.setIncrement(2.0 * M_PI * hz / sampleRate);
+    lfo.setFrequency(hz, sampleRate);
 }
 
 // Milliseconds of the chosen note at the tempo in force, cut to the memory's length.

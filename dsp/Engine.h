@@ -46,6 +46,10 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void setParameter(uint32_t index, double value) override;
     bool getOutputValue(uint32_t index, double& value) override;
 
+    // Off: everything goes the general way, without the short cuts for what rests or is silent. It
+    // sounds the same, but for rounding, and tests compare the two. On at first.
+    void takeShortCuts(bool on) { shortCuts = on; }
+
   private:
     static constexpr int kChunk = 64;  // frames rendered at a time
 
@@ -57,7 +61,8 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     // chunk while nothing moves, else one a frame; gains are linear.
     struct ControlFrame {
         double inputGain, dryGain, wetGain, process, notBypassed, monitor, external, feedback;
-        double waveform, depth, legacy, limits, converts, ceiling, coupling;
+        double regeneration, waveform, depth, legacy, limits, converts, ceiling, coupling;
+        double levelFactor, highCutPole, vco, x2, doubledFilter;
     };
     // The stages around the memory that a chunk runs through; All while modes are being crossfaded.
     enum class Stages { Light, Legacy, Lims, Full, All };
@@ -65,8 +70,9 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     static constexpr bool limits(Stages s) { return s >= Stages::Lims; }
     static constexpr bool converts(Stages s) { return s >= Stages::Full; }
     // How the memory's clock runs through a chunk: one tick a sample, at a steady other rate, bent
-    // by the LFO, or by the envelope (and the LFO).
-    enum class Clocking { Unison, Steady, Lfo, Envelope };
+    // by the LFO, by the envelope (and the LFO), or by all that while controls move.
+    enum class Clocking { Unison, Steady, Lfo, Envelope, Moving };
+    static constexpr bool followsEnvelope(Clocking c) { return c >= Clocking::Envelope; }
     struct Chunk {
         int frames = 0;
         int ticks = 0;           // of the memory
@@ -107,13 +113,14 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void bendClock(Chunk& chunk) const;
     double bentFactor(const ControlFrame& control, double lfoTerm, bool inverted,
                       double root) const;
-    template <typename Memory>
-    void runMemoryOn(Memory cells, Chunk& chunk);
-    template <Stages kStages, typename Memory>
-    void runMemoryThrough(Memory cells, Chunk& chunk);
+    static Pair regeneratingGain(Pair loopLevel, const ControlFrame& control);
+    void runMemory(Chunk& chunk);
+    void clearIdleStages();
+    template <Stages kStages>
+    void runMemoryThrough(Chunk& chunk);
     template <Stages kStages, Clocking kClocking, typename Memory>
     void runMemory(Memory cells, Chunk& chunk);
-    double envelopeInput(Pair processed, Pair side, double external) const;
+    double envelopeInput(Pair processed, Pair side, const ControlFrame& control) const;
     void measure(Chunk& chunk);
     void followLevels(const Chunk& chunk);
     void mixOutput(Chunk& chunk);
@@ -121,7 +128,6 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
 
     void applyLevels();
     void applyVco();
-    void applyInputFilter();
     void applyHighCut();
     void applyFeedback();
     void applyLfoRate();
@@ -137,6 +143,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     bool isOn(ParameterIndex index) const { return switchState(values[index]); }
 
     const QVXHostLink& hostLink;
+    bool shortCuts = true;
     std::array<double, kSuspend + 1> values{};  // normalised, as received
 
     double sampleRate = 44100.0;
@@ -146,7 +153,6 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     Levels levels;
     ProcessingMode mode = ProcessingMode::Clean;
     double delayTimeMs = 0.0;
-    double levelFactor = 1.0;  // from sample to metered level, follows the reference level
     double lfoRateHz = 1.0;
     double x2Factor = 1.0, vcoRatio = 1.0;
     double clockFactor = 1.0;  // of the last sample, modulation included
@@ -155,7 +161,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
 
     // Signal path.
     ControlSmoother controls;
-    InputFilter inputFilter;
+    InputFilter inputFilter, doubledInputFilter;  // the latter with Delay X2
     LegacyStage legacyStage;
     Limiter inputLimiter, outputLimiter, sideChainLimiter;
     AdConverter adConverter, sideChainAdConverter;

@@ -18,6 +18,9 @@ constexpr double kLargestSample = 1024.0;  // +60 dBFS
 // What is below can go: -200 dBFS, and far less where the envelope, which takes a root of it, bends
 // the clock.
 constexpr double kSilence = 1e-10, kSilenceOfEnvelope = 1e-30;
+// Of the converters' ceiling: where repeats neither grow nor fade at full feedback. -6 dBFS at
+// default levels.
+constexpr double kLoopLevel = 0.0575;
 constexpr double kFlashSeconds = 0.05;
 constexpr double kLastPosition = 1e9;  // quarter notes; beyond it no exact fraction is left
 constexpr double kQuarterTurn = 1.5707963705062866;  // pi/2 in single precision, intended
@@ -119,11 +122,11 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
     // Intended: the reading moves from block to block even in silence.
     headroomPeak += headroomOffset;
     headroomOffset = -headroomOffset;
+    memory.passTime(frames);
 }
 
 void QVXCorvane77x_v2Effect::beginBlock(bool sideChainPresent) {
     sideChainConnected = sideChainPresent;
-    levelFactor = (kSqrtTwo / levels.referenceScale) * kSensitivityOnFactor * kSensitivityOnFactor;
     followHost();
     memory.setCourse(direction(), delayTimeMs * sampleRate / 1000.0);
 }
@@ -195,19 +198,17 @@ void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
     convertSideChain(chunk);
     runLfo(chunk);
     if (chunk.clocking == Clocking::Lfo) bendClock(chunk);
-    if (memory.isPlain())
-        runMemoryOn(PlainTicks(memory), chunk);
-    else
-        runMemoryOn(DelayMemory(memory), chunk);
+    runMemory(chunk);
+    clearIdleStages();
     noteSilence(chunk);
     measure(chunk);
-    if (chunk.clocking != Clocking::Envelope) followLevels(chunk);
+    if (!followsEnvelope(chunk.clocking)) followLevels(chunk);
     mixOutput(chunk);
 }
 
 // Counts for how long nothing has gone to the memory. The hiss of the converters never ends.
 void QVXCorvane77x_v2Effect::noteSilence(const Chunk& chunk) {
-    const double limit = chunk.clocking == Clocking::Envelope ? kSilenceOfEnvelope : kSilence;
+    const double limit = followsEnvelope(chunk.clocking) ? kSilenceOfEnvelope : kSilence;
     const bool quiet = !converts(chunk.stages) && largest(processedPeak) < limit;
     quietTicks =
         quiet ? std::min(quietTicks, std::numeric_limits<int>::max() / 2) + chunk.ticks : 0;
@@ -225,7 +226,7 @@ void QVXCorvane77x_v2Effect::passSilence(Chunk& chunk) {
     if (chunk.clocking == Clocking::Lfo) bendClock(chunk);
     if (chunk.clocking == Clocking::Envelope) {
         const bool inverted = isOn(kEnvInvert);
-        envelope.beginBending(levelFactor);
+        envelope.beginBending(chunk.controls[0].levelFactor);
         for (int i = 0; i < chunk.frames; ++i) {
             envelope.followBending(0.0);
             chunk.factor[i] =
@@ -247,6 +248,7 @@ void QVXCorvane77x_v2Effect::passSilence(Chunk& chunk) {
     memory.recordSilence(chunk.ticks);
 
     inputFilter.clear();
+    doubledInputFilter.clear();
     legacyStage.clear();
     for (Limiter* limiter : {&inputLimiter, &outputLimiter, &sideChainLimiter}) limiter->clear();
     coupling.clear();
@@ -265,14 +267,14 @@ double QVXCorvane77x_v2Effect::restingClockFactor() const {
 
 QVXCorvane77x_v2Effect::Clocking QVXCorvane77x_v2Effect::clockingOf(const Chunk& chunk) const {
     const ControlFrame& first = chunk.controls[0];
-    if (chunk.moving) return Clocking::Envelope;
+    if (chunk.moving) return Clocking::Moving;
     if (first.depth == 0.0)
         return clock.isUnison(restingClockFactor()) ? Clocking::Unison : Clocking::Steady;
     return std::abs(first.waveform - 0.5) < 0.5 ? Clocking::Envelope : Clocking::Lfo;
 }
 
 void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
-    chunk.moving = !controls.isSettled();
+    chunk.moving = !controls.isSettled() || !shortCuts;
     const int entries = chunk.moving ? chunk.frames : 1;
     for (int i = 0; i < entries; ++i) {
         if (chunk.moving) controls.step();
@@ -283,57 +285,71 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
         const double notBypassed = 1.0 - controls[kCtlBypass];
         chunk.controls[i] = {.inputGain = controls[kCtlInputGain],
                              .dryGain = right(gains),
-                             .wetGain = left(gains) / x2Factor * notBypassed,
+                             .wetGain = left(gains) * controls[kCtlWetLevel] * notBypassed,
                              .process = controls[kCtlProcess],
                              .notBypassed = notBypassed,
                              .monitor = controls[kCtlMonitor],
                              .external = controls[kCtlExternal],
                              .feedback = controls[kCtlFeedback],
+                             .regeneration = controls[kCtlRegeneration],
                              .waveform = controls[kCtlWaveform],
                              .depth = controls[kCtlDepth],
                              .legacy = controls[kCtlLegacy],
                              .limits = controls[kCtlLimits],
                              .converts = controls[kCtlConverts],
                              .ceiling = controls[kCtlCeiling],
-                             .coupling = controls[kCtlCoupling]};
+                             .coupling = controls[kCtlCoupling],
+                             .levelFactor = controls[kCtlLevelFactor],
+                             .highCutPole = controls[kCtlHighCutPole],
+                             .vco = controls[kCtlVco],
+                             .x2 = controls[kCtlX2],
+                             .doubledFilter = controls[kCtlDoubledFilter]};
     }
-    const ControlFrame &first = chunk.controls[0], &last = chunk.controls[entries - 1];
-    const bool modesCrossfade = first.legacy != last.legacy || first.limits != last.limits ||
-                                first.converts != last.converts;
-    chunk.stages = modesCrossfade         ? Stages::All
-                   : first.converts > 0.0 ? Stages::Full
-                   : first.limits > 0.0   ? Stages::Lims
-                   : first.legacy > 0.0   ? Stages::Legacy
-                                          : Stages::Light;
-    if (chunk.moving) controls.settle();
+    const ControlFrame& first = chunk.controls[0];
+    const auto fading = [](double weight) { return weight > 0.0 && weight < 1.0; };
+    const bool modesCrossfade =
+        fading(first.legacy) || fading(first.limits) || fading(first.converts);
+    chunk.stages = modesCrossfade || !shortCuts ? Stages::All
+                   : first.converts > 0.0       ? Stages::Full
+                   : first.limits > 0.0         ? Stages::Lims
+                   : first.legacy > 0.0         ? Stages::Legacy
+                                                : Stages::Light;
 }
 
 void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
-    InputFilter filter = inputFilter;
-    const bool throughInputStage = converts(chunk.stages);
-    for (int i = 0; i < chunk.frames; ++i) {
-        const ControlFrame& control = chunk.control(i);
-        Pair dry = chunk.input[i] * both(control.inputGain);
-        if (throughInputStage)
-            dry = blended(dry, saturated(dry, control.ceiling), control.converts);
-        chunk.dry[i] = dry;
-        chunk.processed[i] = filter.process(dry);
-    }
-    inputFilter = filter;
+    const auto run = [&chunk](auto&& filtered) {
+        const bool throughInputStage = converts(chunk.stages);
+        for (int i = 0; i < chunk.frames; ++i) {
+            const ControlFrame& control = chunk.control(i);
+            Pair dry = chunk.input[i] * both(control.inputGain);
+            if (throughInputStage)
+                dry = blended(dry, saturated(dry, control.ceiling), control.converts);
+            chunk.dry[i] = dry;
+            chunk.processed[i] = filtered(dry, control.doubledFilter);
+        }
+    };
+    const double weight = chunk.controls[0].doubledFilter;
+    if (weight > 0.0 && weight < 1.0)
+        return run([this](Pair dry, double w) {
+            return blended(inputFilter.process(dry), doubledInputFilter.process(dry),
+                           w * w * (3.0 - 2.0 * w));
+        });
+    InputFilter& inUse = weight > 0.0 ? doubledInputFilter : inputFilter;
+    InputFilter filter = inUse;  // so that the compiler may keep it in registers across stores
+    run([&filter](Pair dry, double) { return filter.process(dry); });
+    inUse = filter;
+    (weight > 0.0 ? inputFilter : doubledInputFilter).clear();
 }
 
 // The third converter treats the side chain's input as the others treat the main one.
 void QVXCorvane77x_v2Effect::convertSideChain(Chunk& chunk) {
-    if (!limits(chunk.stages) || (!chunk.moving && chunk.controls[0].external == 0.0)) {
-        sideChainLimiter.clear();
-        return;
-    }
+    if (!limits(chunk.stages) || (!chunk.moving && chunk.controls[0].external == 0.0)) return;
     const bool converting = converts(chunk.stages);
-    sideChainAdConverter.setCeiling(chunk.controls[0].ceiling);
     for (int i = 0; i < chunk.frames; ++i) {
         const ControlFrame& control = chunk.control(i);
         Pair x = chunk.side[i];
         x = blended(x, x * sideChainLimiter.gain(x, control.ceiling), control.limits);
+        if (i == 0 || chunk.moving) sideChainAdConverter.setCeiling(control.ceiling);
         if (converting) x = blended(x, sideChainAdConverter.convert(x), control.converts);
         chunk.side[i] = x;
     }
@@ -348,19 +364,18 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk) {
         return lfo.fillSine(chunk.lfo.data(), chunk.frames, settled);
     for (int i = 0; i < chunk.frames; ++i) {
         const double phase = lfo.next(), fromCentre = chunk.control(i).waveform - 0.5;
-        chunk.lfo[i] = fromCentre < 0.0 ? left(FastMath::sin(both(phase))) * fromCentre
-                       : phase > 0.0    ? -fromCentre
-                                        : fromCentre;
+        chunk.lfo[i] = fromCentre *
+                       (fromCentre < 0.0 ? left(FastMath::sin(both(phase))) : lfo.squareAt(phase));
     }
 }
 
 // The clock of a chunk that the LFO alone bends.
 void QVXCorvane77x_v2Effect::bendClock(Chunk& chunk) const {
-    const double depth = chunk.controls[0].depth;  // nothing moves here
+    const ControlFrame& control = chunk.controls[0];  // nothing moves here
     for (int i = 0; i < chunk.frames; i += 2) {
-        const Pair factor =
-            clamped((loadTwo(&chunk.lfo[i]) * both(depth) + both(vcoRatio)) * both(x2Factor),
-                    kLowestClockFactor, kHighestClockFactor);
+        const Pair factor = clamped(
+            (loadTwo(&chunk.lfo[i]) * both(control.depth) + both(control.vco)) * both(control.x2),
+            kLowestClockFactor, kHighestClockFactor);
         storeTwo(&chunk.factor[i], factor);
         storeTwo(&chunk.step[i], both(1.0) / factor);
     }
@@ -373,46 +388,70 @@ double QVXCorvane77x_v2Effect::bentFactor(const ControlFrame& control, double lf
     const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
     const double rest =
         inverted ? EnvelopeFollower::kRestingInvertedBend : EnvelopeFollower::kRestingBend;
-    const double gain = centre * control.depth * x2Factor;
-    const double resting = ((lfoTerm + rest * centre) * control.depth + vcoRatio) * x2Factor;
+    const double gain = centre * control.depth * control.x2;
+    const double resting = ((lfoTerm + rest * centre) * control.depth + control.vco) * control.x2;
     return std::clamp(resting + (inverted ? gain : -gain) * root, kLowestClockFactor,
                       kHighestClockFactor);
 }
 
-template <typename Memory>
-void QVXCorvane77x_v2Effect::runMemoryOn(Memory cells, Chunk& chunk) {
+// What lets repeats grow at full feedback, and keeps them where they neither grow nor fade.
+Pair QVXCorvane77x_v2Effect::regeneratingGain(Pair loopLevel, const ControlFrame& control) {
+    const Pair nearness = loopLevel * both(1.0 / (kLoopLevel * control.ceiling));
+    return both(1.0) + both(control.regeneration) * (both(1.0) - smaller(nearness, both(2.0)));
+}
+
+void QVXCorvane77x_v2Effect::runMemory(Chunk& chunk) {
     switch (chunk.stages) {
         case Stages::Light:
-            return runMemoryThrough<Stages::Light>(cells, chunk);
+            return runMemoryThrough<Stages::Light>(chunk);
         case Stages::Legacy:
-            return runMemoryThrough<Stages::Legacy>(cells, chunk);
+            return runMemoryThrough<Stages::Legacy>(chunk);
         case Stages::Lims:
-            return runMemoryThrough<Stages::Lims>(cells, chunk);
+            return runMemoryThrough<Stages::Lims>(chunk);
         case Stages::Full:
-            return runMemoryThrough<Stages::Full>(cells, chunk);
+            return runMemoryThrough<Stages::Full>(chunk);
         case Stages::All:
-            return runMemoryThrough<Stages::All>(cells, chunk);
+            return runMemoryThrough<Stages::All>(chunk);
     }
 }
 
-template <QVXCorvane77x_v2Effect::Stages kStages, typename Memory>
-void QVXCorvane77x_v2Effect::runMemoryThrough(Memory cells, Chunk& chunk) {
-    // A stage that is out of the path starts afresh when it comes back.
-    if constexpr (!weighs(kStages)) legacyStage.clear();
-    if constexpr (!limits(kStages)) {
+template <QVXCorvane77x_v2Effect::Stages kStages>
+void QVXCorvane77x_v2Effect::runMemoryThrough(Chunk& chunk) {
+    // Modes are blended by controls that move.
+    if constexpr (kStages != Stages::All) {
+        const auto settled = [&](auto cells) {
+            switch (chunk.clocking) {
+                case Clocking::Unison:
+                    return runMemory<kStages, Clocking::Unison>(cells, chunk);
+                case Clocking::Steady:
+                    return runMemory<kStages, Clocking::Steady>(cells, chunk);
+                case Clocking::Lfo:
+                    return runMemory<kStages, Clocking::Lfo>(cells, chunk);
+                default:
+                    return runMemory<kStages, Clocking::Envelope>(cells, chunk);
+            }
+        };
+        if (!chunk.moving)
+            return memory.isPlain() ? settled(PlainTicks(memory)) : settled(DelayMemory(memory));
+    }
+    runMemory<kStages, Clocking::Moving>(DelayMemory(memory), chunk);
+}
+
+// A stage that is out of the path starts afresh when it comes back.
+void QVXCorvane77x_v2Effect::clearIdleStages() {
+    if (controls[kCtlLegacy] == 0.0) legacyStage.clear();
+    if (controls[kCtlLimits] == 0.0) {
         inputLimiter.clear();
         outputLimiter.clear();
-        coupling.clear();
     }
-    switch (chunk.clocking) {
-        case Clocking::Unison:
-            return runMemory<kStages, Clocking::Unison>(cells, chunk);
-        case Clocking::Steady:
-            return runMemory<kStages, Clocking::Steady>(cells, chunk);
-        case Clocking::Lfo:
-            return runMemory<kStages, Clocking::Lfo>(cells, chunk);
-        case Clocking::Envelope:
-            return runMemory<kStages, Clocking::Envelope>(cells, chunk);
+    if (controls[kCtlCoupling] == 0.0) coupling.clear();
+    if (controls[kCtlConverts] == 0.0) {
+        adConverter.reset();
+        daConverter.clear();
+    }
+    if (controls[kCtlLimits] == 0.0 || controls[kCtlExternal] == 0.0) {
+        sideChainLimiter.clear();
+        sideChainAdConverter.reset();
     }
 }
 
@@ -440,40 +479,47 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     std::copy_n(playedBefore.data(), kSplineReach, played.data());
     Pair* newest = &played[kSplineReach - 1];
 
-    if constexpr (kClocking == Clocking::Envelope) follower.beginBending(levelFactor);
+    double levelFactor = chunk.controls[0].levelFactor;
+    if constexpr (followsEnvelope(kClocking)) follower.beginBending(levelFactor);
     const bool inverted = isOn(kEnvInvert);
-    const bool shorterThanMemory = memory.delayTicks() < 3.0 && !infRepeat;
     double factor = restingClockFactor();
     double step = 1.0 / factor;
     Pair peak{};
-    // Only the chunks that count as bent by the envelope can have moving controls.
     const ControlFrame settled = chunk.controls[0];
     const auto controlAt = [&](int frame) -> const ControlFrame& {
-        if constexpr (kClocking == Clocking::Envelope) return chunk.control(frame);
+        if constexpr (kClocking == Clocking::Moving) return chunk.controls[frame];
         return settled;
     };
 
+    // A settled stage is in the path as a whole.
+    const auto faded = [](Pair without, Pair with, double weight) {
+        return kClocking == Clocking::Moving ? blended(without, with, weight) : with;
+    };
     const auto tick = [&](Pair coming, const ControlFrame& control) {
         if constexpr (converts(kStages))
-            coming = blended(coming, adc.convert(coming), control.converts);
+            coming = faded(coming, adc.convert(coming), control.converts);
         Pair leaving = cells.tick(coming);
         if constexpr (converts(kStages))
-            leaving = blended(leaving, dac.convert(leaving), control.converts);
+            leaving = faded(leaving, dac.convert(leaving), control.converts);
         *++newest = leaving;
     };
 
     for (int i = 0; i < chunk.frames; ++i) {
         const ControlFrame& control = controlAt(i);
+        if constexpr (converts(kStages) && kClocking == Clocking::Moving)
+            adc.setCeiling(control.ceiling);
         Pair x = chunk.processed[i] + feedback;
         if constexpr (weighs(kStages))
-            x = blended(x, x * legacyStage.gain(x, levelFactor), control.legacy);
+            x = faded(x, x * legacyStage.gain(x, control.levelFactor), control.legacy);
         peak = larger(peak, absolute(x));
         if constexpr (limits(kStages))
-            x = blended(x, x * limiterIn.gain(x, control.ceiling), control.limits);
+            x = faded(x, x * limiterIn.gain(x, control.ceiling), control.limits);
         chunk.processed[i] = x;
 
-        if constexpr (kClocking == Clocking::Envelope) {
-            follower.followBending(envelopeInput(x, chunk.side[i], control.external));
+        if constexpr (followsEnvelope(kClocking)) {
+            if (kClocking == Clocking::Moving && control.levelFactor != levelFactor)
+                follower.beginBending(levelFactor = control.levelFactor);
+            follower.followBending(envelopeInput(x, chunk.side[i], control));
             factor = bentFactor(control, chunk.lfo[i], inverted, follower.bendingRoot());
             step = 1.0 / factor;
         }
@@ -493,15 +539,20 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
             vco.advance(factor, [&](double t) { tick(splineAt(latest - 3, t), control); });
             delayed = splineAt(newest - 3, vco.outputPosition(step));
         }
-        if (shorterThanMemory) delayed = input;
+        if (const double direct = cells.directShare(); direct != 0.0)
+            delayed = blended(delayed, input, direct);
         if constexpr (limits(kStages)) {
             const double stageCeiling = control.ceiling * 0.5;
             delayed =
-                blended(delayed, delayed * limiterOut.gain(delayed, stageCeiling), control.limits);
+                faded(delayed, delayed * limiterOut.gain(delayed, stageCeiling), control.limits);
         }
         chunk.delayed[i] = delayed;
-        Pair returned = cut.process(delayed);
-        if constexpr (limits(kStages)) returned = capacitor.process(returned, control.coupling);
+        Pair returned = cut.process(delayed, control.highCutPole);
+        if constexpr (limits(kStages)) {
+            if (control.coupling != 0.0) returned = capacitor.process(returned, control.coupling);
+            if (control.regeneration != 0.0) [[unlikely]]
+                returned = returned * regeneratingGain(limiterOut.level(), control);
+        }
         feedback = returned * both(control.feedback);
     }
 
@@ -523,8 +574,10 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
 }
 
 // One frame's level for the envelope follower.
-double QVXCorvane77x_v2Effect::envelopeInput(Pair processed, Pair side, double external) const {
-    const double mean = sum(absolute(processed)) * (0.5 * levelFactor);
+double QVXCorvane77x_v2Effect::envelopeInput(Pair processed, Pair side,
+                                             const ControlFrame& control) const {
+    const double external = control.external;
+    const double mean = sum(absolute(processed)) * (0.5 * control.levelFactor);
     const double internal = mode == ProcessingMode::Legacy ? mean : FastMath::tanhOfPositive(mean);
     if (external == 0.0) return internal;
     const Pair blend = both(1.0 - external) * processed + both(external) * side;
@@ -535,7 +588,7 @@ double QVXCorvane77x_v2Effect::envelopeInput(Pair processed, Pair side, double e
 void QVXCorvane77x_v2Effect::followLevels(const Chunk& chunk) {
     EnvelopeFollower follower = envelope;
     const double external = chunk.controls[0].external;  // nothing moves here
-    const double scale = 0.5 * levelFactor;
+    const double scale = 0.5 * chunk.controls[0].levelFactor;
     const bool limited = mode != ProcessingMode::Legacy;
     for (int i = 0; i < chunk.frames; i += 2) {
         const int second = std::min(i + 1, chunk.frames - 1);

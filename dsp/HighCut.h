@@ -9,19 +9,18 @@ namespace Quorvant {
 
 class HighCut {
   public:
-    void setCorner(double hz, double sampleRate) { pole = std::exp(-2.0 * M_PI * hz / sampleRate); }
-    void setEngaged(bool on) { engaged = on; }
+    static double poleOf(double hz, double sampleRate) {
+        return std::exp(-2.0 * M_PI * hz / sampleRate);
+    }
     void clear() { state = Pair{}; }
 
-    // While it is off the state follows the signal, so that switching it on makes no step.
-    Pair process(Pair x) {
-        state = engaged ? both(1.0 - pole) * x + both(pole) * state : x;
+    // A pole of 0 lets x through. The pole may move from frame to frame.
+    Pair process(Pair x, double pole) {
+        state = pole != 0.0 ? both(1.0 - pole) * x + both(pole) * state : x;
         return state;
     }
 
   private:
-    double pole = 0.0;
-    bool engaged = false;
     Pair state{};
 };
 

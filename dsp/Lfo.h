@@ -3,6 +3,7 @@
 
 #include "dsp/FastMath.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace Quorvant {
@@ -10,15 +11,18 @@ namespace Quorvant {
 class Lfo {
   public:
     void reset() { phase = 0.0; }
-    // Radians per host sample.
-    void setIncrement(double radians) { increment = radians; }
+    // 0.1 ... 240 Hz.
+    void setFrequency(double hz, double sampleRate) {
+        increment = 2.0 * M_PI * hz / sampleRate;
+        edgeSlope = 1.0 / std::min(M_PI * hz * kEdgeSeconds, M_PI_4);
+    }
     // The phase of a song position: `cycles` since the song's start, `offset` in cycles.
     void setPosition(double cycles, double offset) {
         const double within = cycles - std::floor(cycles) + offset;
         phase = 2.0 * M_PI * (within - std::floor(within));
-        if (phase > M_PI) phase -= 2.0 * M_PI;
+        if (phase >= M_PI) phase -= 2.0 * M_PI;
     }
-    // Radians, -pi ... pi.
+    // Radians, -pi to below pi.
     double currentPhase() const { return phase; }
 
     // The phase of this sample; moves on to the next.
@@ -49,8 +53,19 @@ class Lfo {
         advance(samples);
     }
 
+    // The square wave at phase `at`, -1 ... 1, low where the phase is above 0. Its edges take
+    // kEdgeSeconds, so that what rides on them does not click; in a fast wave half the time at
+    // most.
+    double squareAt(double at) const {
+        const double fromEdge = at < 0.0 ? std::max(at, -M_PI - at) : std::min(at, M_PI - at);
+        return std::clamp(-fromEdge * edgeSlope, -1.0, 1.0);
+    }
+
   private:
+    static constexpr double kEdgeSeconds = 0.002;
+
     double phase = 0.0, increment = 0.0;
+    double edgeSlope = 1.0;  // of the square, per radian
 };
 
 }  // namespace Quorvant

@@ -51,6 +51,8 @@ class Limiter {
         return lastGain = (knee * s + width * d) / (s * e);
     }
 
+    // The held peak (linear) that the last gain was made for.
+    Pair level() const { return envelope; }
     // True once all that the limiter remembers is below `level` (linear).
     bool hasForgotten(double level) const { return largest(larger(envelope, slowLevel)) < level; }
 

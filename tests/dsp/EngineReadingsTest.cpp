@@ -112,7 +112,7 @@ TEST(EngineReadings, TheDelayReadoutReachesOneAtTheLongest) {
     rig.set(kDepth, 0.0);
     rig.set(kDelayX2, 1.0);
     EXPECT_NEAR(rig.read(kOutDelayReadout), 1.0, 1e-12);
-    rig.render(silence(64));
+    rig.settle();
     EXPECT_NEAR(rig.read(kOutDelayReadout), 1.0, 1e-12);
 }
 

@@ -1,0 +1,304 @@
+// Runs the engine beside two others that are told the same: one that takes no short cuts, and one
+// that gets the same sound in blocks of other sizes. All must play the same.
+#include "tests/dsp/EngineRig.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <ostream>
+#include <sstream>
+#include <string>
+
+namespace Quorvant::Test {
+namespace {
+
+constexpr uint64_t kSeeds[] = {1, 3};
+constexpr double kTolerance = 1e-9;  // of full scale, or of the peak where that is higher
+
+struct Move {
+    uint32_t index;
+    int states = 0;  // of a list, or 0 for any value between
+    double low = 0.0, high = 1.0;
+};
+using Moves = std::vector<Move>;
+
+struct Scenario {
+    const char* name;
+    double rate;
+    std::vector<std::pair<uint32_t, double>> start;  // set once, before the first block
+    Moves moves;                                     // moved at random between blocks
+    double seconds = 3.0;
+    enum Extras {
+        None = 0,
+        Transport = 1,  // the host plays, jumps, changes its tempo
+        SideChain = 2,  // comes and goes, mono or stereo
+        Gaps = 4,       // stretches of utter silence, some longer than the delay
+    };
+    int extras = None;
+};
+
+std::ostream& operator<<(std::ostream& out, const Scenario& s) {
+    return out << s.name << " at " << s.rate << " Hz";
+}
+
+const Moves kLevelMoves = {{kSensitivity, 2},
+                           {kReferenceLevel},
+                           {kInput, 0, 0.0, 0.8},
+                           {kOutput, 0, 0.0, 0.8},
+                           {kMix},
+                           {kBypass, 2},
+                           {kGlobal, 2},
+                           {kGlobalReferenceLevel},
+                           {kGlobalInput, 0, 0.0, 0.8},
+                           {kGlobalMix}};
+const Moves kDelayMoves = {
+    {kDelayTime, 0, 0.0, 0.04}, {kDelayX2, 2}, {kDelayInvert, 2}, {kDirectionMode, 4}};
+const Moves kFeedbackMoves = {
+    {kFeedback, 0, 0.0, 0.8}, {kFeedbackInvert, 2}, {kHighCut, 2}, {kHighCutCutoff}};
+const Moves kModulationMoves = {{kManualVco}, {kDepth},   {kEnvInvert, 2},
+                                {kWaveform},  {kLfoRate}, {kDelayX2, 2}};
+const Moves kSyncMoves = {
+    {kDelayClockMode, 2}, {kDelayNote, 0, 0.0, 0.4}, {kLfoSync, 2}, {kLfoNote},
+    {kLfoOffset},         {kEnforceManualTempo, 2},  {kManualTempo}};
+const Moves kSideChainMoves = {{kSideChainIntExt}, {kSideChainMonitor, 2}};
+const Moves kLoopMoves = {{kInfRepeat, 2}};
+const Moves kResetMoves = {{kResetCommand, 2}};
+const Moves kModeMoves = {{kProcess, 2}, {kProcessingMode, 4}};
+// The steps of Full's converters turn the rounding of a bent clock into differences of a whole
+// step.
+const Moves kSteplessModeMoves = {{kProcess, 2}, {kProcessingMode, 3, 0.0, 2.0 / 3}};
+
+Moves together(std::initializer_list<Moves> lists) {
+    Moves all;
+    for (const auto& list : lists) all.insert(all.end(), list.begin(), list.end());
+    return all;
+}
+
+constexpr double modeValue(ProcessingMode mode) {
+    return static_cast<int>(mode) / 3.0;
+}
+
+std::vector<Scenario> scenarios() {
+    using enum ProcessingMode;
+    using enum Scenario::Extras;
+    const Moves everything =
+        together({kLevelMoves, kDelayMoves, kFeedbackMoves, kModulationMoves, kSyncMoves,
+                  kSideChainMoves, kLoopMoves, kSteplessModeMoves, kResetMoves});
+    const auto bent = [](double waveform, ProcessingMode mode) {
+        return std::vector<std::pair<uint32_t, double>>{{kDelayTime, 0.004},
+                                                        {kWaveform, waveform},
+                                                        {kDepth, 0.8},
+                                                        {kProcessingMode, modeValue(mode)}};
+    };
+    return {
+        {"defaults", 44100, {}, {}},
+        {"levels", 48000, {{kDelayTime, 0.01}}, kLevelMoves},
+        {"levels, Legacy", 96000, {{kProcessingMode, modeValue(Legacy)}}, kLevelMoves},
+        {"levels, Lims", 48000, {{kProcessingMode, modeValue(Lims)}}, kLevelMoves},
+        {"levels, Full", 44100, {{kProcessingMode, modeValue(Full)}}, kLevelMoves},
+        {"shortest delays", 48000, {{kFeedback, 0.5}}, {{kDelayTime, 0, 0.0, 0.00002}}},
+        {"directions", 44100, {{kFeedback, 0.5}}, together({kDelayMoves, kLoopMoves}), 12.0},
+        {"directions, Full", 48000, {{kProcessingMode, modeValue(Full)}}, kDelayMoves, 12.0},
+        {"longest delays",
+         44100,
+         {{kDelayTime, 1.0}, {kFeedback, 0.7}},
+         {{kDelayTime, 0, 0.5, 1.0}, {kDirectionMode, 4}},
+         30.0},
+        {"feedback", 48000, {{kDelayTime, 0.002}}, kFeedbackMoves},
+        {"feedback at unity, Lims",
+         48000,
+         {{kDelayTime, 0.002}, {kProcessingMode, modeValue(Lims)}},
+         {{kFeedback, 0, 0.9, 1.0}, {kReferenceLevel}}},
+        {"steady clock", 48000, {{kDelayTime, 0.004}}, {{kManualVco}, {kDelayX2, 2}}},
+        {"sine", 48000, bent(0.0, Clean), {{kLfoRate}, {kDelayX2, 2}}},
+        {"sine, Lims", 44100, bent(0.0, Lims), {{kLfoRate}, {kDelayX2, 2}}},
+        {"square", 96000, bent(1.0, Clean), {{kLfoRate}, {kDepth}, {kDelayX2, 2}}},
+        {"envelope", 48000, bent(0.5, Clean), together({kModulationMoves, kLevelMoves})},
+        {"envelope, Legacy", 44100, bent(0.5, Legacy), together({kModulationMoves, kLevelMoves})},
+        {"side chain", 48000, bent(0.5, Lims), kSideChainMoves, 3.0, SideChain},
+        {"sync", 48000, {{kDelayClockMode, 1.0}, {kDelayNote, 0.1}}, kSyncMoves, 3.0, Transport},
+        {"loop in sync",
+         44100,
+         {{kDelayClockMode, 1.0}, {kDelayNote, 0.05}},
+         together({kLoopMoves, kSyncMoves}),
+         3.0,
+         Transport},
+        {"gaps",
+         48000,
+         {{kDelayTime, 0.004}, {kFeedback, 0.02}},
+         {{kDelayTime, 0, 0.0, 0.02}, {kDirectionMode, 4}, {kInfRepeat, 2}, {kMix}},
+         30.0,
+         Gaps},
+        {"gaps, every clock", 44100, {{kDelayTime, 0.01}}, kModulationMoves, 8.0, SideChain | Gaps},
+        {"gaps, Lims",
+         48000,
+         {{kDelayTime, 0.002}, {kFeedback, 0.6}, {kProcessingMode, modeValue(Lims)}},
+         {{kSensitivity, 2}, {kManualVco}},
+         8.0,
+         Gaps},
+        {"modes", 48000, {{kDelayTime, 0.004}}, together({kModeMoves, kResetMoves})},
+        {"everything", 44100, {{kDelayTime, 0.01}}, everything, 6.0, Transport | SideChain},
+        {"everything", 96000, {{kDelayTime, 0.01}}, everything, 4.0, SideChain},
+        {"everything", 384000, {{kDelayTime, 0.01}}, everything, 1.0, SideChain},
+    };
+}
+
+// The three engines, told the same.
+class Company {
+  public:
+    Company(const Scenario& scenario, uint64_t seed) : play(scenario), dice(seed) {
+        general.takeShortCuts(false);
+        for (auto* each : {&engine, &general, &chopped}) each->setSampleRate(play.rate);
+        for (const auto& [index, value] : play.start) set(index, value);
+        if (play.extras & Scenario::Transport) host.giveTempo(120.0);
+    }
+
+    void run() {
+        const auto total = static_cast<int64_t>(play.seconds * play.rate);
+        for (int64_t done = 0; done < total && !::testing::Test::HasFailure(); ++block) {
+            moveParameters();
+            moveTransport();
+            done += renderBlock();
+            compareReadings();
+        }
+    }
+
+  private:
+    void set(uint32_t index, double value) {
+        for (auto* each : {&engine, &general, &chopped}) each->setParameter(index, value);
+        lastSet[index] = value;
+    }
+
+    void moveParameters() {
+        if (play.moves.empty() || !dice.chance(inGap ? 0.01 : 0.08)) return;
+        for (int n = 1 + dice.below(3); n > 0; --n) {
+            const Move& move =
+                play.moves[static_cast<size_t>(dice.below(static_cast<int>(play.moves.size())))];
+            const double where =
+                move.states ? dice.below(move.states) / (move.states - 1.0) : dice.unit();
+            set(move.index, move.low + (move.high - move.low) * where);
+        }
+    }
+
+    void moveTransport() {
+        if (!(play.extras & Scenario::Transport) || !dice.chance(0.03)) return;
+        switch (dice.below(5)) {
+            case 0:
+                host.giveTempo(dice.between(40.0, 300.0));
+                break;
+            case 1:
+                host.play(dice.between(-3.0, 300.0));
+                break;
+            case 2:
+                host.now.playing = !host.now.playing;
+                break;
+            case 3:
+                host.now.positionValid = !host.now.positionValid;
+                break;
+            default:
+                host.now.tempoValid = !host.now.tempoValid;
+        }
+    }
+
+    // Noise in bursts, smoothed now and then, so that loud, soft and silent stretches occur.
+    double sample(size_t channel) {
+        if (inGap) return 0.0;
+        double& state = signalState[channel];
+        state += signalColour * (loudness * dice.between(-1.0, 1.0) - state);
+        return state;
+    }
+
+    int32_t renderBlock() {
+        if (dice.chance(0.02)) loudness = dice.chance(0.3) ? 0.0 : dice.unit();
+        if ((play.extras & Scenario::Gaps) && dice.chance(0.01)) inGap = !inGap;
+        if (dice.chance(0.02)) signalColour = dice.chance(0.5) ? 1.0 : dice.between(0.01, 0.5);
+        if ((play.extras & Scenario::SideChain) && dice.chance(0.05)) sideChannels = dice.below(3);
+
+        const int32_t frames = dice.chance(0.1) ? 1 + dice.below(1500) : 1 + dice.below(300);
+        const auto count = static_cast<size_t>(frames);
+        std::array<Signal, 4> in;
+        for (size_t c = 0; c < 4; ++c) {
+            in[c].resize(count);
+            for (double& x : in[c]) x = sample(c);
+        }
+        const Signal zeros(count);
+        const std::array<Signal, 2> none{zeros, zeros};
+        std::array<Signal, 2> got = none, byGeneral = none, byChopped = none;
+        const auto renderPart = [&](QVXCorvane77x_v2Effect& by, std::array<Signal, 2>& out, int at,
+                                    int n) {
+            const double* ins[4] = {&in[0][at], &in[1][at], sideChannels > 0 ? &in[2][at] : nullptr,
+                                    sideChannels > 1 ? &in[3][at] : nullptr};
+            double* outs[2] = {&out[0][at], &out[1][at]};
+            by.process64(ins, outs, n);
+        };
+        renderPart(engine, got, 0, frames);
+        renderPart(general, byGeneral, 0, frames);
+        for (int at = 0, n = 0; at < frames; at += n) {
+            n = std::min(frames - at, dice.chance(0.3) ? 1 : 1 + dice.below(200));
+            renderPart(chopped, byChopped, at, n);
+        }
+        host.advance(frames, play.rate);
+
+        compare("without short cuts", got, byGeneral);
+        // A song's position is taken where a block begins, and rounded to frames.
+        if (!(play.extras & Scenario::Transport)) compare("in other blocks", got, byChopped);
+        return frames;
+    }
+
+    void compare(const char* how, const std::array<Signal, 2>& got,
+                 const std::array<Signal, 2>& other) {
+        for (size_t c = 0; c < 2; ++c) {
+            for (size_t i = 0; i < got[c].size(); ++i) {
+                highest = std::max(highest, std::abs(got[c][i]));
+                const double difference = std::abs(got[c][i] - other[c][i]);
+                ASSERT_LE(difference, kTolerance * highest)
+                    << how << ", channel " << c << ", frame " << i << ": " << got[c][i] << " and "
+                    << other[c][i] << where();
+            }
+        }
+    }
+
+    void compareReadings() {
+        if (dice.chance(0.5)) return;  // some peaks and flags stay unread for a while
+        for (uint32_t index = 42; index <= 114; ++index) {
+            if (index == kOutProcessingActivity) continue;  // depends on the clock on the wall
+            double expected = -1.0, got = -1.0;
+            ASSERT_EQ(general.getOutputValue(index, expected), engine.getOutputValue(index, got));
+            ASSERT_NEAR(expected, got, kTolerance) << "reading " << index << where();
+        }
+    }
+
+    std::string where() const {
+        std::ostringstream text;
+        text << "\n  in block " << block << " of " << play << "; parameters:";
+        for (const auto& [index, value] : lastSet) text << ' ' << index << '=' << value;
+        text << "\n  host: tempo " << host.now.tempoValid << ' ' << host.now.tempoBpm
+             << ", position " << host.now.positionValid << ' ' << host.now.positionBeats
+             << ", playing " << host.now.playing;
+        return text.str();
+    }
+
+    const Scenario& play;
+    Dice dice;
+    FakeHost host;
+    QVXCorvane77x_v2Effect engine{host}, general{host}, chopped{host};
+    std::map<uint32_t, double> lastSet;
+    std::array<double, 4> signalState{};
+    bool inGap = false;
+    double loudness = 0.5, signalColour = 1.0, highest = 1.0;
+    int sideChannels = 0, block = 0;
+};
+
+class EnginePaths : public ::testing::TestWithParam<Scenario> {};
+
+TEST_P(EnginePaths, PlayTheSame) {
+    for (const uint64_t seed : kSeeds) {
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        Company(GetParam(), seed).run();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Settings, EnginePaths, ::testing::ValuesIn(scenarios()));
+
+}  // namespace
+}  // namespace Quorvant::Test
