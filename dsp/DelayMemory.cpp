@@ -58,10 +58,10 @@ void DelayMemory::followCourse() {
     if ((direction == DirectionMode::Backward) != (wantedDirection == DirectionMode::Backward))
         movedForward = turnWriting(movedForward);
     direction = wantedDirection;
-    segment = span - span / 2;
+    segmentEnd = segment = span - span / 2;
     segmentCounter = topCellsPassed = 0;
     readBackward = true;
-    if (untouched) directTicks = isShort() ? usualFade : 0;
+    if (untouched) directTicks = directTicksWanted();
     // What is not heard needs no crossfade, and reading goes on until the input has taken over.
     if (directTicks == usualFade)
         readIndex = indexBehindWriting();
@@ -103,10 +103,8 @@ void DelayMemory::passTopCell() {
 }
 
 void DelayMemory::moveDirectShare() {
-    if (!isShort())
-        --directTicks;
-    else if (directTicks < usualFade && ++directTicks == usualFade)
-        readIndex = indexBehindWriting();
+    directTicks += isShort() ? 1 : -1;
+    if (directTicks == usualFade) readIndex = indexBehindWriting();
 }
 
 double DelayMemory::directShare() const {
@@ -154,28 +152,24 @@ void DelayMemory::restartWriteFade(double shareSoFar) {
 }
 
 void DelayMemory::endSegment() {
+    const bool movedForward = readsForward();
     if (direction == DirectionMode::Reverse) {
-        if (segmentCounter >= segment) {
-            // Twice the segment's ticks, and what the top cell took, so that reading never drifts;
-            // the two halves of an odd span in turn, so that the segments don't, either.
-            const int usable = length - 1;
-            jumpTo((2 * segment + readIndex - topCellsPassed + usable) % usable, false);
-            segment = span - segment;
-            segmentCounter = topCellsPassed = 0;
-        }
+        // Twice the segment's ticks, and what the top cell took, so that reading never drifts; the
+        // two halves of an odd span in turn, so that the segments don't, either.
+        const int usable = length - 1;
+        jumpTo((2 * segment + readIndex - topCellsPassed + usable) % usable, movedForward);
+        segmentEnd = segment = span - segment;
+        segmentCounter = topCellsPassed = 0;
+    } else if (segmentEnd == segment) {
+        readBackward = true;
+        jumpTo(writeIndex, movedForward);
+        segmentEnd = span + 1;
     } else {
-        const bool movedForward = readsForward();
-        if (segmentCounter == segment) {
-            readBackward = true;
-            jumpTo(writeIndex, movedForward);
-        }
-        if (segmentCounter > span) {
-            readBackward = false;
-            segmentCounter = 0;
-            jumpTo(readIndex, movedForward);
-        }
+        readBackward = false;
+        jumpTo(readIndex, movedForward);
+        segmentEnd = segment;
+        segmentCounter = 0;
     }
-    ++segmentCounter;
 }
 
 // To another place, or another way from the same place.

@@ -52,7 +52,7 @@ class DelayMemory {
         if (fadeTicksLeft == 0 && !isOnCourse()) followCourse();
         untouched = false;
         moveIndices();
-        if (directTicks > 0 || isShort()) moveDirectShare();
+        if (directTicks != directTicksWanted()) moveDirectShare();
 
         const Pair old = lastRead;
         Pair written = looping ? old : input;
@@ -61,10 +61,12 @@ class DelayMemory {
         // read that is about to be replaced: it holds the oldest sound of all.
         Pair heard = cells[readIndex];
         record(written);
-        if (!looping) heard = cells[readIndex];
+        if (readIndex == writeIndex && !looping) heard = written;
         if (fadeTicksLeft > 0) heard = crossfaded(heard);
-        if (direction == DirectionMode::Reverse || direction == DirectionMode::Bounce) endSegment();
-
+        if (direction == DirectionMode::Reverse || direction == DirectionMode::Bounce) {
+            if (segmentCounter >= segmentEnd) endSegment();
+            ++segmentCounter;
+        }
         lastRead = heard;
         return old;
     }
@@ -82,8 +84,12 @@ class DelayMemory {
     void moveIndices() {
         writeIndex =
             direction == DirectionMode::Backward ? backward(writeIndex) : forward(writeIndex);
-        readIndex = readsForward() ? forward(readIndex) : backward(readIndex);
-        if (readIndex == length - 1 && direction != DirectionMode::Backward) passTopCell();
+        if (readsForward()) {
+            readIndex = forward(readIndex);
+        } else if (--readIndex < 0) {
+            readIndex = length - 1;
+            if (direction != DirectionMode::Backward) passTopCell();
+        }
     }
     void record(Pair written) {
         cells[writeIndex] = written;
@@ -92,6 +98,7 @@ class DelayMemory {
     }
     bool isOnCourse() const { return wantedTicks == ticks && wantedDirection == direction; }
     bool isShort() const { return span < kFewestTicks && !looping; }
+    int directTicksWanted() const { return isShort() ? usualFade : 0; }
     void followCourse();
     bool turnWriting(bool readForward);
     void passTopCell();
@@ -121,7 +128,7 @@ class DelayMemory {
     static constexpr int kFewestTicks = 3;  // of a span that the memory serves
     int span = 0;
     int segment = 0;  // ticks of the present one in Reverse, of all in Bounce
-    int segmentCounter = 0;
+    int segmentCounter = 0, segmentEnd = 0;
     bool readBackward = true;
     int topCellsPassed = 0;  // in this segment
     int directTicks = 0;     // 0 ... usualFade

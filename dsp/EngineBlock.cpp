@@ -199,7 +199,7 @@ void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
     runLfo(chunk);
     if (chunk.clocking == Clocking::Lfo) bendClock(chunk);
     runMemory(chunk);
-    clearIdleStages();
+    if (chunk.moving) clearIdleStages();
     noteSilence(chunk);
     measure(chunk);
     if (!followsEnvelope(chunk.clocking)) followLevels(chunk);
