@@ -173,6 +173,23 @@ void glass(CDrawContext& context, const CRect& rect) {
          CPoint(rect.right - 3.0, rect.bottom + 0.5), CColor(255, 255, 255, 24));
 }
 
+void drawSheet(CDrawContext& context, const CRect& rect) {
+    CRect shadow = rect;
+    shadow.inset(-3.0, -3.0);
+    shadow.offset(0.0, 2.0);
+    fillRound(context, shadow, 7.0, Theme::kShadow);
+    fillRound(context, rect, 5.0, Theme::kOverlay);
+    strokeRound(context, rect, 5.0, Theme::kFaceEdge);
+}
+
+CRect heldWithin(CRect rect, const CRect& bounds) {
+    if (rect.right > bounds.right) rect.offset(bounds.right - rect.right, 0.0);
+    if (rect.bottom > bounds.bottom) rect.offset(0.0, bounds.bottom - rect.bottom);
+    if (rect.left < bounds.left) rect.offset(bounds.left - rect.left, 0.0);
+    if (rect.top < bounds.top) rect.offset(0.0, bounds.top - rect.top);
+    return rect;
+}
+
 double textWidth(std::string_view text, Theme::Face face) {
     const VSTGUI::UTF8String string{std::string(text)};
     const auto platformFont = Theme::font(face)->getPlatformFont();

@@ -1,5 +1,6 @@
 #include "gui/PresetBar.h"
 
+#include "gui/SettingsMenu.h"
 #include "presets/PresetTexts.h"
 
 namespace Quorvant {
@@ -89,7 +90,7 @@ PresetBar::PresetBar(const CRect& size, PresetDesk& owner, PresetActions& preset
                                 [this](auto) { actions.step(1); }),
                kStepHint);
     name = add(new NameField(CRect(62, 6, 330, 30), -1, Look::Plain, "",
-                             [this](auto) { desk.openBrowser(true); }),
+                             [this](auto) { desk.openBrowser(); }),
                kNameHint);
     name->setRightAction([this](CPoint) { editPresetName(desk); });
     undo = add(new HistoryButton(CRect(338, 7, 364, 30), 1.0, [this](auto) { actions.undo(); }),
@@ -103,12 +104,14 @@ PresetBar::PresetBar(const CRect& size, PresetDesk& owner, PresetActions& preset
     setupB = text(600, 626, "B", kSetupHint, [this](auto) { actions.selectSetup(true); });
     copySetup =
         text(630, 680, "A > B", kSetupCopyHint, [this](auto) { actions.copyBetweenSetups(); });
-    zoom = add(new ActionButton(CRect(870, 7, 928, 30), -1, Look::Text, "",
-                                [this](auto) { desk.openZoomMenu(editorRect(*zoom)); }),
+    zoom = add(new ActionButton(
+                   CRect(870, 7, 928, 30), -1, Look::Text, "",
+                   [this](auto) { desk.editor().openMenu(zoomMenu(desk), editorRect(*zoom)); }),
                "Click to change the size of the editor");
     ActionButton* menu = nullptr;
-    menu = text(932, 990, "MENU", kConfigurationHint,
-                [this](auto) { desk.openConfiguration(CRect(932, 7, 990, 30)); });
+    menu = text(932, 990, "MENU", kConfigurationHint, [this](auto) {
+        desk.editor().openMenu(settingsMenu(desk, actions), CRect(932, 7, 990, 30));
+    });
     menu->setTextColour(Theme::kText);
     refresh();
 }
@@ -159,8 +162,8 @@ void editPresetName(PresetDesk& desk) {
                [&desk](const std::string& typed) {
                    if (auto* target = desk.editor().model().presets()) target->setName(typed);
                }},
-              {"Cancel", {}}},
-             &initial);
+              {"Cancel"}},
+             initial);
 }
 
 }  // namespace Quorvant

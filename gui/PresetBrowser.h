@@ -18,13 +18,13 @@ std::string favouriteKey(const PresetLocation& location, const std::string& list
 class PresetBrowser final : public Overlay {
   public:
     // Covers the editor; its sheet is `sheet`.
-    PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& desk, PresetActions& actions,
-                  std::function<void()> close);
+    PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& desk, PresetActions& actions);
 
     // Presets or lists have changed.
     void refresh();
-    // Arrows choose, Return and Escape close; false for other keys.
-    bool key(VSTGUI::VirtualKey key);
+    // Arrows choose.
+    bool key(const VSTGUI::KeyboardEvent& event) override;
+    TextField* textField() const override { return search; }
     void setSearch(const std::string& words);
 
     TextField& searchField() { return *search; }

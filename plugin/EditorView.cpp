@@ -79,7 +79,9 @@ class EditorView final : public Vst::VSTGUIEditor,
 
     tresult PLUGIN_API checkSizeConstraint(ViewRect* wanted) override {
         if (!wanted) return kInvalidArgument;
-        wanted->bottom = wanted->top + editor.heightFor(wanted->getWidth());
+        const auto [width, height] = editor.nearestSize(wanted->getWidth());
+        wanted->right = wanted->left + width;
+        wanted->bottom = wanted->top + height;
         return kResultTrue;
     }
 
@@ -90,8 +92,7 @@ class EditorView final : public Vst::VSTGUIEditor,
     }
 
     tresult PLUGIN_API setContentScaleFactor(ScaleFactor factor) override {
-        if (!(factor > 0.0F)) return kInvalidArgument;
-        editor.setContentScale(factor);
+        if (!editor.setContentScale(factor)) return kInvalidArgument;
         if (!frame) takeSize();
         return kResultTrue;
     }

@@ -50,10 +50,12 @@ class EditorTest : public ::testing::Test {
     }
     void type(const std::string& text, bool accepted = true) {
         auto* box = screen->find<QuestionBox>();
-        auto* field = box ? box->textField() : screen->find<TextField>();
+        auto* value = screen->find<ValueField>();
+        auto* field = box ? box->textField() : value ? value->textField() : nullptr;
         ASSERT_NE(field, nullptr) << "no text field for '" << text << "'";
         field->setText(text.c_str());
-        field->finish(accepted);
+        EXPECT_TRUE(
+            screen->key(accepted ? VSTGUI::VirtualKey::Return : VSTGUI::VirtualKey::Escape));
     }
     // Chooses from the menu that is open.
     void choose(const std::string& title) {
@@ -503,6 +505,82 @@ TEST_F(EditorTest, BrowserFindsChoosesAndKeepsPresets) {
     EXPECT_FALSE(screen->key(VSTGUI::VirtualKey::Down)) << "keys belong to the host now";
 }
 
+// What is open is cancelled by whatever closes it, and then does nothing any more.
+TEST_F(EditorTest, WhatLiesAboveThePanelsIsAnsweredOrCancelled) {
+    using VSTGUI::VirtualKey;
+    auto& presets = model.manager;
+    const auto before = presetName(presets.current());
+    const auto rename = [&] {
+        screen->rightClick({200, 18});
+        screen->find<QuestionBox>()->textField()->setText("Renamed");
+    };
+    rename();
+    press("Cancel");
+    rename();
+    screen->click({20, 340});
+    rename();
+    EXPECT_TRUE(screen->key(VirtualKey::Tab));
+    EXPECT_TRUE(screen->key(VirtualKey::Return)) << "on the answer that Tab has led to";
+    rename();
+    model.set(kShowHideExtensions, 0.0);  // the host's automation
+    screen->editor->idle();
+    EXPECT_EQ(screen->find<QuestionBox>(), nullptr);
+    model.set(kShowHideExtensions, 1.0);
+    screen->editor->idle();
+    rename();
+    screen = nullptr;
+    EXPECT_EQ(presetName(presets.current()), before);
+    screen = std::make_unique<OffScreen>(model);
+
+    // A number is taken by a click elsewhere and by Tab, but not by the end of the editor. One that
+    // was only looked at stays what it was, unrounded.
+    const double odd = 0.123456789;
+    model.set(kFeedback, odd);
+    model.gestures.clear();
+    screen->doubleClick(at(kFeedback));
+    EXPECT_TRUE(screen->key(VirtualKey::Return));
+    screen->doubleClick(at(kFeedback));
+    screen->find<ValueField>()->textField()->setText("7");
+    screen = nullptr;
+    EXPECT_EQ(model.value(kFeedback), odd);
+    EXPECT_TRUE(model.gestures.empty());
+    screen = std::make_unique<OffScreen>(model);
+    screen->doubleClick(at(kFeedback));
+    screen->find<ValueField>()->textField()->setText("7");
+    screen->click({20, 340});
+    EXPECT_EQ(shown(kFeedback), "7.0");
+    screen->doubleClick(at(kFeedback));
+    screen->find<ValueField>()->textField()->setText("3");
+    EXPECT_TRUE(screen->key(VirtualKey::Tab));
+    EXPECT_EQ(shown(kFeedback), "3.0");
+
+    // Menus by the arrows: up from what is in force.
+    screen->click({900, 18});
+    EXPECT_TRUE(screen->key(VirtualKey::Down));
+    EXPECT_TRUE(screen->key(VirtualKey::Up));
+    EXPECT_TRUE(screen->key(VirtualKey::Return));
+    EXPECT_EQ(model.storedZoom, 75);
+    screen->click({960, 18});
+    EXPECT_TRUE(screen->key(VirtualKey::Down));
+    EXPECT_TRUE(screen->key(VirtualKey::Right));
+    EXPECT_TRUE(screen->key(VirtualKey::Escape));
+    EXPECT_EQ(screen->find<PopupMenu>(), nullptr);
+
+    // A row's menu lies above the browser, and goes with it.
+    screen->click({200, 18});
+    auto* browser = screen->find<PresetBrowser>();
+    screen->rightClick(browser->presetColumn().rowRect(0).getCenter());
+    EXPECT_TRUE(screen->key(VirtualKey::Escape));
+    EXPECT_EQ(screen->find<PopupMenu>(), nullptr);
+    EXPECT_NE(screen->find<PresetBrowser>(), nullptr);
+    screen->rightClick(browser->presetColumn().rowRect(0).getCenter());
+    const auto row = screen->find<PopupMenu>()->itemRect(0).getCenter();
+    browser->cancel();
+    screen->click(row);
+    EXPECT_TRUE(loadUserSettings().favourites.empty());
+    EXPECT_FALSE(screen->key(VirtualKey::Escape)) << "keys belong to the host now";
+}
+
 TEST_F(EditorTest, ConfigurationMenuDoesWhatItSays) {
     const CPoint menu(960, 18);
     const auto pick = [&](const std::string& title) {
@@ -584,12 +662,14 @@ TEST_F(EditorTest, ConfigurationMenuDoesWhatItSays) {
 TEST_F(EditorTest, ExtensionsOpenCloseAndStayAsTheyWereLeft) {
     const int tall = screen->editor->height();
     screen->click(at(kHideExtensionsId));
+    screen->editor->idle();
     EXPECT_EQ(model.value(kShowHideExtensions), 0.0);
     EXPECT_LT(screen->editor->height(), tall);
     EXPECT_EQ(model.requestedSize->second, screen->editor->height());
     EXPECT_EQ(at(kProcessingMode).x, -1.0);
     model.sizesAllowed = false;
     screen->click(at(kShowExtensionsId));
+    screen->editor->idle();
     EXPECT_EQ(model.value(kShowHideExtensions), 0.0) << "the host had refused the size";
     EXPECT_EQ(at(kProcessingMode).x, -1.0);
     model.sizesAllowed = true;
@@ -609,6 +689,7 @@ TEST_F(EditorTest, ExtensionsOpenCloseAndStayAsTheyWereLeft) {
     model.editor = screen->editor.get();
     model.set(kShowHideExtensions, 0.0);
     screen->click(at(kShowExtensionsId));
+    screen->editor->idle();
     EXPECT_EQ(screen->editor->height(), tall);
 }
 

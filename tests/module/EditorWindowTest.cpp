@@ -77,6 +77,71 @@ TEST(EditorWindow, DrawsItselfAndItsKnobsReachTheHost) {
     EXPECT_NE(window->view().onKeyDown(' ', 0, 0), kResultTrue);
 }
 
+[[maybe_unused]] void click(EditorWindow& window, int x, int y) {
+    window.point(Pointer::Move, x, y);
+    window.point(Pointer::Press, x, y);
+    window.point(Pointer::Release, x, y);
+    window.runUntil([] { return false; }, std::chrono::milliseconds(150));
+}
+
+#ifndef _WIN32
+
+// Real keys, which reach the window that has the keyboard.
+void type(EditorWindow& window, const std::string& keys) {
+    ASSERT_EQ(std::system(("xdotool key --delay 15 " + keys).c_str()), 0);
+    window.runUntil([] { return false; }, std::chrono::milliseconds(150));
+}
+
+std::set<std::string> presetFiles(const std::filesystem::path& home) {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(home))
+        if (entry.path().extension() == ".qvx") names.insert(entry.path().stem());
+    return names;
+}
+
+TEST(EditorWindow, TypedTextIsTakenByReturnAndTheNamedButtonAlone) {
+    const auto home = std::filesystem::temp_directory_path() / "corvane-window-typing";
+    std::filesystem::remove_all(home);
+    std::filesystem::create_directories(home);
+    setenv("HOME", home.c_str(), 1);
+    setenv("PATH", "/usr/bin:/bin", 1);
+    ModuleRig rig;
+    auto window = openDrawn(rig);
+    const auto saveAs = [&](const char* name) {
+        click(*window, 425, 18);
+        type(*window, name);
+    };
+    saveAs("C a n c e l");
+    click(*window, 599, 207);
+    saveAs("B e s i d e");
+    click(*window, 100, 300);
+    saveAs("E s c Escape");
+    EXPECT_EQ(presetFiles(home), std::set<std::string>());
+    saveAs("K e y Return");
+    saveAs("B u t t o n");
+    click(*window, 521, 207);
+    EXPECT_EQ(presetFiles(home), (std::set<std::string>{"Button", "Key"}));
+    // Closing the editor cancels, too.
+    saveAs("L o s t");
+    window = nullptr;
+    EXPECT_EQ(presetFiles(home), (std::set<std::string>{"Button", "Key"}));
+
+    // The common shortcuts, and a value that closing must not write.
+    window = openDrawn(rig);
+    saveAs("x y z ctrl+a ctrl+c Right ctrl+v Return");
+    EXPECT_TRUE(presetFiles(home).contains("xyzxyz"));
+    saveAs("q ctrl+a ctrl+x ctrl+v ctrl+v Return");
+    EXPECT_TRUE(presetFiles(home).contains("qq"));
+    const auto begun = rig.plugin->editLog().begun;
+    for (int i = 0; i < 2; ++i) click(*window, kInputX, kInputY);
+    type(*window, "1 2");
+    window = nullptr;
+    EXPECT_EQ(rig.plugin->editLog().begun, begun);
+    std::filesystem::remove_all(home);
+}
+
+#endif
+
 // Once nothing changes any more.
 Hosting::Pixels settled(EditorWindow& window) {
     Hosting::Pixels last = window.pixels();
