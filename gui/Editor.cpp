@@ -70,6 +70,7 @@ void Editor::open(VSTGUI::CFrame& frame) {
         setParameter(kShowHideExtensions, 1.0);
     }
     window = &frame;
+    clipboard.emplace();
     window->registerKeyboardHook(this);
     window->registerMouseObserver(this);
     window->setBackgroundColor(Theme::kBar);
@@ -79,6 +80,7 @@ void Editor::open(VSTGUI::CFrame& frame) {
 void Editor::close() {
     if (!window) return;
     scene.reset();
+    clipboard.reset();
     window->unregisterKeyboardHook(this);
     window->unregisterMouseObserver(this);
     window = nullptr;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "gui/ClickCounter.h"
+#include "gui/Clipboard.h"
 #include "gui/Desk.h"
 #include "gui/EditorContext.h"
 #include "gui/EditorModel.h"
@@ -106,7 +107,9 @@ class Editor final : private EditorContext,
     UserSettings userSettings;
     PresetActions actions;
     VSTGUI::CFrame* window = nullptr;
-    std::unique_ptr<Scene> scene;  // while a frame is open
+    // While a frame is open.
+    std::optional<ClipboardUse> clipboard;
+    std::unique_ptr<Scene> scene;
     double contentScale = 1.0;
     int zoom = 100;
     bool presetsStale = false;

@@ -27,6 +27,9 @@ class TextField final : public VSTGUI::CTextEdit {
 
   private:
     void platformOnKeyboardEvent(VSTGUI::KeyboardEvent& event) override;
+    void paste();
+
+    bool pasting = false;
 };
 
 }  // namespace Quorvant
