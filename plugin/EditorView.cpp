@@ -36,6 +36,15 @@ class EditorView final : public Vst::VSTGUIEditor,
         takeSize();
     }
 
+    tresult PLUGIN_API attached(void* parent, FIDString type) override {
+        if (frame || !parent || !type || isPlatformTypeSupported(type) != kResultTrue)
+            return kResultFalse;
+        const tresult result = VSTGUIEditor::attached(parent, type);
+        if (frame) return result;
+        removed();  // the base classes take it for open
+        return kResultFalse;
+    }
+
     bool PLUGIN_API open(void* parent, const VSTGUI::PlatformType& type) override {
 #ifdef _WIN32
         // One way of drawing on every Windows, the one that is tested.
@@ -46,7 +55,10 @@ class EditorView final : public Vst::VSTGUIEditor,
         VSTGUI::X11::FrameConfig x11;
         runLoop.emplace(plugFrame);
         x11.runLoop = runLoop->forFrames();
-        if (!x11.runLoop) return false;
+        if (!x11.runLoop || !isWindow(parent)) {
+            runLoop.reset();
+            return false;
+        }
         VSTGUI::IPlatformFrameConfig* config = &x11;
 #endif
         frame = new VSTGUI::CFrame(VSTGUI::CRect(0, 0, editor.width(), editor.height()), this);
