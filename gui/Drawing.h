@@ -45,10 +45,13 @@ void drawSheet(CDrawContext& context, const CRect& rect);
 CRect heldWithin(CRect rect, const CRect& bounds);
 
 enum class Align { Left, Centre, Right };
-// One line in the middle of the rectangle's height; narrowed type where it is too wide, so that no
-// text is cut.
+// One line in the middle of the rectangle's height. What is too wide is drawn in smaller type, and
+// where that would be too small to read it ends in an ellipsis.
 void drawText(CDrawContext& context, std::string_view text, const CRect& rect, Theme::Face face,
               CColor colour, Align align = Align::Centre);
+// Whether drawText would not show all of it in so many pixels.
+bool isCut(std::string_view text, double width, Theme::Face face);
+// As much as drawText needs to show the text at its full size.
 double textWidth(std::string_view text, Theme::Face face);
 
 // Seven-segment figures, right-aligned in the rectangle: digits, '-', ' ' and '.'; the unlit

@@ -5,6 +5,7 @@
 #include <vstgui/lib/cframe.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace Quorvant {
 namespace {
@@ -29,6 +30,7 @@ HintBubble::HintBubble(const CRect& editor, const CRect& control, std::string wo
     double width = 0.0;
     for (const std::string& row : lines)
         width = std::max(width, textWidth(row, Theme::Face::Label));
+    width = std::ceil(width);
     const double height = static_cast<double>(lines.size()) * kLineHeight + 2.0 * kPadY;
     CRect rect(0.0, 0.0, width + 2.0 * kPadX, height);
     const bool below = control.bottom + height + 6.0 <= editor.bottom;
@@ -51,9 +53,13 @@ void HintBubble::draw(VSTGUI::CDrawContext* context) {
     setDirty(false);
 }
 
-std::string HintDisplay::textOf(VSTGUI::CView& view) const {
-    std::string text;
-    if (const auto* cut = dynamic_cast<const CutText*>(&view)) text = cut->wholeTextAt(pointer);
+std::string HintDisplay::cutTextOf(const VSTGUI::CView& view) const {
+    const auto* cut = dynamic_cast<const CutText*>(&view);
+    return cut ? cut->wholeTextAt(pointer) : "";
+}
+
+std::string HintDisplay::textOf(const VSTGUI::CView& view) const {
+    std::string text = cutTextOf(view);
     uint32_t size = 0;
     if (view.getAttributeSize(VSTGUI::kCViewTooltipAttribute, size) && size > 0) {
         std::string own(size, '\0');
@@ -71,8 +77,11 @@ void HintDisplay::entered(VSTGUI::CView& view, uint32_t now) {
     due = now + kDelay;
 }
 
+// The pointer is still on what the view stands in.
 void HintDisplay::exited(VSTGUI::CView& view) {
-    if (pointed == &view) forget();
+    if (pointed != &view) return;
+    hide();
+    pointed = VSTGUI::shared(view.getParentView());
 }
 
 void HintDisplay::moved(CPoint where, uint32_t now) {
@@ -84,11 +93,10 @@ void HintDisplay::moved(CPoint where, uint32_t now) {
 void HintDisplay::idle(uint32_t now) {
     if (!pointed || bubble || static_cast<int32_t>(now - due) < 0) return;
     const std::string text = pointed->isAttached() ? textOf(*pointed) : "";
-    if (text.empty()) {
-        pointed = nullptr;
-        return;
-    }
-    bubble = VSTGUI::makeOwned<HintBubble>(views.getViewSize(), editorRect(*pointed), text);
+    if (text.empty()) return;
+    CRect place = editorRect(*pointed);
+    if (!cutTextOf(*pointed).empty()) place = CRect(pointer, CPoint()).extend(8.0, 8.0);
+    bubble = VSTGUI::makeOwned<HintBubble>(views.getViewSize(), place, text);
     bubble->remember();  // the tree's own reference
     views.addView(bubble);
     bubble->invalid();

@@ -52,7 +52,8 @@ class HintDisplay {
     void forget();
 
   private:
-    std::string textOf(VSTGUI::CView& view) const;
+    std::string cutTextOf(const VSTGUI::CView& view) const;
+    std::string textOf(const VSTGUI::CView& view) const;
     void hide();
 
     VSTGUI::CViewContainer& views;

@@ -29,7 +29,8 @@ bool LiveModel::suspended() const {
 }
 
 double LiveModel::reading(uint32_t outputIndex) const {
-    const bool lasting = outputIndex == kOutTempo || outputIndex == kOutSampleRate;
+    const bool lasting =
+        outputIndex == kOutTempo || outputIndex == kOutSampleRate || outputIndex == kSuspend;
     return lasting || running() ? plugin.reading(outputIndex) : 0.0;
 }
 

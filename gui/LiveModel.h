@@ -6,8 +6,8 @@
 namespace Quorvant {
 
 // Hands everything on to the plug-in, apart from the readings. Those of a plug-in whose heartbeat
-// has stood still for half a second, or that is suspended, are 0, but for the tempo and the sample
-// rate, which stay the last that are known.
+// has stood still for half a second, or that is suspended, are 0, but for that it is suspended, and
+// for tempo and sample rate, which stay the last that are known.
 class LiveModel final : public EditorModel {
   public:
     // The plug-in outlives this.

@@ -218,16 +218,20 @@ void Panel::parameterChanged(uint32_t index) {
 void Panel::dimUnused() {
     const EditorModel& model = owner.model();
     const bool synced = switchState(model.value(kDelayClockMode));
+    const bool looping = switchState(model.value(kInfRepeat));
     const bool lfoSynced = switchState(model.value(kLfoSync));
     forEachChild([&](VSTGUI::CView* view) {
         const auto* control = dynamic_cast<VSTGUI::CControl*>(view);
         if (!control) return;
         bool unused = false;
         switch (control->getTag()) {
+            case kDelayClockMode:
+                unused = looping;
+                break;
             case kDelayTime:
             case kTimeUpId:
             case kTimeDownId:
-                unused = synced;
+                unused = synced || looping;
                 break;
             case kNoteReadoutId:
             case kNoteUpId:

@@ -26,22 +26,28 @@ constexpr char kSetupCopyHint[] = "Click to copy settings between A and B setups
 constexpr char kConfigurationHint[] = "Click to open configuration menu";
 
 // The preset's name in a lit window.
-class NameField final : public ActionButton {
+class NameField final : public ActionButton, public CutText {
   public:
     using ActionButton::ActionButton;
+    std::string wholeTextAt(CPoint) const override {
+        return isCut(text(), textRect().getWidth(), Theme::Face::Title) ? text() : "";
+    }
     void draw(VSTGUI::CDrawContext* context) override {
         const CRect& size = getViewSize();
         glass(*context, size);
-        CRect rect = size;
-        rect.left += 10.0;
-        rect.right -= 22.0;
-        drawText(*context, text(), rect, Theme::Face::Title, Theme::kAccent, Align::Left);
+        drawText(*context, text(), textRect(), Theme::Face::Title, Theme::kAccent, Align::Left);
         const CPoint c(size.right - 13.0, size.getCenter().y);
         polygon(
             *context,
             {CPoint(c.x - 4.0, c.y - 2.0), CPoint(c.x + 4.0, c.y - 2.0), CPoint(c.x, c.y + 3.0)},
             Theme::kTextDim);
         setDirty(false);
+    }
+
+  private:
+    CRect textRect() const {
+        const CRect& size = getViewSize();
+        return CRect(size.left + 10.0, size.top, size.right - 22.0, size.bottom);
     }
 };
 
@@ -143,6 +149,11 @@ void PresetBar::setMessage(const std::string& text) {
     if (text == message) return;
     message = text;
     invalidRect(CRect(kMessageLeft, 0.0, kMessageRight, getHeight()));
+}
+
+std::string PresetBar::wholeTextAt(CPoint where) const {
+    const bool there = where.x >= kMessageLeft && where.x < kMessageRight;
+    return there && isCut(message, kMessageRight - kMessageLeft, Theme::Face::Label) ? message : "";
 }
 
 void PresetBar::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {

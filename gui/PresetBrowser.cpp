@@ -178,14 +178,15 @@ void PresetBrowser::fillPresets() {
              favourites.contains(key), searching() ? entry.list : ""});
     }
     presetList->setRows(std::move(rows));
-    selectCurrent();
-    showDesigner();
-}
-
-void PresetBrowser::selectCurrent() {
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (entries[i].location == manager().location()) presetList->select(static_cast<int>(i));
+        if (!(entries[i].location == manager().location())) continue;
+        if (searching()) {
+            presetList->mark(static_cast<int>(i));
+        } else {
+            presetList->select(static_cast<int>(i));
+        }
     }
+    showDesigner();
 }
 
 int PresetBrowser::designer() const {
@@ -268,6 +269,7 @@ void PresetBrowser::setSearch(const std::string& typed) {
     if (wanted == words) return;
     words = wanted;
     fillPresets();
+    if (searching()) presetList->scrollToStart();
 }
 
 bool PresetBrowser::key(const VSTGUI::KeyboardEvent& event) {

@@ -52,7 +52,6 @@ class PresetBrowser final : public Overlay {
     void pick(int row);
     void openRowMenu(int row, CPoint where);
     void toggleFavourite(const Entry& entry);
-    void selectCurrent();
     void showDesigner();
     std::vector<Entry> entriesOf(int32_t source, int32_t list) const;
     // The factory designer that the present group or choice leads to; -1 for none.

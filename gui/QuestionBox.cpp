@@ -65,14 +65,20 @@ bool QuestionBox::key(const VSTGUI::KeyboardEvent& event) {
     }
 }
 
+CRect QuestionBox::textRect() const {
+    return CRect(content.left + 16.0, content.top + 10.0, content.right - 16.0, content.top + 32.0);
+}
+
+std::string QuestionBox::wholeTextAt(CPoint where) const {
+    const CRect rect = textRect();
+    return rect.pointInside(where) && isCut(text, rect.getWidth(), Theme::Face::Value) ? text : "";
+}
+
 void QuestionBox::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
     context->setFillColor(CColor(0, 0, 0, 120));
     context->drawRect(getViewSize(), VSTGUI::kDrawFilled);
     drawSheet(*context, content);
-    drawText(
-        *context, text,
-        CRect(content.left + 16.0, content.top + 10.0, content.right - 16.0, content.top + 32.0),
-        Theme::Face::Value, Theme::kText, Align::Left);
+    drawText(*context, text, textRect(), Theme::Face::Value, Theme::kText, Align::Left);
 }
 
 }  // namespace Quorvant

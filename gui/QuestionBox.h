@@ -1,6 +1,7 @@
 // A sentence with buttons, and a line to type where the answer is a text.
 #pragma once
 
+#include "gui/HintDisplay.h"
 #include "gui/OverlayStack.h"
 #include "gui/controls/Buttons.h"
 
@@ -13,7 +14,7 @@ namespace Quorvant {
 
 // Return takes the marked answer; Tab and the arrows mark another. At first it is the first one
 // where there is a text to accept, else the last one, which changes nothing.
-class QuestionBox final : public Overlay {
+class QuestionBox final : public Overlay, public CutText {
   public:
     struct Answer {
         std::string title;
@@ -27,11 +28,13 @@ class QuestionBox final : public Overlay {
     TextField* textField() const override { return field; }
     void accept() override { answer(marked); }
     bool key(const VSTGUI::KeyboardEvent& event) override;
+    std::string wholeTextAt(CPoint where) const override;
     void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
 
   private:
     void answer(std::size_t index);
     void mark(std::size_t index);
+    CRect textRect() const;
 
     std::string text;
     std::vector<Answer> answers;
