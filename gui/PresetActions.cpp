@@ -8,6 +8,11 @@
 
 namespace Quorvant {
 
+std::string favouriteKey(const PresetLocation& location, const std::string& list,
+                         const std::string& name) {
+    return location.source == kFromFolder ? "file:" + list + "/" + name : "factory:" + name;
+}
+
 void PresetActions::report(PresetFault fault) {
     if (fault != PresetFault::None) owner.tell(std::string(presetFaultText(fault)));
 }
@@ -128,14 +133,22 @@ void PresetActions::copyBetweenSetups() {
     owner.tell(fromA ? "Copied A to B" : "Copied B to A");
 }
 
-void PresetActions::rename(const PresetLocation& location, const std::string& name) {
-    owner.ask("Rename the preset file to:",
-              {{"Rename",
-                [this, location](const std::string& typed) {
-                    if (auto* presets = manager()) report(presets->renameFile(location, typed));
-                }},
-               {"Cancel"}},
-              name);
+void PresetActions::rename(const PresetLocation& location, const std::string& list,
+                           const std::string& name) {
+    const auto accept = [this, location, list, name](const std::string& typed) {
+        auto* presets = manager();
+        if (!presets) return;
+        const PresetFault fault = presets->renameFile(location, typed);
+        if (fault != PresetFault::None) return report(fault);
+        const std::string now = utf8FromPath(withPresetExtension(pathFromUtf8(typed)).stem());
+        const std::string before = favouriteKey(location, list, name);
+        if (!owner.editor().settings().favourites.contains(before)) return;
+        owner.changeSettings([&](UserSettings& settings) {
+            settings.favourites.erase(before);
+            settings.favourites.insert(favouriteKey(location, list, now));
+        });
+    };
+    owner.ask("Rename the preset file to:", {{"Rename", accept}, {"Cancel"}}, name);
 }
 
 void PresetActions::remove(const PresetLocation& location, const std::string& name) {

@@ -38,6 +38,11 @@ class PresetDesk {
     virtual void setZoom(int percent) = 0;
 };
 
+// The name under which a preset is kept among the user's favourites: it survives a change of place
+// in the list.
+std::string favouriteKey(const PresetLocation& location, const std::string& list,
+                         const std::string& name);
+
 // Main thread. Every action is safe without a preset manager, and tells what failed.
 class PresetActions {
   public:
@@ -54,7 +59,7 @@ class PresetActions {
     void paste();
     void selectSetup(bool b);
     void copyBetweenSetups();
-    void rename(const PresetLocation& location, const std::string& name);
+    void rename(const PresetLocation& location, const std::string& list, const std::string& name);
     void remove(const PresetLocation& location, const std::string& name);
     void reveal(const PresetLocation& location);
     void openFolder();

@@ -52,11 +52,6 @@ class Photo final : public ActionButton {
 
 }  // namespace
 
-std::string favouriteKey(const PresetLocation& location, const std::string& list,
-                         const std::string& name) {
-    return location.source == kFromFolder ? "file:" + list + "/" + name : "factory:" + name;
-}
-
 PresetBrowser::PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& owner,
                              PresetActions& presetActions)
     : Overlay(size), desk(owner), actions(presetActions) {
@@ -249,8 +244,8 @@ void PresetBrowser::openRowMenu(int row, CPoint where) {
                   [this, entry] { toggleFavourite(entry); }}};
     if (entry.location.source == kFromFolder) {
         menu.push_back({kShowFileText, [this, entry] { actions.reveal(entry.location); }});
-        menu.push_back(
-            {"Rename...", [this, entry] { actions.rename(entry.location, entry.name); }});
+        menu.push_back({"Rename...",
+                        [this, entry] { actions.rename(entry.location, entry.list, entry.name); }});
         menu.push_back(
             {"Delete...", [this, entry] { actions.remove(entry.location, entry.name); }});
     } else {

@@ -10,11 +10,6 @@
 
 namespace Quorvant {
 
-// The name under which a preset is kept among the user's favourites: it survives a change of place
-// in the list.
-std::string favouriteKey(const PresetLocation& location, const std::string& list,
-                         const std::string& name);
-
 class PresetBrowser final : public Overlay {
   public:
     // Covers the editor; its sheet is `sheet`.

@@ -254,6 +254,14 @@ TEST_F(EditorTest, DelayTimeAndNotesStepAndOpenTheirLists) {
     EXPECT_LT(openList(kLfoNote, {}), 30u);
     choose("1/1 Dotted");
     EXPECT_EQ(shown(kLfoNote), "1/1 Dotted");
+    // What a loop ignores stands back.
+    const auto* sync = screen->find<KickButton>(
+        [](const auto& button) { return button.parameter() == kDelayClockMode; });
+    EXPECT_EQ(sync->getAlphaValue(), 1.0F);
+    model.set(kInfRepeat, 1.0);
+    EXPECT_LT(sync->getAlphaValue(), 1.0F);
+    model.set(kInfRepeat, 0.0);
+
     model.set(kNoteViewStyle, 1.0);
     EXPECT_GT(openList(kLfoNote, {}), 10u);
     choose("3/2");
@@ -398,11 +406,22 @@ TEST_F(EditorTest, PresetBarStepsSavesComparesAndTakesBack) {
     EXPECT_EQ(screen->desk.askedTitle, "Save preset");
     EXPECT_EQ(screen->desk.askedName, "My sound.qvx");
     EXPECT_TRUE(std::filesystem::exists(folder / "Chosen.qvx"));
+    // The dialog knew nothing of the file that the extension leads to.
+    std::filesystem::resize_file(folder / "Chosen.qvx", 1);
+    press("SAVE");
+    EXPECT_TRUE(screen->key(VSTGUI::VirtualKey::Return)) << "which replaces nothing";
+    EXPECT_EQ(std::filesystem::file_size(folder / "Chosen.qvx"), 1u);
+    press("SAVE");
+    press("Replace");
+    EXPECT_GT(std::filesystem::file_size(folder / "Chosen.qvx"), 1u);
+    screen->desk.answer = folder / "Chosen.qvx";
+    press("SAVE");
+    EXPECT_EQ(screen->find<QuestionBox>(), nullptr) << "that the dialog has asked already";
 
     // Without a system's dialog, the editor asks itself, and before it overwrites.
     screen->desk.hasDialogs = false;
     press("SAVE");
-    type("Second");
+    type("Second.qvx");
     EXPECT_TRUE(std::filesystem::exists(folder / "Second.qvx"));
     std::filesystem::remove(folder / "Second.qvx");
     std::filesystem::create_directories(folder / "Second.qvx");
@@ -416,8 +435,10 @@ TEST_F(EditorTest, PresetBarStepsSavesComparesAndTakesBack) {
 
 TEST_F(EditorTest, BrowserFindsChoosesAndKeepsPresets) {
     auto& presets = model.manager;
-    presets.setName("Mine");
-    ASSERT_EQ(presets.save(folder / "Mine.qvx"), PresetFault::None);
+    ASSERT_EQ(presets.presetNames(kFromFolder, 0).size(), 0u);
+    FakeModel other(folder);  // saves what this instance has not seen
+    other.manager.setName("Mine");
+    ASSERT_EQ(other.manager.save(folder / "Mine.qvx"), PresetFault::None);
     screen->click({200, 18});
     auto* browser = screen->find<PresetBrowser>();
     ASSERT_NE(browser, nullptr);
@@ -451,6 +472,16 @@ TEST_F(EditorTest, BrowserFindsChoosesAndKeepsPresets) {
     ASSERT_EQ(browser->presetColumn().rows().size(), 1u);
     screen->click(browser->presetColumn().rowRect(0).getCenter());
     EXPECT_EQ(presets.location().source, kFromFolder);
+
+    // Results are shown from the first, wherever the list was.
+    const auto last = presets.presetNames(kFromCategory, 10).size() - 1;
+    ASSERT_EQ(presets.choose({kFromCategory, 10, static_cast<int32_t>(last)}), PresetFault::None);
+    browser->searchField().setText("e");
+    auto& found = browser->presetColumn();
+    EXPECT_GT(found.rows().size(), 3u * static_cast<std::size_t>(found.rowsPerColumn()));
+    EXPECT_EQ(found.rowRect(0).left, found.getViewSize().left);
+    browser->searchField().setText("mine");
+    screen->click(browser->presetColumn().rowRect(0).getCenter());
 
     // Favourites.
     const auto rowPoint = browser->presetColumn().rowRect(0).getCenter();
@@ -486,8 +517,11 @@ TEST_F(EditorTest, BrowserFindsChoosesAndKeepsPresets) {
     screen->click(point(browser->groupColumn(), row(browser->groupColumn(), "#MAIN FOLDER")));
     ASSERT_EQ(browser->presetColumn().rows().size(), 1u);
     screen->rightClick(rowPoint);
+    choose("Add to favourites");
+    screen->rightClick(rowPoint);
     choose("Rename...");
     type("Renamed");
+    EXPECT_TRUE(loadUserSettings().favourites.contains("file:#MAIN FOLDER/Renamed"));
     screen->editor->idle();
     EXPECT_NE(browser->presetColumn().rows()[0].text.find("Renamed"), std::string::npos);
     EXPECT_TRUE(std::filesystem::exists(folder / "Renamed.qvx"));
@@ -566,6 +600,7 @@ TEST_F(EditorTest, WhatLiesAboveThePanelsIsAnsweredOrCancelled) {
     EXPECT_TRUE(screen->key(VirtualKey::Escape));
     EXPECT_EQ(screen->find<PopupMenu>(), nullptr);
 
+    const auto favourites = loadUserSettings().favourites;
     // A row's menu lies above the browser, and goes with it.
     screen->click({200, 18});
     auto* browser = screen->find<PresetBrowser>();
@@ -577,7 +612,7 @@ TEST_F(EditorTest, WhatLiesAboveThePanelsIsAnsweredOrCancelled) {
     const auto row = screen->find<PopupMenu>()->itemRect(0).getCenter();
     browser->cancel();
     screen->click(row);
-    EXPECT_TRUE(loadUserSettings().favourites.empty());
+    EXPECT_EQ(loadUserSettings().favourites, favourites);
     EXPECT_FALSE(screen->key(VirtualKey::Escape)) << "keys belong to the host now";
 }
 
@@ -668,9 +703,12 @@ TEST_F(EditorTest, ExtensionsOpenCloseAndStayAsTheyWereLeft) {
     EXPECT_EQ(model.requestedSize->second, screen->editor->height());
     EXPECT_EQ(at(kProcessingMode).x, -1.0);
     model.sizesAllowed = false;
+    model.gestures.clear();
     screen->click(at(kShowExtensionsId));
     screen->editor->idle();
     EXPECT_EQ(model.value(kShowHideExtensions), 0.0) << "the host had refused the size";
+    EXPECT_EQ(model.gestures,
+              (std::vector<std::string>{"begin 40", "40", "end 40", "begin 40", "40", "end 40"}));
     EXPECT_EQ(at(kProcessingMode).x, -1.0);
     model.sizesAllowed = true;
     // The strip has moved up and still works.
@@ -819,6 +857,44 @@ TEST_F(EditorTest, LampsAndReadoutsFollowTheReadings) {
     model.readings[kOutInfRepeatLamp] = 1.0;
     screen->editor->idle();
     EXPECT_GT(changed(before, screen->draw()), 3u);
+}
+
+TEST_F(EditorTest, ReadingsCountWhileThePlugInProcesses) {
+    model.readings = {{kOutProcessingActivity, 1.0}, {kOutDelayReadout, 0.1}, {kOutTempo, 0.0133}};
+    model.set(kDelayTime, 1174.0 / 9600.0);
+    LiveModel live(model);
+    live.idle(0);
+    EXPECT_NEAR(heardDelay(live), 2880.0, 1e-9);
+    model.processing = false;
+    live.idle(100);
+    EXPECT_TRUE(live.running()) << "the host takes its time";
+    live.idle(520);
+    EXPECT_NEAR(heardDelay(live), 1174.0, 1e-9);
+    EXPECT_EQ(live.reading(kOutProcessingActivity), 0.0);
+    EXPECT_NEAR(tempoInForce(live), 133.0, 1e-9) << "the last that is known";
+    model.processing = true;
+    live.idle(540);
+    EXPECT_NEAR(heardDelay(live), 2880.0, 1e-9);
+    model.readings[kSuspend] = 1.0;
+    EXPECT_NEAR(heardDelay(live), 1174.0, 1e-9);
+    EXPECT_TRUE(live.suspended());
+}
+
+TEST_F(EditorTest, TextThatIsCutIsInTheHintAsAWhole) {
+    const std::string typed = "a text that is far too long for the place of a message";
+    screen->doubleClick(at(kFeedback));
+    type(typed);
+    auto* bar = screen->find<PresetBar>();
+    HintDisplay hints(*screen->find<VSTGUI::CViewContainer>());
+    hints.entered(*bar, 0);
+    hints.moved({750.0, 18.0}, 0);
+    hints.idle(690);
+    EXPECT_EQ(screen->find<HintBubble>(), nullptr);
+    hints.idle(710);
+    ASSERT_NE(screen->find<HintBubble>(), nullptr);
+    EXPECT_EQ(screen->find<HintBubble>()->text(), bar->messageText());
+    hints.moved({200.0, 18.0}, 720);
+    EXPECT_EQ(screen->find<HintBubble>(), nullptr);
 }
 
 TEST_F(EditorTest, OpensAndClosesManyTimesAndBesideOthers) {

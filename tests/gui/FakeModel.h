@@ -50,7 +50,7 @@ class FakeModel final : public EditorModel, private PresetHost {
     }
     void endEdit(uint32_t index) override { gestures.push_back("end " + std::to_string(index)); }
     double reading(uint32_t index) const override {
-        if (index == kHeartbeat && processing) return ++beats;
+        if (index == kHeartbeat) return processing ? ++beats : beats;
         const auto found = readings.find(index);
         return found == readings.end() ? 0.0 : found->second;
     }

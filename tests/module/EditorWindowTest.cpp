@@ -150,6 +150,18 @@ TEST(EditorWindow, TypedTextIsTakenByReturnAndTheNamedButtonAlone) {
     EXPECT_TRUE(presetFiles().contains("xyzxyz"));
     saveAs("q ctrl+a ctrl+x ctrl+v ctrl+v Return");
     EXPECT_TRUE(presetFiles().contains("qq"));
+    // Two clicks in 400 ms are a double click, after a single one too.
+    const auto pause = [&](int ms) {
+        window->runUntil([] { return false; }, std::chrono::milliseconds(ms));
+    };
+    click(*window, kInputX, kInputY);
+    pause(300);
+    click(*window, kInputX, kInputY);
+    pause(130);
+    click(*window, kInputX, kInputY);
+    type(*window, "minus 6 Return");
+    ASSERT_FALSE(rig.plugin->editLog().edits.empty());
+    EXPECT_EQ(rig.plugin->editLog().edits.back().id, 4u);
     const auto begun = rig.plugin->editLog().begun;
     for (int i = 0; i < 2; ++i) click(*window, kInputX, kInputY);
     type(*window, "1 2");
