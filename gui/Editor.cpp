@@ -74,6 +74,7 @@ void Editor::open(VSTGUI::CFrame& frame) {
     window->registerKeyboardHook(this);
     window->registerMouseObserver(this);
     window->setBackgroundColor(Theme::kBar);
+    window->setFocusColor(Theme::kTextSelection);
     build();
 }
 
@@ -254,10 +255,9 @@ std::function<void(std::filesystem::path)> Editor::whileOpen(
 }
 
 void Editor::openBrowser() {
-    auto* presets = actions.manager();
-    if (!presets) return;
-    open([this, presets](const CRect& size) {
-        presets->refreshFolders();  // other instances may have saved
+    if (!actions.manager()) return;
+    open([this](const CRect& size) {
+        actions.scanFolders();  // other instances may have saved
         return new PresetBrowser(size, scene->belowBar(), *this, actions);
     });
 }
