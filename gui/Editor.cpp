@@ -57,8 +57,8 @@ int Editor::height() const {
 }
 
 std::pair<int, int> Editor::nearestSize(int pixelWidth) const {
-    const double wanted = std::clamp(pixelWidth / Theme::kWidth, kLowestZoom / 100.0 * contentScale,
-                                     kHighestZoom / 100.0 * contentScale);
+    const int percent = pixels(pixelWidth / Theme::kWidth / contentScale * 100.0);
+    const double wanted = std::clamp(percent, kLowestZoom, kHighestZoom) / 100.0 * contentScale;
     return {pixels(Theme::kWidth * wanted), pixels(contentHeight() * wanted)};
 }
 

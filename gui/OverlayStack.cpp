@@ -112,7 +112,8 @@ void OverlayStack::key(VSTGUI::KeyboardEvent& event) {
             event.consumed = true;
             break;
         default:
-            if (top->key(event)) event.consumed = true;
+            // Tab would take the keyboard from the field.
+            if (top->key(event) || event.virt == VSTGUI::VirtualKey::Tab) event.consumed = true;
     }
 }
 

@@ -123,6 +123,8 @@ std::set<std::string> presetFiles() {
 }
 
 TEST(EditorWindow, TypedTextIsTakenByReturnAndTheNamedButtonAlone) {
+    for (const char* dialogs : {"/usr/bin/zenity", "/usr/bin/kdialog"})
+        if (access(dialogs, X_OK) == 0) GTEST_SKIP() << "names are typed into " << dialogs;
     ModuleRig rig;
     auto window = openDrawn(rig);
     const auto saveAs = [&](const char* name) {
@@ -291,7 +293,8 @@ TEST(EditorWindow, FollowsTheHostsSizeAndKeepsItsShape) {
     for (const float factor : {0.2F, 8.1F, 0.0F, -1.0F, INFINITY, NAN})
         EXPECT_NE(scale->setContentScaleFactor(factor), kResultTrue) << factor;
     EXPECT_EQ(window->width(), width);
-    for (const auto& [wanted, given] : {std::pair{10, width / 2}, {99999, width * 3}}) {
+    for (const auto& [wanted, given] :
+         {std::pair{10, width / 2}, {1234, 1230}, {99999, width * 3}}) {
         ViewRect size(0, 0, wanted, 10);
         EXPECT_EQ(window->view().checkSizeConstraint(&size), kResultTrue);
         EXPECT_EQ(size.getWidth(), given);
