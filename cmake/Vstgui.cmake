@@ -1,30 +1,74 @@
 # VSTGUI as one static library; built only when something links to it.
 
 set(vstgui "${VST3_SDK_DIR}/vstgui4")
-if(WIN32)
-    # Its factory never gives back the device that GetDevice hands out: each loading of the module
-    # would keep one, and a thread. Of that file, and of the unit that includes it, a mended copy.
-    set(sources "${vstgui}/vstgui")
-    set(mended "${PROJECT_BINARY_DIR}/vstgui")
-    set(factory lib/platform/win32/win32factory.cpp)
-    # corvane_mend(FILE TEXT REPLACEMENT OUTPUT)
-    function(corvane_mend file text replacement output)
-        file(READ "${sources}/${file}" content)
-        string(REPLACE "${text}" "${replacement}" changed "${content}")
+set(sources "${vstgui}/vstgui")
+set(mended "${PROJECT_BINARY_DIR}/vstgui")
+
+# corvane_mend(FILE [TEXT REPLACEMENT]…): a copy of one of VSTGUI's files with other text in it, at
+# its place below `mended`. The units are copied there too, so that they find it first.
+function(corvane_mend file)
+    file(READ "${sources}/${file}" content)
+    set(at 1)
+    while(at LESS ARGC)
+        math(EXPR next "${at} + 1")
+        string(REPLACE "${ARGV${at}}" "${ARGV${next}}" changed "${content}")
         if(changed STREQUAL content)
             message(FATAL_ERROR "${sources}/${file} is not that of the SDK this is made for")
         endif()
-        file(CONFIGURE OUTPUT "${mended}/${output}" CONTENT "${changed}" @ONLY)
-    endfunction()
+        set(content "${changed}")
+        math(EXPR at "${at} + 2")
+    endwhile()
+    file(CONFIGURE OUTPUT "${mended}/${file}" CONTENT "${content}" @ONLY)
+endfunction()
+
+if(WIN32)
+    # Its factory never gives back the device that GetDevice hands out: each loading of the module
+    # would keep one, and a thread.
     set(use "return std::make_shared<D2DGraphicsDeviceContext> (")
-    corvane_mend(${factory} "${use}" "d2ddevice->Release ();\n\t${use}" win32factory.cpp)
-    corvane_mend(vstgui_win32.cpp ${factory} "win32factory.cpp" vstgui_win32.cpp)
-    set(unit "${mended}/vstgui_win32.cpp")
+    corvane_mend(lib/platform/win32/win32factory.cpp "${use}" "d2ddevice->Release ();\n\t${use}")
+    set(unit vstgui_win32.cpp)
+    set(folders lib/platform/win32)
 else()
-    set(unit "${vstgui}/vstgui/vstgui_linux.cpp")
+    # The factory of devices forgets none: each connection to the X server would keep one.
+    set(search "\tfor (auto& dev : impl->devices)\n\t{\n\t\tif (dev->get () == device)")
+    string(CONCAT forget "\tstd::erase_if (impl->devices, "
+                  "[] (const auto& dev) { return dev.use_count () == 1; });\n")
+    corvane_mend(lib/platform/linux/cairographicscontext.cpp "${search}" "${forget}${search}")
+    # It knows no clipboard: what is asked for one can be set from outside.
+    set(class "struct LinuxFactory::Impl")
+    string(CONCAT hooks "bool (*clipboardWriter) (const SharedPointer<IDataPackage>&) = nullptr;\n"
+                  "SharedPointer<IDataPackage> (*clipboardReader) () = nullptr;\n")
+    set(todo "\t// TODO: Linux Clipboard Implementation\n\treturn")
+    corvane_mend(
+        lib/platform/linux/linuxfactory.cpp
+        "${class}" "${hooks}${class}"
+        "${todo} false;" "\treturn clipboardWriter && clipboardWriter (data);"
+        "${todo} nullptr;" "\treturn clipboardReader ? clipboardReader () : nullptr;")
+    # Its text field takes bytes for characters, goes to the start of the text where a selection is
+    # typed over, and leaves the cursor behind the end of a shorter text that is set.
+    set(select "\tvoid selectAll ();\n")
+    string(CONCAT hold "\tvoid hold ()\n\t{\n\t\tfor (auto* place : {&editState.cursor, "
+                  "&editState.select_start, &editState.select_end})\n"
+                  "\t\t\t*place = std::min (*place, getLength (this));\n\t}\n")
+    set(set "\timpl->view->setText (text);\n")
+    corvane_mend(
+        lib/platform/common/generictextedit.cpp
+        "static_cast<int> (getText ().length ())" "getLength (this)"
+        "static_cast<int> (self->getText ().length ())" "getLength (self)"
+        "\tif (editState.select_start != editState.select_end)\n\t\tselectAll ();\n" ""
+        "${select}" "${select}${hold}"
+        "${set}" "${set}\timpl->view->hold ();\n")
+    corvane_mend(vstgui.cpp)
+    set(unit vstgui_linux.cpp)
+    set(folders lib/platform/linux lib/platform/common)
 endif()
-add_library(vstgui STATIC EXCLUDE_FROM_ALL "${unit}")
+corvane_mend(${unit})
+add_library(vstgui STATIC EXCLUDE_FROM_ALL "${mended}/${unit}")
 target_include_directories(vstgui SYSTEM PUBLIC "${vstgui}")
+# For the copies of its files.
+foreach(folder IN ITEMS . lib ${folders})
+    target_compile_options(vstgui PRIVATE "SHELL:-iquote ${sources}/${folder}")
+endforeach()
 # The same for every user of the headers: they change the layout of classes.
 target_compile_definitions(
     vstgui PUBLIC VSTGUI_ENABLE_DEPRECATED_METHODS=0 VSTGUI_LIVE_EDITING=0
@@ -39,8 +83,6 @@ endif()
 
 if(WIN32)
     # mingw's headers lack a few declarations of DirectComposition and DirectWrite.
-    target_compile_options(vstgui PRIVATE "SHELL:-iquote ${sources}"
-                                          "SHELL:-iquote ${sources}/lib/platform/win32")
     target_include_directories(vstgui SYSTEM BEFORE
                                PUBLIC "${PROJECT_SOURCE_DIR}/cmake/shims")
     target_link_libraries(

@@ -36,8 +36,13 @@ bool Desk::askForFile(VSTGUI::CFrame& frame, bool forSaving, const std::string& 
         &frame, forSaving ? CNewFileSelector::kSelectSaveFile : CNewFileSelector::kSelectFile));
     if (!selector) return false;
     selector->setTitle(title.c_str());
+#ifdef _WIN32
     selector->setInitialDirectory(utf8FromPath(folder).c_str());
     selector->setDefaultSaveName(name.c_str());
+#else
+    // VSTGUI hands on one path, which for zenity and kdialog may end in the proposed name.
+    selector->setInitialDirectory((utf8FromPath(folder) + "/" + name).c_str());
+#endif
     selector->setDefaultExtension(
         VSTGUI::CFileExtension(kPresetFileType, std::string(kPresetExtension.substr(1)).c_str()));
     selector->addFileExtension(

@@ -1,5 +1,7 @@
 #include "gui/Drawing.h"
 
+#include "platform/Utf8Path.h"
+
 #include <vstgui/lib/cgradient.h>
 #include <vstgui/lib/platform/iplatformfont.h>
 
@@ -18,6 +20,8 @@ constexpr double kCircleControl = 0.5522847498307936;  // of a quarter circle's 
 
 // Shapes keep their exact places instead of being moved to whole pixels.
 constexpr VSTGUI::CDrawMode kDrawMode(VSTGUI::kAntiAliasing | VSTGUI::kNonIntegralMode);
+
+constexpr double kSmallestType = 9.0;  // in unzoomed pixels: below, letters run together
 
 double radians(double degrees) {
     return degrees * std::numbers::pi / 180.0;
@@ -173,11 +177,34 @@ void glass(CDrawContext& context, const CRect& rect) {
          CPoint(rect.right - 3.0, rect.bottom + 0.5), CColor(255, 255, 255, 24));
 }
 
+void drawSheet(CDrawContext& context, const CRect& rect) {
+    CRect shadow = rect;
+    shadow.inset(-3.0, -3.0);
+    shadow.offset(0.0, 2.0);
+    fillRound(context, shadow, 7.0, Theme::kShadow);
+    fillRound(context, rect, 5.0, Theme::kOverlay);
+    strokeRound(context, rect, 5.0, Theme::kFaceEdge);
+}
+
+CRect heldWithin(CRect rect, const CRect& bounds) {
+    if (rect.right > bounds.right) rect.offset(bounds.right - rect.right, 0.0);
+    if (rect.bottom > bounds.bottom) rect.offset(0.0, bounds.bottom - rect.bottom);
+    if (rect.left < bounds.left) rect.offset(bounds.left - rect.left, 0.0);
+    if (rect.top < bounds.top) rect.offset(0.0, bounds.top - rect.top);
+    return rect;
+}
+
 double textWidth(std::string_view text, Theme::Face face) {
     const VSTGUI::UTF8String string{std::string(text)};
     const auto platformFont = Theme::font(face)->getPlatformFont();
     if (!platformFont || !platformFont->getPainter()) return 0.0;
-    return platformFont->getPainter()->getStringWidth(nullptr, string.getPlatformString());
+    // Glyphs are drawn a little wider than they are measured.
+    return platformFont->getPainter()->getStringWidth(nullptr, string.getPlatformString()) * 1.03;
+}
+
+bool isCut(std::string_view text, double width, Theme::Face face) {
+    const double size = Theme::font(face)->getSize();
+    return textWidth(text, face) * std::min(1.0, kSmallestType / size) > width;
 }
 
 void drawText(CDrawContext& context, std::string_view text, const CRect& rect, Theme::Face face,
@@ -185,14 +212,19 @@ void drawText(CDrawContext& context, std::string_view text, const CRect& rect, T
     // Laying out text costs more than all else; most redrawing is of a lamp beside it.
     CRect clip;
     if (text.empty() || !context.getClipRect(clip).rectOverlap(rect)) return;
-    const std::string string(text);
+    std::string string(text);
     const auto font = Theme::font(face);
     context.setFontColor(colour);
     context.setFont(font);
-    // Glyphs are drawn a little wider than they are measured.
-    const double width = context.getStringWidth(string.c_str()) * 1.03;
-    if (width > rect.getWidth() && width > 0.0) {
-        context.setFont(font, std::max(4.0, font->getSize() * rect.getWidth() / width));
+    const double width = textWidth(text, face);
+    if (width > rect.getWidth()) {
+        const double size = font->getSize() * rect.getWidth() / width;
+        context.setFont(font, std::min(font->getSize(), std::max(kSmallestType, size)));
+        for (std::size_t bytes = text.size(); isCut(string, rect.getWidth(), face) && bytes > 0;) {
+            text = cutUtf8(text, --bytes);
+            bytes = text.size();
+            string = std::string(text) + "\u2026";
+        }
     }
     const VSTGUI::CHoriTxtAlign kinds[] = {VSTGUI::kLeftText, VSTGUI::kCenterText,
                                            VSTGUI::kRightText};

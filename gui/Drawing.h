@@ -26,7 +26,6 @@ CPoint onCircle(CPoint centre, double radius, double angle);
 void fillRound(CDrawContext& context, const CRect& rect, double radius, CColor colour);
 void strokeRound(CDrawContext& context, const CRect& rect, double radius, CColor colour,
                  double width = 1.0);
-// From top to bottom.
 // From one height to another.
 void fillGradient(CDrawContext& context, VSTGUI::CGraphicsPath& path, CColor top, CColor bottom,
                   double from, double to);
@@ -40,12 +39,19 @@ void polygon(CDrawContext& context, std::initializer_list<CPoint> points, CColor
 void lamp(CDrawContext& context, CPoint centre, double radius, CColor colour, double level);
 // A sunken black window.
 void glass(CDrawContext& context, const CRect& rect);
+// What menus and questions are written on, with its shadow.
+void drawSheet(CDrawContext& context, const CRect& rect);
+// The rectangle moved inside, then cut to what there is.
+CRect heldWithin(CRect rect, const CRect& bounds);
 
 enum class Align { Left, Centre, Right };
-// One line in the middle of the rectangle's height; narrowed type where it is too wide, so that no
-// text is cut.
+// One line in the middle of the rectangle's height. What is too wide is drawn in smaller type, and
+// where that would be too small to read it ends in an ellipsis.
 void drawText(CDrawContext& context, std::string_view text, const CRect& rect, Theme::Face face,
               CColor colour, Align align = Align::Centre);
+// Whether drawText would not show all of it in so many pixels.
+bool isCut(std::string_view text, double width, Theme::Face face);
+// As much as drawText needs to show the text at its full size.
 double textWidth(std::string_view text, Theme::Face face);
 
 // Seven-segment figures, right-aligned in the rectangle: digits, '-', ' ' and '.'; the unlit

@@ -1,11 +1,13 @@
 #include "gui/Editor.h"
 
-#include "dsp/OutputIndex.h"
+#include "gui/AboutBox.h"
+#include "gui/PopupMenu.h"
+#include "gui/PresetBrowser.h"
 #include "gui/TextEntry.h"
+#include "gui/ValueField.h"
 #include "params/ParameterLaws.h"
 #include "params/ParameterText.h"
 #include "platform/TickCount.h"
-#include "presets/PresetTexts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,89 +15,20 @@
 namespace Quorvant {
 namespace {
 
-constexpr uint32_t kHintDelay = 700;     // ms
 constexpr uint32_t kMessageTime = 4000;  // ms
-constexpr int kZoomSteps[] = {50, 75, 100, 125, 150, 175, 200, 250, 300};
+constexpr double kLeastContentScale = 0.25;
+constexpr double kMostContentScale = 8.0;
+constexpr char kSizeRefused[] = "The host does not allow this size";
 
-// Holds all views. Where several rectangles are drawn in one go, VSTGUI's Windows side leaves each
-// one's clip in force while it clears the next; a last stroke of nothing leaves a clip that
-// contains them all.
-class Root final : public VSTGUI::CViewContainer {
-  public:
-    explicit Root(const CRect& size) : CViewContainer(size) { setTransparency(true); }
-    void drawRect(VSTGUI::CDrawContext* context, const CRect& update) override {
-        CViewContainer::drawRect(context, update);
-        context->setClipRect(getViewSize());
-        context->setFillColor(VSTGUI::kTransparentCColor);
-        context->drawRect(CRect(0.0, 0.0, 1.0, 1.0), VSTGUI::kDrawFilled);
-    }
-};
-
-// Tells tempo and rate at the end of the strip.
-class StatusLine final : public Control {
-  public:
-    StatusLine(const CRect& size, const EditorModel& source) : Control(size), model(source) {
-        setMouseEnabled(false);
-    }
-    void idle() {
-        if (text() != drawn) invalid();
-    }
-    void draw(VSTGUI::CDrawContext* context) override {
-        drawn = text();
-        drawText(*context, drawn, getViewSize(), Theme::Face::Small, Theme::kTextFaint,
-                 Align::Right);
-        setDirty(false);
-    }
-
-  private:
-    std::string text() const {
-        const double rate = model.reading(kOutSampleRate) * 1000.0;  // kHz
-        if (rate < 1.0) return "not processing yet";
-        const bool whole = std::fabs(rate - std::round(rate)) < 0.05;
-        const bool connected = model.reading(kOutSideChainConnected) > 0.5;
-        return std::string(connected ? "side chain connected" : "no side chain") + "    " +
-               fixedText(rate, whole ? 0 : 1) + " kHz";
-    }
-    const EditorModel& model;
-    std::string drawn;
-};
-
-// The corner that resizes the editor.
-class Grip final : public Control {
-  public:
-    Grip(const CRect& size, std::function<void(CPoint)> dragTo)
-        : Control(size), dragged(std::move(dragTo)) {}
-    void draw(VSTGUI::CDrawContext* context) override {
-        const CRect& size = getViewSize();
-        for (const double away : {4.0, 8.0, 12.0}) {
-            line(*context, CPoint(size.right - away, size.bottom - 2.0),
-                 CPoint(size.right - 2.0, size.bottom - away), Theme::kTextFaint, 1.2);
-        }
-        setDirty(false);
-    }
-    void onMouseDownEvent(VSTGUI::MouseDownEvent& event) override {
-        down = event.buttonState.isLeft();
-        event.consumed = down;
-    }
-    void onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) override {
-        if (!down) return;
-        dragged(event.mousePosition);
-        event.consumed = true;
-    }
-    void onMouseUpEvent(VSTGUI::MouseUpEvent& event) override {
-        down = false;
-        event.consumed = true;
-    }
-
-  private:
-    std::function<void(CPoint)> dragged;
-    bool down = false;
-};
+int pixels(double length) {
+    return static_cast<int>(std::lround(length));
+}
 
 }  // namespace
 
 Editor::Editor(EditorModel& model, Desk* desk)
     : owner(model),
+      live(model),
       desktop(desk ? desk : &systemDesk),
       userSettings(loadUserSettings()),
       actions(*this) {
@@ -111,25 +44,22 @@ bool Editor::globalMode() const {
     return switchState(owner.value(kGlobal));
 }
 
-double Editor::stripTop() const {
-    const bool open = switchState(owner.value(kShowHideExtensions));
-    return Theme::kBarHeight + Theme::kFrontHeight + (open ? Theme::kExtensionsHeight : 0.0);
-}
-
 double Editor::contentHeight() const {
-    return stripTop() + Theme::kStripHeight;
+    return Scene::height(switchState(owner.value(kShowHideExtensions)));
 }
 
 int Editor::width() const {
-    return static_cast<int>(std::lround(Theme::kWidth * scale()));
+    return pixels(Theme::kWidth * scale());
 }
 
 int Editor::height() const {
-    return static_cast<int>(std::lround(contentHeight() * scale()));
+    return pixels(contentHeight() * scale());
 }
 
-int Editor::heightFor(int pixelWidth) const {
-    return static_cast<int>(std::lround(pixelWidth * contentHeight() / Theme::kWidth));
+std::pair<int, int> Editor::nearestSize(int pixelWidth) const {
+    const int percent = pixels(pixelWidth / Theme::kWidth / contentScale * 100.0);
+    const double wanted = std::clamp(percent, kLowestZoom, kHighestZoom) / 100.0 * contentScale;
+    return {pixels(Theme::kWidth * wanted), pixels(contentHeight() * wanted)};
 }
 
 void Editor::open(VSTGUI::CFrame& frame) {
@@ -140,72 +70,35 @@ void Editor::open(VSTGUI::CFrame& frame) {
         setParameter(kShowHideExtensions, 1.0);
     }
     window = &frame;
+    clipboard.emplace();
     window->registerKeyboardHook(this);
     window->registerMouseObserver(this);
     window->setBackgroundColor(Theme::kBar);
+    window->setFocusColor(Theme::kTextSelection);
     build();
-    fitFrame(scale());
 }
 
 void Editor::close() {
     if (!window) return;
-    hideHint();
-    hintView = nullptr;
+    scene.reset();
+    clipboard.reset();
     window->unregisterKeyboardHook(this);
     window->unregisterMouseObserver(this);
-    sideChain.reset();
-    window->removeView(root);
-    root = nullptr;
-    bar = nullptr;
-    front = extensions = nullptr;
-    browser = nullptr;
     window = nullptr;
 }
 
+// Takes the place of what was there.
 void Editor::build() {
-    const CRect all(0.0, 0.0, Theme::kWidth, contentHeight());
-    root = new Root(all);
-    bar = new PresetBar(CRect(0.0, 0.0, Theme::kWidth, Theme::kBarHeight), *this, actions);
-    bar->setZoomText(std::to_string(zoom) + " %");
-    bar->setMessage(message);
-    root->addView(bar);
-
-    const Quorvant::PanelActions panelActions = {
-        [this](bool open) { later([this, open] { showExtensions(open); }); },
-        [this](bool open) { later([this, open] { showAbout(open); }); }, [this] { openManual(); }};
-    const double frontBottom = Theme::kBarHeight + Theme::kFrontHeight;
-    const CRect frontRect(0.0, Theme::kBarHeight, Theme::kWidth, frontBottom);
-    front = nullptr;
-    if (aboutShown) {
-        root->addView(new AboutBox(frontRect, panelActions, *desktop));
-    } else {
-        front = new Panel(frontRect, *this, kFrontGroups, kFrontControls, panelActions);
-        root->addView(front);
-    }
-    extensions = nullptr;
-    if (stripTop() > frontBottom) {
-        extensions = new Panel(CRect(0.0, frontBottom, Theme::kWidth, stripTop()), *this,
-                               kExtensionGroups, kExtensionControls, panelActions);
-        root->addView(extensions);
-    }
-    window->addView(root);
-    sideChain = std::make_unique<QVXSideChainBar>(editor(), *root, Theme::kWidth, stripTop());
-    const double bottom = contentHeight();
-    root->addView(new StatusLine(CRect(510.0, stripTop() + 1.0, 974.0, bottom - 1.0), owner));
-    root->addView(new Grip(CRect(980.0, bottom - 18.0, 1000.0, bottom), [this](CPoint at) {
-        setZoom(static_cast<int>(std::lround(at.x / Theme::kWidth * zoom)));
-    }));
-    root->invalid();
-}
-
-void Editor::rebuild() {
-    if (!window) return;
-    hideHint();
-    hintView = nullptr;
-    sideChain.reset();
-    browser = nullptr;
-    window->removeView(root);
-    build();
+    scene.reset();
+    const PanelActions panelActions = {
+        [this](bool open) { setParameter(kShowHideExtensions, open ? 1.0 : 0.0); },
+        [this] { openAbout(); }};
+    PresetDesk& presetDesk = *this;
+    scene = std::make_unique<Scene>(
+        *window, live, presetDesk, actions, panelActions,
+        [this](CPoint at) { setZoom(pixels(at.x / Theme::kWidth * zoom)); });
+    scene->bar().setZoomText(std::to_string(zoom) + " %");
+    scene->bar().setMessage(message);
     fitFrame(scale());
 }
 
@@ -213,7 +106,7 @@ void Editor::fitFrame(double newScale) {
     if (!window) return;
     window->setAutosizingEnabled(false);
     window->setTransform(VSTGUI::CGraphicsTransform().scale(newScale, newScale));
-    window->setSize(std::lround(Theme::kWidth * newScale), std::lround(contentHeight() * newScale));
+    window->setSize(pixels(Theme::kWidth * newScale), pixels(contentHeight() * newScale));
     window->invalid();
 }
 
@@ -221,16 +114,14 @@ void Editor::setZoom(int percent) {
     percent = std::clamp(percent, kLowestZoom, kHighestZoom);
     if (percent == zoom) return;
     const double newScale = percent / 100.0 * contentScale;
-    const auto pixels = [newScale](double length) {
-        return static_cast<int>(std::lround(length * newScale));
-    };
-    if (window && !owner.requestSize(pixels(Theme::kWidth), pixels(contentHeight()))) {
-        tell("The host does not allow this size");
+    if (window &&
+        !owner.requestSize(pixels(Theme::kWidth * newScale), pixels(contentHeight() * newScale))) {
+        tell(kSizeRefused);
         return;
     }
     zoom = percent;
     owner.setZoom(zoom);
-    if (bar) bar->setZoomText(std::to_string(zoom) + " %");
+    if (scene) scene->bar().setZoomText(std::to_string(zoom) + " %");
     fitFrame(newScale);
 }
 
@@ -238,75 +129,66 @@ void Editor::resized(int pixelWidth, int pixelHeight) {
     if (pixelWidth <= 0 || pixelHeight <= 0) return;
     if (pixelWidth == width() && pixelHeight == height()) return;
     const double newScale = std::min(pixelWidth / Theme::kWidth, pixelHeight / contentHeight());
-    const int percent = static_cast<int>(std::lround(newScale / contentScale * 100.0));
-    zoom = std::clamp(percent, kLowestZoom, kHighestZoom);
+    zoom = std::clamp(pixels(newScale / contentScale * 100.0), kLowestZoom, kHighestZoom);
     owner.setZoom(zoom);
-    if (bar) bar->setZoomText(std::to_string(zoom) + " %");
+    if (scene) scene->bar().setZoomText(std::to_string(zoom) + " %");
     fitFrame(scale());
 }
 
-void Editor::setContentScale(double factor) {
-    if (!(factor > 0.0) || factor == contentScale) return;
+bool Editor::setContentScale(double factor) {
+    if (!(factor >= kLeastContentScale && factor <= kMostContentScale)) return false;
+    if (factor == contentScale) return true;
     contentScale = factor;
     if (window) owner.requestSize(width(), height());
     fitFrame(scale());
+    return true;
 }
 
 void Editor::parameterChanged(uint32_t index) {
-    if (!window) return;
-    if (index == kShowHideExtensions) {
-        const bool open = switchState(owner.value(kShowHideExtensions));
-        if (open != (extensions != nullptr)) {
-            later([this] {
-                if (owner.requestSize(width(), height())) {
-                    rebuild();
-                    return;
-                }
-                tell("The host does not allow this size");
-                setParameter(kShowHideExtensions, extensions ? 1.0 : 0.0);
-            });
-        }
-        return;
-    }
-    if (front) front->parameterChanged(index);
-    if (extensions) extensions->parameterChanged(index);
-    if (index < kParameterCount) sideChain->parameterChanged(index, owner.value(index));
-    if (bar) bar->refresh();
+    if (scene) scene->parameterChanged(index, owner.value(index));
 }
 
 void Editor::presetsChanged() {
-    if (!window) return;
-    bar->refresh();
-    browserStale = true;
+    if (!scene) return;
+    scene->bar().refresh();
+    presetsStale = true;
 }
 
 void Editor::idle() {
     if (!window) return;
     const uint32_t now = tickCountMs();
+    live.idle(now);
+    followExtensions();
+    if (!scene) return;  // the host may have closed it over the size
     // Every edit of a parameter changes presets too; the lists follow at this pace.
-    if (browser && browserStale) browser->refresh();
-    browserStale = false;
-    if (front) front->idle();
-    if (extensions) extensions->idle();
-    sideChain->idle();
-    root->forEachChild([](VSTGUI::CView* view) {
-        if (auto* status = dynamic_cast<StatusLine*>(view)) status->idle();
-    });
+    auto* browser = scene->overlays().find<PresetBrowser>();
+    if (browser && presetsStale) browser->refresh();
+    presetsStale = false;
+    scene->idle();
+    if (userSettings.hints) scene->hints().idle(now);
     if (keyboardTaken && !wantsKeyboard()) {
         keyboardTaken = false;
         keyboard.giveBack(*window);
     }
     if (!message.empty() && static_cast<int32_t>(now - messageEnd) >= 0) {
         message.clear();
-        bar->setMessage(message);
+        scene->bar().setMessage(message);
     }
-    if (hintView && !hint && userSettings.hints && static_cast<int32_t>(now - hintDue) >= 0) {
-        showHint();
+}
+
+// The panel comes and goes between events and gestures, whoever has changed the parameter.
+void Editor::followExtensions() {
+    if (switchState(owner.value(kShowHideExtensions)) == scene->hasExtensions()) return;
+    if (owner.requestSize(width(), height())) {
+        if (window) build();
+    } else {
+        tell(kSizeRefused);
+        setParameter(kShowHideExtensions, scene->hasExtensions() ? 1.0 : 0.0);
     }
 }
 
 bool Editor::wantsKeyboard() const {
-    return window && dynamic_cast<VSTGUI::CTextEdit*>(window->getFocusView()) != nullptr;
+    return scene && !scene->overlays().empty();
 }
 
 void Editor::setParameter(uint32_t index, double value) {
@@ -316,158 +198,73 @@ void Editor::setParameter(uint32_t index, double value) {
     parameterChanged(index);
 }
 
+void Editor::open(std::function<Overlay*(const CRect& size)> make) {
+    if (!scene) return;
+    scene->later([this, make = std::move(make)] {
+        scene->hints().forget();
+        scene->overlays().open(make(scene->size()));
+    });
+}
+
 void Editor::typeValue(uint32_t index, const CRect& over) {
     char text[kTextCapacity];
     getParameterText(static_cast<int32_t>(index), owner.value(index), text);
     std::string initial = text;
     if (index == kManualTempo) initial = fixedText(bpmFromManualTempo(owner.value(index)), 1);
-    const double fieldWidth = std::max(over.getWidth(), 76.0);
-    CRect rect(0.0, 0.0, fieldWidth, 22.0);
-    rect.offset(over.getCenter().x - fieldWidth / 2.0, over.getCenter().y - 11.0);
-    rect.offset(std::clamp(rect.left, 2.0, Theme::kWidth - fieldWidth - 2.0) - rect.left, 0.0);
-    later([this, rect, initial, index] {
-        auto* overlay = new Overlay(root->getViewSize(), nullptr);
-        auto* field = new TextField(rect, initial);
-        field->onDone = [this, overlay, index](bool accepted, const std::string& typed) {
-            removeOverlay(overlay);
-            if (!accepted) return;
-            if (const auto value = valueFromTyped(index, typed)) {
-                setParameter(index, *value);
-            } else {
-                tell("\"" + typed + "\" is no value here");
-            }
-        };
-        overlay->setCloseAction([field] { field->finish(true); });
-        overlay->addView(field);
-        place(overlay);
-        field->takeFocus();
+    const auto take = [this, index](const std::string& typed) {
+        if (const auto value = valueFromTyped(index, typed)) {
+            setParameter(index, *value);
+        } else {
+            tell("\"" + typed + "\" is no value here");
+        }
+    };
+    open([over, initial, take](const CRect& size) {
+        return new ValueField(size, over, initial, take);
     });
 }
 
 void Editor::openHostMenu(uint32_t index, CPoint where) {
-    owner.showHostMenu(index, where.x * scale(), where.y * scale());
+    if (!scene) return;
+    scene->later(
+        [this, index, where] { owner.showHostMenu(index, where.x * scale(), where.y * scale()); });
 }
 
 void Editor::openMenu(Menu menu, const CRect& anchor) {
-    later([this, menu = std::move(menu), anchor] {
-        auto* popup = new PopupMenu(root->getViewSize(), menu, anchor, nullptr);
-        popup->setCloseAction([this, popup] { removeOverlay(popup); });
-        place(popup);
+    open([menu = std::move(menu), anchor](const CRect& size) {
+        return new PopupMenu(size, menu, anchor);
     });
 }
 
 void Editor::tell(std::string text) {
     message = std::move(text);
     messageEnd = tickCountMs() + kMessageTime;
-    if (bar) bar->setMessage(message);
+    if (scene) scene->bar().setMessage(message);
 }
 
 void Editor::ask(std::string question, std::vector<QuestionBox::Answer> answers,
-                 const std::string* initial) {
-    const std::string start = initial ? *initial : std::string();
-    const bool withField = initial != nullptr;
-    later([this, question, answers, start, withField] {
-        auto* box = new QuestionBox(root->getViewSize(), question, answers, nullptr,
-                                    withField ? &start : nullptr);
-        box->setCloseAction([this, box] { removeOverlay(box); });
-        place(box);
-        if (box->textField()) box->textField()->takeFocus();
-    });
+                 std::optional<std::string> initial) {
+    open([=](const CRect& size) { return new QuestionBox(size, question, answers, initial); });
 }
 
-void Editor::openBrowser(bool open) {
+std::function<void(std::filesystem::path)> Editor::whileOpen(
+    std::function<void(std::filesystem::path)> action) {
+    return [alive = scene ? scene->lifetime() : std::weak_ptr<int>(),
+            action = std::move(action)](std::filesystem::path file) {
+        if (!alive.expired()) action(std::move(file));
+    };
+}
+
+void Editor::openBrowser() {
     if (!actions.manager()) return;
-    later([this, open] {
-        if (browser) {
-            auto* old = browser;
-            browser = nullptr;
-            removeOverlay(old);
-        }
-        if (!open) return;
-        const CRect sheet(0.0, Theme::kBarHeight, Theme::kWidth, stripTop());
-        browser = new PresetBrowser(root->getViewSize(), sheet, *this, actions,
-                                    [this] { openBrowser(false); });
-        place(browser);
-        browser->searchField().takeFocus();
+    open([this](const CRect& size) {
+        actions.scanFolders();  // other instances may have saved
+        return new PresetBrowser(size, scene->belowBar(), *this, actions);
     });
 }
 
-void Editor::openZoomMenu(const CRect& anchor) {
-    Menu menu;
-    for (const int step : kZoomSteps) {
-        menu.push_back(
-            {std::to_string(step) + " %", [this, step] { setZoom(step); }, step == zoom});
-    }
-    menu.push_back(
-        {"Use for new instances",
-         [this] { changeSettings([this](UserSettings& changed) { changed.zoom = zoom; }); },
-         userSettings.zoom == zoom});
-    openMenu(std::move(menu), anchor);
-}
-
-void Editor::openConfiguration(const CRect& anchor) {
-    const bool circular = userSettings.knobMode == KnobMode::Circular;
-    const bool fractions = switchState(owner.value(kNoteViewStyle));
-    const bool alwaysOpen = switchState(owner.value(kDefaultExtensionsPanel));
-    const auto knobs = [this](KnobMode mode) {
-        return [this, mode] {
-            changeSettings([mode](UserSettings& changed) { changed.knobMode = mode; });
-        };
-    };
-    const auto parameter = [this](uint32_t index, double value) {
-        return [this, index, value] { setParameter(index, value); };
-    };
-    Menu menu = {
-        {"ZOOM"},
-    };
-    for (const int step : kZoomSteps) {
-        menu.push_back(
-            {std::to_string(step) + " %", [this, step] { setZoom(step); }, step == zoom});
-    }
-    menu.push_back(
-        {"Use for new instances",
-         [this] { changeSettings([this](UserSettings& changed) { changed.zoom = zoom; }); },
-         userSettings.zoom == zoom});
-    const Menu rest = {
-        {"HINTS", {}, false, true, true},
-        {"Hints: shown",
-         [this] { changeSettings([](UserSettings& changed) { changed.hints = true; }); },
-         userSettings.hints},
-        {"Hints: hidden",
-         [this] {
-             changeSettings([](UserSettings& changed) { changed.hints = false; });
-             hideHint();
-         },
-         !userSettings.hints},
-        {"KNOBS"},
-        {"Drag up and down", knobs(KnobMode::Vertical), !circular},
-        {"Drag around", knobs(KnobMode::Circular), circular},
-        {"NOTES"},
-        {"As names (1/4 Dotted)", parameter(kNoteViewStyle, 0.0), !fractions},
-        {"As fractions (3/8)", parameter(kNoteViewStyle, 1.0), fractions},
-        {"EXTENSIONS PANEL", {}, false, true, true},
-        {"As it was left", parameter(kDefaultExtensionsPanel, 0.0), !alwaysOpen},
-        {"Shown with every editor", parameter(kDefaultExtensionsPanel, 1.0), alwaysOpen},
-        {"PRESETS"},
-        {"Open preset folder", [this] { actions.openFolder(); }},
-        {"Load or import preset file...", [this] { actions.load(); }},
-        {"Scan preset folder again",
-         [this] {
-             if (auto* presets = actions.manager()) presets->refreshFolders();
-         }},
-        {"HELP"},
-        {"Manual", [this] { openManual(); }},
-        {"About Corvane QVX77x", [this] { later([this] { showAbout(true); }); }},
-    };
-    menu.insert(menu.end(), rest.begin(), rest.end());
-    openMenu(std::move(menu), anchor);
-}
-
-void Editor::changeSettings(const std::function<void(UserSettings&)>& change) {
-    // Another instance may have changed something else since.
-    userSettings = loadUserSettings();
-    change(userSettings);
-    if (!saveUserSettings(userSettings)) tell("The setting could not be stored");
+void Editor::openAbout() {
+    if (!scene || scene->overlays().find<AboutBox>()) return;
+    open([this](const CRect&) { return new AboutBox(scene->frontRect(), *this); });
 }
 
 void Editor::openManual() {
@@ -475,90 +272,39 @@ void Editor::openManual() {
         tell("There is no manual beside this plug-in, or nothing to show it");
 }
 
-void Editor::showAbout(bool open) {
-    if (open == aboutShown) return;
-    aboutShown = open;
-    rebuild();
-}
-
-void Editor::showExtensions(bool open) {
-    setParameter(kShowHideExtensions, open ? 1.0 : 0.0);
-}
-
-void Editor::later(std::function<void()> action) {
-    if (!window) return;
-    const auto ifOpen = [this, alive = std::weak_ptr(life), action = std::move(action)] {
-        if (!alive.expired() && window) action();
-    };
-    if (!window->inEventProcessing() || !window->doAfterEventProcessing(ifOpen)) ifOpen();
-}
-
-void Editor::place(VSTGUI::CViewContainer* overlay) {
-    hideHint();
-    root->addView(overlay);
-    overlay->invalid();
-}
-
-void Editor::removeOverlay(VSTGUI::CViewContainer* overlay) {
-    later([this, overlay] {
-        if (root->isChild(overlay)) root->removeView(overlay);
-        root->invalid();
-    });
+void Editor::changeSettings(const std::function<void(UserSettings&)>& change) {
+    // Another instance may have changed something else since.
+    userSettings = loadUserSettings();
+    change(userSettings);
+    if (!saveUserSettings(userSettings)) tell("The setting could not be stored");
+    if (scene && !userSettings.hints) scene->hints().forget();
 }
 
 void Editor::onKeyboardEvent(VSTGUI::KeyboardEvent& event, VSTGUI::CFrame*) {
-    // Above the browser a question may have the keyboard.
-    if (!browser || event.type != VSTGUI::EventType::KeyDown) return;
-    const auto* focused = window->getFocusView();
-    if (focused && focused != &browser->searchField()) return;
-    if (browser->key(event.virt)) event.consumed = true;
+    if (scene) scene->overlays().key(event);
 }
 
 void Editor::onMouseEntered(VSTGUI::CView* view, VSTGUI::CFrame*) {
-    uint32_t size = 0;
-    if (!view->getAttributeSize(VSTGUI::kCViewTooltipAttribute, size) || size == 0) return;
-    hintView = VSTGUI::shared(view);
-    hintDue = tickCountMs() + kHintDelay;
+    if (scene) scene->hints().entered(*view, tickCountMs());
 }
 
 void Editor::onMouseExited(VSTGUI::CView* view, VSTGUI::CFrame*) {
-    if (hintView != view) return;
-    hintView = nullptr;
-    hideHint();
+    if (scene) scene->hints().exited(*view);
 }
 
 void Editor::onMouseEvent(VSTGUI::MouseEvent& event, VSTGUI::CFrame*) {
+    if (!scene) return;
+    const uint32_t now = tickCountMs();
     if (event.type == VSTGUI::EventType::MouseDown) {
-        hideHint();
-        hintView = nullptr;
+        scene->hints().forget();
         keyboard.note(*window);
         keyboardTaken = true;
-    } else if (event.type == VSTGUI::EventType::MouseMove && !hint) {
-        hintDue = tickCountMs() + kHintDelay;  // once the pointer rests
+        auto& down = VSTGUI::castMouseDownEvent(event);
+        down.clickCount = clicks.press(down.mousePosition, down.buttonState, now);
+    } else if (event.type == VSTGUI::EventType::MouseMove) {
+        scene->hints().moved(event.mousePosition, now);
+        clicks.move(event.mousePosition);
     }
-}
-
-void Editor::showHint() {
-    if (!hintView->isAttached()) {
-        hintView = nullptr;
-        return;
-    }
-    uint32_t size = 0;
-    hintView->getAttributeSize(VSTGUI::kCViewTooltipAttribute, size);
-    std::string text(size, '\0');
-    hintView->getAttribute(VSTGUI::kCViewTooltipAttribute, size, text.data(), size);
-    text.resize(std::min(text.find('\0'), text.size()));
-    hint = new HintBubble(root->getViewSize(), editorRect(*hintView), text);
-    root->addView(hint);
-    hint->invalid();
-}
-
-void Editor::hideHint() {
-    if (!hint) return;
-    auto* old = hint;
-    hint = nullptr;
-    old->invalid();
-    later([this, old] { root->removeView(old); });
 }
 
 }  // namespace Quorvant

@@ -1,16 +1,16 @@
-// The whole editor: builds its views into a frame and keeps them up with the plug-in.
+// The whole editor: opens its views in a frame, gives them what they ask for, and keeps them up
+// with the plug-in.
 #pragma once
 
+#include "gui/ClickCounter.h"
+#include "gui/Clipboard.h"
 #include "gui/Desk.h"
 #include "gui/EditorContext.h"
 #include "gui/EditorModel.h"
 #include "gui/KeyboardLoan.h"
-#include "gui/Overlays.h"
-#include "gui/Panels.h"
+#include "gui/LiveModel.h"
 #include "gui/PresetActions.h"
-#include "gui/PresetBar.h"
-#include "gui/PresetBrowser.h"
-#include "gui/SideChainBar.h"
+#include "gui/Scene.h"
 
 #include <vstgui/lib/cframe.h>
 
@@ -39,29 +39,30 @@ class Editor final : private EditorContext,
     // The present size in pixels: the user's zoom times the host's content scale.
     int width() const;
     int height() const;
-    // The height that keeps the editor's shape at a width, for hosts that ask.
-    int heightFor(int pixelWidth) const;
+    // The nearest size that the editor can have, given a width, for hosts that ask.
+    std::pair<int, int> nearestSize(int pixelWidth) const;
     // The host has given the view this size; what doesn't keep the shape is fitted by the smaller
     // scale.
     void resized(int pixelWidth, int pixelHeight);
-    void setContentScale(double factor);
-    int zoomPercent() const { return zoom; }
+    // False for a factor that no screen has: below 0.25, above 8, or no number.
+    bool setContentScale(double factor);
+    int zoomPercent() const override { return zoom; }
     // Asks the host for the size; nothing changes if it refuses. Held within 50 ... 300.
-    void setZoom(int percent);
+    void setZoom(int percent) override;
 
     // The value of a parameter, or anything about presets, has changed.
     void parameterChanged(uint32_t index);
     void presetsChanged();
-    // Lamps, meters and hints follow; to be called 30 to 60 times a second while the editor is
-    // open.
+    // Lamps, meters and hints follow, and the panels that the parameters ask for; to be called 30
+    // to 60 times a second while the editor is open.
     void idle();
 
-    // Whether a text field has the keyboard; otherwise keys belong to the host.
+    // Whether something is open that keys are for; otherwise they belong to the host.
     bool wantsKeyboard() const;
 
   private:
     // EditorContext
-    EditorModel& model() override { return owner; }
+    EditorModel& model() override { return live; }
     const UserSettings& settings() const override { return userSettings; }
     bool globalMode() const override;
     void edited(uint32_t index) override { parameterChanged(index); }
@@ -76,10 +77,12 @@ class Editor final : private EditorContext,
     VSTGUI::CFrame* frame() override { return window; }
     void tell(std::string text) override;
     void ask(std::string question, std::vector<QuestionBox::Answer> answers,
-             const std::string* initial) override;
-    void openBrowser(bool open) override;
-    void openConfiguration(const CRect& anchor) override;
-    void openZoomMenu(const CRect& anchor) override;
+             std::optional<std::string> initial) override;
+    std::function<void(std::filesystem::path)> whileOpen(
+        std::function<void(std::filesystem::path)> action) override;
+    void openBrowser() override;
+    void openAbout() override;
+    void openManual() override;
     void changeSettings(const std::function<void(UserSettings&)>& change) override;
 
     // VSTGUI
@@ -90,47 +93,29 @@ class Editor final : private EditorContext,
 
     double scale() const { return zoom / 100.0 * contentScale; }
     double contentHeight() const;  // unzoomed
-    double stripTop() const;
     void build();
-    void rebuild();
+    void followExtensions();
     void fitFrame(double newScale);
-    void openManual();
-    void showAbout(bool open);
-    void showExtensions(bool open);
-    // Once the present event is done with: views may then be removed.
-    void later(std::function<void()> action);
-    void place(VSTGUI::CViewContainer* overlay);
-    void removeOverlay(VSTGUI::CViewContainer* overlay);
-    void showHint();
-    void hideHint();
+    // Opens the overlay that `make` gives for the scene's size, once the present event is over.
+    void open(std::function<Overlay*(const CRect& size)> make);
 
     Theme::FontUse fonts;
     EditorModel& owner;
+    LiveModel live;
     Desk systemDesk;
     Desk* desktop;
     UserSettings userSettings;
     PresetActions actions;
     VSTGUI::CFrame* window = nullptr;
+    // While a frame is open.
+    std::optional<ClipboardUse> clipboard;
+    std::unique_ptr<Scene> scene;
     double contentScale = 1.0;
     int zoom = 100;
-    bool aboutShown = false;
-    bool browserStale = false;
-    // Gone with the editor, so that what waits for the end of an event can tell.
-    std::shared_ptr<int> life = std::make_shared<int>(0);
-
-    // All are children of `root` and live as long as it does.
-    VSTGUI::CViewContainer* root = nullptr;
-    PresetBar* bar = nullptr;
-    Panel* front = nullptr;
-    Panel* extensions = nullptr;
-    PresetBrowser* browser = nullptr;
-    std::unique_ptr<QVXSideChainBar> sideChain;
-
+    bool presetsStale = false;
     std::string message;
     uint32_t messageEnd = 0;  // tick count
-    VSTGUI::SharedPointer<VSTGUI::CView> hintView;
-    HintBubble* hint = nullptr;
-    uint32_t hintDue = 0;  // tick count
+    ClickCounter clicks;
     KeyboardLoan keyboard;
     bool keyboardTaken = false;
 };

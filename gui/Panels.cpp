@@ -4,6 +4,7 @@
 #include "gui/controls/Buttons.h"
 #include "gui/controls/Knob.h"
 #include "gui/controls/Meters.h"
+#include "gui/controls/ProductLabel.h"
 #include "gui/controls/Readouts.h"
 #include "params/GlobalSet.h"
 #include "params/ParameterLaws.h"
@@ -54,26 +55,6 @@ class Caption final : public Control {
 
   private:
     std::string text;
-};
-
-// The maker's plate; a click turns the panel over.
-class ProductLabel final : public ActionButton {
-  public:
-    ProductLabel(const CRect& size, uint32_t id, Action what)
-        : ActionButton(size, static_cast<int32_t>(id), Look::Plain, "", std::move(what)) {
-        setTooltipText(hintText(id));
-    }
-    void draw(VSTGUI::CDrawContext* context) override {
-        const CRect& size = getViewSize();
-        drawText(*context, "CORVANE", CRect(size.left, size.top, size.right, size.top + 13.0),
-                 Theme::Face::Brand, Theme::kTextDim);
-        drawText(*context, "QVX77x", CRect(size.left, size.top + 12.0, size.right, size.top + 35.0),
-                 Theme::Face::Product, Theme::kText);
-        drawText(*context, "STEREO DELAY",
-                 CRect(size.left, size.top + 36.0, size.right, size.top + 48.0), Theme::Face::Small,
-                 Theme::kAccent);
-        setDirty(false);
-    }
 };
 
 }  // namespace
@@ -201,7 +182,7 @@ void Panel::add(const ControlSpec& spec) {
                                         [&model] { return model.reading(kOutHostSync); })));
             break;
         case ControlKind::Product:
-            addView(new ProductLabel(rect, spec.id, [this](auto) { actions.showAbout(true); }));
+            addView(new ProductLabel(rect, spec.id, [this](auto) { actions.openAbout(); }));
             break;
         case ControlKind::Extensions: {
             const bool open = switchState(model.value(kShowHideExtensions));
@@ -237,16 +218,20 @@ void Panel::parameterChanged(uint32_t index) {
 void Panel::dimUnused() {
     const EditorModel& model = owner.model();
     const bool synced = switchState(model.value(kDelayClockMode));
+    const bool looping = switchState(model.value(kInfRepeat));
     const bool lfoSynced = switchState(model.value(kLfoSync));
     forEachChild([&](VSTGUI::CView* view) {
         const auto* control = dynamic_cast<VSTGUI::CControl*>(view);
         if (!control) return;
         bool unused = false;
         switch (control->getTag()) {
+            case kDelayClockMode:
+                unused = looping;
+                break;
             case kDelayTime:
             case kTimeUpId:
             case kTimeDownId:
-                unused = synced;
+                unused = synced || looping;
                 break;
             case kNoteReadoutId:
             case kNoteUpId:
@@ -287,48 +272,6 @@ void Panel::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
         drawText(*context, group.title,
                  CRect(rect.left + 8.0, rect.top + 2.0, rect.right - 8.0, rect.top + 17.0),
                  Theme::Face::LabelBold, Theme::kText, Align::Left);
-    }
-}
-
-AboutBox::AboutBox(const CRect& size, const PanelActions& actions, Desk& desk)
-    : CViewContainer(size) {
-    addView(new ProductLabel(CRect(10, 12, 102, 62), kAboutLabelId,
-                             [show = actions.showAbout](auto) { show(false); }));
-    const auto addButton = [this](double left, const char* title, std::function<void()> action) {
-        addView(new ActionButton(CRect(left, 156, left + 130, 180), -1, ActionButton::Look::Text,
-                                 title, [action](auto) { action(); }));
-    };
-    addButton(140, "MANUAL", actions.openManual);
-    addButton(280, "WEBSITE", [&desk] { desk.openLink("https://www.quorvant.example"); });
-    addButton(420, "BACK TO THE PANEL", [show = actions.showAbout] { show(false); });
-}
-
-void AboutBox::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
-    drawFace(*context, CRect(0.0, 0.0, getWidth(), getHeight()));
-    struct Row {
-        const char* text;
-        Theme::Face face;
-        CColor colour;
-    };
-    const Row rows[] = {
-        {"Corvane QVX77x " CORVANE_VERSION, Theme::Face::Title, Theme::kText},
-        {"A stereo delay with a VCO-driven memory clock, by Quorvant.", Theme::Face::Value,
-         Theme::kTextDim},
-        {"Free software under the GNU General Public License, version 3 or later. It comes with no "
-         "warranty.",
-         Theme::Face::Value, Theme::kTextDim},
-        {"Built with the VST 3 SDK and VSTGUI of Steinberg Media Technologies GmbH, and with the "
-         "Boost C++ Libraries.",
-         Theme::Face::Value, Theme::kTextDim},
-        {"VST is a trademark of Steinberg Media Technologies GmbH.    Support: "
-         "support@quorvant.example",
-         Theme::Face::Value, Theme::kTextDim},
-    };
-    double y = 18.0;
-    for (const Row& row : rows) {
-        drawText(*context, row.text, CRect(140.0, y, getWidth() - 20.0, y + 20.0), row.face,
-                 row.colour, Align::Left);
-        y += 24.0;
     }
 }
 

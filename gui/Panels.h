@@ -1,8 +1,7 @@
-// The front panel and the extensions panel, built from the table of controls, and the About box.
+// The front panel and the extensions panel, built from the table of controls.
 #pragma once
 
 #include "gui/ControlTable.h"
-#include "gui/Desk.h"
 #include "gui/EditorContext.h"
 #include "gui/Tempo.h"
 #include "gui/controls/ParameterControl.h"
@@ -18,8 +17,7 @@ namespace Quorvant {
 // What panels ask of the editor besides what all controls do.
 struct PanelActions {
     std::function<void(bool open)> showExtensions;
-    std::function<void(bool open)> showAbout;
-    std::function<void()> openManual;
+    std::function<void()> openAbout;
 };
 
 class Panel final : public VSTGUI::CViewContainer {
@@ -43,13 +41,6 @@ class Panel final : public VSTGUI::CViewContainer {
     std::vector<ParameterControl*> parameterControls;
     std::vector<std::function<void()>> idlers;
     TapTempo taps;
-};
-
-// Stands in the front panel's place.
-class AboutBox final : public VSTGUI::CViewContainer {
-  public:
-    AboutBox(const CRect& size, const PanelActions& actions, Desk& desk);
-    void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
 };
 
 // The unit's face behind a panel.

@@ -8,6 +8,11 @@
 
 namespace Quorvant {
 
+std::string favouriteKey(const PresetLocation& location, const std::string& list,
+                         const std::string& name) {
+    return location.source == kFromFolder ? "file:" + list + "/" + name : "factory:" + name;
+}
+
 void PresetActions::report(PresetFault fault) {
     if (fault != PresetFault::None) owner.tell(std::string(presetFaultText(fault)));
 }
@@ -41,6 +46,17 @@ void PresetActions::saveTo(const std::filesystem::path& file) {
     if (fault == PresetFault::None) owner.tell("Saved " + utf8FromPath(file.filename()));
 }
 
+void PresetActions::saveAs(const std::filesystem::path& file) {
+    std::error_code error;
+    if (!std::filesystem::exists(file, error)) return saveTo(file);
+    owner.ask("\"" + utf8FromPath(file.stem()) + "\" exists already. Replace it?",
+              {{"Replace",
+                [this, file](const std::string&) {
+                    if (manager()) saveTo(file);
+                }},
+               {"Cancel"}});
+}
+
 void PresetActions::save() {
     auto* presets = manager();
     if (!presets) return;
@@ -49,59 +65,48 @@ void PresetActions::save() {
         return;
     }
     const std::string name = presets->proposedFileName();
-    const auto* frame = owner.frame();
-    if (frame &&
-        owner.desk().askForFile(*owner.frame(), true, kSaveDialogTitle, presets->mainFolder(), name,
-                                [this](std::filesystem::path file) {
-                                    if (manager()) saveTo(withPresetExtension(file));
-                                })) {
+    // The dialog has asked about the very name that it gives back, and about no other.
+    const auto save = owner.whileOpen([this](const std::filesystem::path& chosen) {
+        if (!manager()) return;
+        if (hasPresetExtension(chosen)) {
+            saveTo(chosen);
+        } else {
+            saveAs(withPresetExtension(chosen));
+        }
+    });
+    if (owner.frame() && owner.desk().askForFile(*owner.frame(), true, kSaveDialogTitle,
+                                                 presets->mainFolder(), name, save)) {
         return;
     }
     // A system without such a dialog: a name in the main folder will do.
-    const std::string initial = utf8FromPath(pathFromUtf8(name).stem());
     const auto accept = [this](const std::string& typed) {
         auto* target = manager();
         if (!target || typed.empty()) return;
-        if (!isFileName(typed)) {
-            report(PresetFault::BadName);
-            return;
-        }
-        const auto file =
-            target->mainFolder() / pathFromUtf8(typed + std::string(kPresetExtension));
-        std::error_code error;
-        if (!std::filesystem::exists(file, error)) {
-            saveTo(file);
-            return;
-        }
-        owner.ask("\"" + typed + "\" exists already. Replace it?",
-                  {{"Replace",
-                    [this, file](const std::string&) {
-                        if (manager()) saveTo(file);
-                    }},
-                   {"Cancel", {}}});
+        const auto file = withPresetExtension(pathFromUtf8(typed));
+        if (!isFileName(utf8FromPath(file.stem()))) return report(PresetFault::BadName);
+        saveAs(target->mainFolder() / file);
     };
-    owner.ask("Save preset in your preset folder as:", {{"Save", accept}, {"Cancel", {}}},
-              &initial);
+    owner.ask("Save preset in your preset folder as:", {{"Save", accept}, {"Cancel"}},
+              utf8FromPath(pathFromUtf8(name).stem()));
 }
 
 void PresetActions::load() {
     auto* presets = manager();
     if (!presets) return;
-    const auto open = [this](const std::filesystem::path& file) {
+    const auto open = owner.whileOpen([this](const std::filesystem::path& file) {
         if (auto* target = manager()) report(target->loadFile(file, kept()));
-    };
+    });
     if (owner.frame() && owner.desk().askForFile(*owner.frame(), false, "Load preset",
                                                  presets->mainFolder(), "", open)) {
         return;
     }
-    const std::string initial;
     owner.ask("Load the preset file (its full path):",
               {{"Load",
                 [open](const std::string& typed) {
                     if (!typed.empty()) open(pathFromUtf8(typed));
                 }},
-               {"Cancel", {}}},
-              &initial);
+               {"Cancel"}},
+              "");
 }
 
 void PresetActions::copy() {
@@ -128,14 +133,22 @@ void PresetActions::copyBetweenSetups() {
     owner.tell(fromA ? "Copied A to B" : "Copied B to A");
 }
 
-void PresetActions::rename(const PresetLocation& location, const std::string& name) {
-    owner.ask("Rename the preset file to:",
-              {{"Rename",
-                [this, location](const std::string& typed) {
-                    if (auto* presets = manager()) report(presets->renameFile(location, typed));
-                }},
-               {"Cancel", {}}},
-              &name);
+void PresetActions::rename(const PresetLocation& location, const std::string& list,
+                           const std::string& name) {
+    const auto accept = [this, location, list, name](const std::string& typed) {
+        auto* presets = manager();
+        if (!presets) return;
+        const PresetFault fault = presets->renameFile(location, typed);
+        if (fault != PresetFault::None) return report(fault);
+        const std::string now = utf8FromPath(withPresetExtension(pathFromUtf8(typed)).stem());
+        const std::string before = favouriteKey(location, list, name);
+        if (!owner.editor().settings().favourites.contains(before)) return;
+        owner.changeSettings([&](UserSettings& settings) {
+            settings.favourites.erase(before);
+            settings.favourites.insert(favouriteKey(location, list, now));
+        });
+    };
+    owner.ask("Rename the preset file to:", {{"Rename", accept}, {"Cancel"}}, name);
 }
 
 void PresetActions::remove(const PresetLocation& location, const std::string& name) {
@@ -144,7 +157,7 @@ void PresetActions::remove(const PresetLocation& location, const std::string& na
                 [this, location](const std::string&) {
                     if (auto* presets = manager()) report(presets->deleteFile(location));
                 }},
-               {"Cancel", {}}});
+               {"Cancel"}});
 }
 
 void PresetActions::reveal(const PresetLocation& location) {
@@ -156,6 +169,10 @@ void PresetActions::reveal(const PresetLocation& location) {
 void PresetActions::openFolder() {
     auto* presets = manager();
     if (presets && !presets->openMainFolder()) owner.tell(kNoPresetFolderText);
+}
+
+void PresetActions::scanFolders() {
+    if (auto* presets = manager()) presets->refreshFolders();
 }
 
 }  // namespace Quorvant

@@ -3,18 +3,19 @@
 
 #include "gui/Desk.h"
 #include "gui/EditorContext.h"
-#include "gui/Overlays.h"
+#include "gui/QuestionBox.h"
 #include "presets/PresetManager.h"
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Quorvant {
 
-// The editor's services that only the preset views need.
+// The editor's services beyond those that every control may ask for. Main thread.
 class PresetDesk {
   public:
     virtual ~PresetDesk() = default;
@@ -23,14 +24,24 @@ class PresetDesk {
     virtual VSTGUI::CFrame* frame() = 0;
     // A line in the bar, for some seconds.
     virtual void tell(std::string text) = 0;
-    // A question above everything; a field where `initial` is told.
+    // A question above everything; with `initial`, one that a text answers.
     virtual void ask(std::string question, std::vector<QuestionBox::Answer> answers,
-                     const std::string* initial = nullptr) = 0;
-    virtual void openBrowser(bool open) = 0;
-    virtual void openConfiguration(const CRect& anchor) = 0;
-    virtual void openZoomMenu(const CRect& anchor) = 0;
+                     std::optional<std::string> initial = {}) = 0;
+    // An action that does nothing once the editor is gone: for dialogs of the system's.
+    virtual std::function<void(std::filesystem::path)> whileOpen(
+        std::function<void(std::filesystem::path)> action) = 0;
+    virtual void openBrowser() = 0;
+    virtual void openAbout() = 0;
+    virtual void openManual() = 0;
     virtual void changeSettings(const std::function<void(UserSettings&)>& change) = 0;
+    virtual int zoomPercent() const = 0;
+    virtual void setZoom(int percent) = 0;
 };
+
+// The name under which a preset is kept among the user's favourites: it survives a change of place
+// in the list.
+std::string favouriteKey(const PresetLocation& location, const std::string& list,
+                         const std::string& name);
 
 // Main thread. Every action is safe without a preset manager, and tells what failed.
 class PresetActions {
@@ -48,13 +59,16 @@ class PresetActions {
     void paste();
     void selectSetup(bool b);
     void copyBetweenSetups();
-    void rename(const PresetLocation& location, const std::string& name);
+    void rename(const PresetLocation& location, const std::string& list, const std::string& name);
     void remove(const PresetLocation& location, const std::string& name);
     void reveal(const PresetLocation& location);
     void openFolder();
+    void scanFolders();
 
   private:
     void report(PresetFault fault);
+    // Asks first where the file is there and nobody has asked for it by that name.
+    void saveAs(const std::filesystem::path& file);
     void saveTo(const std::filesystem::path& file);
     // What a change of preset leaves alone.
     ParameterSet kept() const;

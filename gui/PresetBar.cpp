@@ -1,5 +1,6 @@
 #include "gui/PresetBar.h"
 
+#include "gui/SettingsMenu.h"
 #include "presets/PresetTexts.h"
 
 namespace Quorvant {
@@ -25,22 +26,28 @@ constexpr char kSetupCopyHint[] = "Click to copy settings between A and B setups
 constexpr char kConfigurationHint[] = "Click to open configuration menu";
 
 // The preset's name in a lit window.
-class NameField final : public ActionButton {
+class NameField final : public ActionButton, public CutText {
   public:
     using ActionButton::ActionButton;
+    std::string wholeTextAt(CPoint) const override {
+        return isCut(text(), textRect().getWidth(), Theme::Face::Title) ? text() : "";
+    }
     void draw(VSTGUI::CDrawContext* context) override {
         const CRect& size = getViewSize();
         glass(*context, size);
-        CRect rect = size;
-        rect.left += 10.0;
-        rect.right -= 22.0;
-        drawText(*context, text(), rect, Theme::Face::Title, Theme::kAccent, Align::Left);
+        drawText(*context, text(), textRect(), Theme::Face::Title, Theme::kAccent, Align::Left);
         const CPoint c(size.right - 13.0, size.getCenter().y);
         polygon(
             *context,
             {CPoint(c.x - 4.0, c.y - 2.0), CPoint(c.x + 4.0, c.y - 2.0), CPoint(c.x, c.y + 3.0)},
             Theme::kTextDim);
         setDirty(false);
+    }
+
+  private:
+    CRect textRect() const {
+        const CRect& size = getViewSize();
+        return CRect(size.left + 10.0, size.top, size.right - 22.0, size.bottom);
     }
 };
 
@@ -89,7 +96,7 @@ PresetBar::PresetBar(const CRect& size, PresetDesk& owner, PresetActions& preset
                                 [this](auto) { actions.step(1); }),
                kStepHint);
     name = add(new NameField(CRect(62, 6, 330, 30), -1, Look::Plain, "",
-                             [this](auto) { desk.openBrowser(true); }),
+                             [this](auto) { desk.openBrowser(); }),
                kNameHint);
     name->setRightAction([this](CPoint) { editPresetName(desk); });
     undo = add(new HistoryButton(CRect(338, 7, 364, 30), 1.0, [this](auto) { actions.undo(); }),
@@ -103,12 +110,14 @@ PresetBar::PresetBar(const CRect& size, PresetDesk& owner, PresetActions& preset
     setupB = text(600, 626, "B", kSetupHint, [this](auto) { actions.selectSetup(true); });
     copySetup =
         text(630, 680, "A > B", kSetupCopyHint, [this](auto) { actions.copyBetweenSetups(); });
-    zoom = add(new ActionButton(CRect(870, 7, 928, 30), -1, Look::Text, "",
-                                [this](auto) { desk.openZoomMenu(editorRect(*zoom)); }),
+    zoom = add(new ActionButton(
+                   CRect(870, 7, 928, 30), -1, Look::Text, "",
+                   [this](auto) { desk.editor().openMenu(zoomMenu(desk), editorRect(*zoom)); }),
                "Click to change the size of the editor");
     ActionButton* menu = nullptr;
-    menu = text(932, 990, "MENU", kConfigurationHint,
-                [this](auto) { desk.openConfiguration(CRect(932, 7, 990, 30)); });
+    menu = text(932, 990, "MENU", kConfigurationHint, [this](auto) {
+        desk.editor().openMenu(settingsMenu(desk, actions), CRect(932, 7, 990, 30));
+    });
     menu->setTextColour(Theme::kText);
     refresh();
 }
@@ -142,6 +151,11 @@ void PresetBar::setMessage(const std::string& text) {
     invalidRect(CRect(kMessageLeft, 0.0, kMessageRight, getHeight()));
 }
 
+std::string PresetBar::wholeTextAt(CPoint where) const {
+    const bool there = where.x >= kMessageLeft && where.x < kMessageRight;
+    return there && isCut(message, kMessageRight - kMessageLeft, Theme::Face::Label) ? message : "";
+}
+
 void PresetBar::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
     const CRect all(0.0, 0.0, getWidth(), getHeight());
     context->setFillColor(Theme::kBar);
@@ -159,8 +173,8 @@ void editPresetName(PresetDesk& desk) {
                [&desk](const std::string& typed) {
                    if (auto* target = desk.editor().model().presets()) target->setName(typed);
                }},
-              {"Cancel", {}}},
-             &initial);
+              {"Cancel"}},
+             initial);
 }
 
 }  // namespace Quorvant

@@ -1,6 +1,7 @@
 // The strip of preset controls along the top.
 #pragma once
 
+#include "gui/HintDisplay.h"
 #include "gui/PresetActions.h"
 #include "gui/controls/Buttons.h"
 
@@ -8,7 +9,7 @@
 
 namespace Quorvant {
 
-class PresetBar final : public VSTGUI::CViewContainer {
+class PresetBar final : public VSTGUI::CViewContainer, public CutText {
   public:
     PresetBar(const CRect& size, PresetDesk& desk, PresetActions& actions);
 
@@ -18,6 +19,7 @@ class PresetBar final : public VSTGUI::CViewContainer {
     void setMessage(const std::string& text);
     const std::string& messageText() const { return message; }
     std::string nameDisplay() const;
+    std::string wholeTextAt(CPoint where) const override;
     void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
 
     ActionButton& nameField() { return *name; }

@@ -52,19 +52,13 @@ class Photo final : public ActionButton {
 
 }  // namespace
 
-std::string favouriteKey(const PresetLocation& location, const std::string& list,
-                         const std::string& name) {
-    return location.source == kFromFolder ? "file:" + list + "/" + name : "factory:" + name;
-}
-
 PresetBrowser::PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& owner,
-                             PresetActions& presetActions, std::function<void()> closeAction)
-    : Overlay(size, std::move(closeAction)), desk(owner), actions(presetActions) {
+                             PresetActions& presetActions)
+    : Overlay(size), desk(owner), actions(presetActions) {
     content = sheet;
     const double top = sheet.top + 6.0;
     search = new TextField(CRect(sheet.left + 10.0, top, sheet.left + 250.0, top + 22.0), "");
     search->setPlaceholderString("Search");
-    search->setWantsFocus(true);
     search->onChange = [this](const std::string& typed) { setSearch(typed); };
     addView(search);
     const auto button = [&](double left, double right, const char* title,
@@ -89,7 +83,7 @@ PresetBrowser::PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& 
     button(sheet.right - 200.0, sheet.right - 106.0, "OPEN FOLDER", [this](auto) {
         actions.openFolder();
     })->setTooltipText("Opens the folder of your presets");
-    button(sheet.right - 100.0, sheet.right - 10.0, "CLOSE", [this](auto) { dismiss(); });
+    button(sheet.right - 100.0, sheet.right - 10.0, "CLOSE", [this](auto) { cancel(); });
 
     const double listTop = sheet.top + kHeadHeight + 2.0;
     const double bottom = sheet.bottom - 6.0;
@@ -179,14 +173,15 @@ void PresetBrowser::fillPresets() {
              favourites.contains(key), searching() ? entry.list : ""});
     }
     presetList->setRows(std::move(rows));
-    selectCurrent();
-    showDesigner();
-}
-
-void PresetBrowser::selectCurrent() {
     for (std::size_t i = 0; i < entries.size(); ++i) {
-        if (entries[i].location == manager().location()) presetList->select(static_cast<int>(i));
+        if (!(entries[i].location == manager().location())) continue;
+        if (searching()) {
+            presetList->mark(static_cast<int>(i));
+        } else {
+            presetList->select(static_cast<int>(i));
+        }
     }
+    showDesigner();
 }
 
 int PresetBrowser::designer() const {
@@ -231,7 +226,6 @@ void PresetBrowser::pick(int row) {
     actions.choose(entries[static_cast<std::size_t>(row)].location);
     presetList->select(row);
     showDesigner();
-    search->takeFocus();  // the arrows go on from here
 }
 
 void PresetBrowser::toggleFavourite(const Entry& entry) {
@@ -250,8 +244,8 @@ void PresetBrowser::openRowMenu(int row, CPoint where) {
                   [this, entry] { toggleFavourite(entry); }}};
     if (entry.location.source == kFromFolder) {
         menu.push_back({kShowFileText, [this, entry] { actions.reveal(entry.location); }});
-        menu.push_back(
-            {"Rename...", [this, entry] { actions.rename(entry.location, entry.name); }});
+        menu.push_back({"Rename...",
+                        [this, entry] { actions.rename(entry.location, entry.list, entry.name); }});
         menu.push_back(
             {"Delete...", [this, entry] { actions.remove(entry.location, entry.name); }});
     } else {
@@ -270,9 +264,10 @@ void PresetBrowser::setSearch(const std::string& typed) {
     if (wanted == words) return;
     words = wanted;
     fillPresets();
+    if (searching()) presetList->scrollToStart();
 }
 
-bool PresetBrowser::key(VSTGUI::VirtualKey pressed) {
+bool PresetBrowser::key(const VSTGUI::KeyboardEvent& event) {
     using VSTGUI::VirtualKey;
     const auto move = [this](int by) {
         const int count = static_cast<int>(entries.size());
@@ -281,7 +276,7 @@ bool PresetBrowser::key(VSTGUI::VirtualKey pressed) {
         const int to = from < 0 ? 0 : std::clamp(from + by, 0, count - 1);
         if (to != from) pick(to);
     };
-    switch (pressed) {
+    switch (event.virt) {
         case VirtualKey::Up:
             move(-1);
             return true;
@@ -293,10 +288,6 @@ bool PresetBrowser::key(VSTGUI::VirtualKey pressed) {
             return true;
         case VirtualKey::PageDown:
             move(presetList->rowsPerColumn());
-            return true;
-        case VirtualKey::Return:
-        case VirtualKey::Escape:
-            dismiss();
             return true;
         default:
             return false;

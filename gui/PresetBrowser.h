@@ -10,21 +10,16 @@
 
 namespace Quorvant {
 
-// The name under which a preset is kept among the user's favourites: it survives a change of place
-// in the list.
-std::string favouriteKey(const PresetLocation& location, const std::string& list,
-                         const std::string& name);
-
 class PresetBrowser final : public Overlay {
   public:
     // Covers the editor; its sheet is `sheet`.
-    PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& desk, PresetActions& actions,
-                  std::function<void()> close);
+    PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& desk, PresetActions& actions);
 
     // Presets or lists have changed.
     void refresh();
-    // Arrows choose, Return and Escape close; false for other keys.
-    bool key(VSTGUI::VirtualKey key);
+    // Arrows choose.
+    bool key(const VSTGUI::KeyboardEvent& event) override;
+    TextField* textField() const override { return search; }
     void setSearch(const std::string& words);
 
     TextField& searchField() { return *search; }
@@ -52,7 +47,6 @@ class PresetBrowser final : public Overlay {
     void pick(int row);
     void openRowMenu(int row, CPoint where);
     void toggleFavourite(const Entry& entry);
-    void selectCurrent();
     void showDesigner();
     std::vector<Entry> entriesOf(int32_t source, int32_t list) const;
     // The factory designer that the present group or choice leads to; -1 for none.

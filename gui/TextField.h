@@ -1,4 +1,4 @@
-// One line of text for the user to edit.
+// One line of text for the user to edit. What becomes of it, the overlay that it stands in decides.
 #pragma once
 
 #include "gui/Drawing.h"
@@ -12,25 +12,24 @@ namespace Quorvant {
 
 class TextField final : public VSTGUI::CTextEdit {
   public:
-    TextField(const CRect& size, std::string text);
+    // Bytes of `text` that are no UTF-8 are replaced.
+    TextField(const CRect& size, std::string_view text);
 
-    // Called once the field loses the focus: `accepted` is false after Escape.
-    std::function<void(bool accepted, std::string text)> onDone;
     std::function<void(std::string text)> onChange;  // after every keystroke
 
-    // What Return and Escape do.
-    void finish(bool accepted);
     std::string content() const { return getText().getString(); }
 
     void setText(const VSTGUI::UTF8String& newText) override;
     void takeFocus() override;
-    void looseFocus() override;
+    // No parameter: hosts are not to hear of it.
+    void beginEdit() override {}
+    void endEdit() override {}
 
   private:
     void platformOnKeyboardEvent(VSTGUI::KeyboardEvent& event) override;
+    void paste();
 
-    bool escaped = false;
-    bool done = false;
+    bool pasting = false;
 };
 
 }  // namespace Quorvant

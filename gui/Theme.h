@@ -42,6 +42,7 @@ inline constexpr CColor kGreen{104, 220, 120, 255};
 inline constexpr CColor kRed{255, 84, 68, 255};
 inline constexpr CColor kHover{255, 255, 255, 18};
 inline constexpr CColor kSelected{255, 174, 66, 44};
+inline constexpr CColor kTextSelection{255, 174, 66, 110};
 
 // Side-chain strip
 inline constexpr CColor kStrip{30, 30, 30, 255};

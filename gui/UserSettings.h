@@ -17,7 +17,7 @@ struct UserSettings {
     bool hints = true;
     KnobMode knobMode = KnobMode::Vertical;
     bool mixLock = false;              // presets leave Mix alone
-    std::set<std::string> favourites;  // keys of presets, see PresetBrowser
+    std::set<std::string> favourites;  // keys of presets, see PresetActions
 
     friend bool operator==(const UserSettings&, const UserSettings&) = default;
 };

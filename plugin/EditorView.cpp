@@ -36,6 +36,15 @@ class EditorView final : public Vst::VSTGUIEditor,
         takeSize();
     }
 
+    tresult PLUGIN_API attached(void* parent, FIDString type) override {
+        if (frame || !parent || !type || isPlatformTypeSupported(type) != kResultTrue)
+            return kResultFalse;
+        const tresult result = VSTGUIEditor::attached(parent, type);
+        if (frame) return result;
+        removed();  // the base classes take it for open
+        return kResultFalse;
+    }
+
     bool PLUGIN_API open(void* parent, const VSTGUI::PlatformType& type) override {
 #ifdef _WIN32
         // One way of drawing on every Windows, the one that is tested.
@@ -46,7 +55,10 @@ class EditorView final : public Vst::VSTGUIEditor,
         VSTGUI::X11::FrameConfig x11;
         runLoop.emplace(plugFrame);
         x11.runLoop = runLoop->forFrames();
-        if (!x11.runLoop) return false;
+        if (!x11.runLoop || !isWindow(parent)) {
+            runLoop.reset();
+            return false;
+        }
         VSTGUI::IPlatformFrameConfig* config = &x11;
 #endif
         frame = new VSTGUI::CFrame(VSTGUI::CRect(0, 0, editor.width(), editor.height()), this);
@@ -79,7 +91,9 @@ class EditorView final : public Vst::VSTGUIEditor,
 
     tresult PLUGIN_API checkSizeConstraint(ViewRect* wanted) override {
         if (!wanted) return kInvalidArgument;
-        wanted->bottom = wanted->top + editor.heightFor(wanted->getWidth());
+        const auto [width, height] = editor.nearestSize(wanted->getWidth());
+        wanted->right = wanted->left + width;
+        wanted->bottom = wanted->top + height;
         return kResultTrue;
     }
 
@@ -90,8 +104,7 @@ class EditorView final : public Vst::VSTGUIEditor,
     }
 
     tresult PLUGIN_API setContentScaleFactor(ScaleFactor factor) override {
-        if (!(factor > 0.0F)) return kInvalidArgument;
-        editor.setContentScale(factor);
+        if (!editor.setContentScale(factor)) return kInvalidArgument;
         if (!frame) takeSize();
         return kResultTrue;
     }

@@ -5,6 +5,9 @@
 #include <vstgui/lib/platform/linux/x11platform.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <memory>
+#include <thread>
 #include <vector>
 
 namespace Quorvant {
@@ -13,10 +16,22 @@ namespace {
 using namespace Steinberg;
 namespace X11 = VSTGUI::X11;
 
+// Some hosts run their timers in two threads: views belong to the one that has opened them. What a
+// descriptor tells stays there to be read.
+class Home {
+  public:
+    bool here() const { return std::this_thread::get_id() == thread; }
+
+  private:
+    const std::thread::id thread = std::this_thread::get_id();
+};
+
 class EventAdapter final : public FObject, public Linux::IEventHandler {
   public:
     EventAdapter(X11::IEventHandler* to, int watched) : target(to), descriptor(watched) {}
-    void PLUGIN_API onFDIsSet(Linux::FileDescriptor) override { target->onEvent(); }
+    void PLUGIN_API onFDIsSet(Linux::FileDescriptor) override {
+        if (home.here()) target->onEvent();
+    }
     bool enter(Linux::IRunLoop& loop) {
         return loop.registerEventHandler(this, descriptor) == kResultTrue;
     }
@@ -24,6 +39,7 @@ class EventAdapter final : public FObject, public Linux::IEventHandler {
 
     X11::IEventHandler* const target;
     const int descriptor;
+    const Home home;
 
     DELEGATE_REFCOUNT(FObject)
     DEFINE_INTERFACES
@@ -34,7 +50,9 @@ class EventAdapter final : public FObject, public Linux::IEventHandler {
 class TimerAdapter final : public FObject, public Linux::ITimerHandler {
   public:
     TimerAdapter(X11::ITimerHandler* to, uint64_t interval) : target(to), milliseconds(interval) {}
-    void PLUGIN_API onTimer() override { target->onTimer(); }
+    void PLUGIN_API onTimer() override {
+        if (home.here()) target->onTimer();
+    }
     bool enter(Linux::IRunLoop& loop) {
         return loop.registerTimer(this, milliseconds) == kResultTrue;
     }
@@ -42,6 +60,7 @@ class TimerAdapter final : public FObject, public Linux::ITimerHandler {
 
     X11::ITimerHandler* const target;
     const uint64_t milliseconds;
+    const Home home;
 
     DELEGATE_REFCOUNT(FObject)
     DEFINE_INTERFACES
@@ -132,6 +151,20 @@ HostRunLoop::~HostRunLoop() {
 VSTGUI::SharedPointer<X11::IRunLoop> HostRunLoop::forFrames() const {
     if (!loop) return nullptr;
     return VSTGUI::shared<X11::IRunLoop>(&sharedLoop());
+}
+
+bool isWindow(void* handle) {
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    bool there = false;
+    if (!xcb_connection_has_error(connection)) {
+        const auto id = static_cast<xcb_window_t>(reinterpret_cast<uintptr_t>(handle));
+        const std::unique_ptr<xcb_get_geometry_reply_t, decltype(&std::free)> reply(
+            xcb_get_geometry_reply(connection, xcb_get_geometry(connection, id), nullptr),
+            &std::free);
+        there = reply != nullptr;
+    }
+    xcb_disconnect(connection);
+    return there;
 }
 
 void bindCairoToConnection() {

@@ -7,7 +7,8 @@
 namespace Quorvant {
 
 // VSTGUI takes one loop for all editors of the process, while a host may give every window a loop
-// of its own that ends with it. Whoever opens an editor holds one of these from before the frame is
+// of its own that ends with it. Calls from any thread but that of the registration are ignored.
+// Whoever opens an editor holds one of these from before the frame is
 // opened until after it is closed; events and timers run in a loop that somebody still holds. Main
 // thread.
 class HostRunLoop {
@@ -23,6 +24,9 @@ class HostRunLoop {
   private:
     const Steinberg::IPtr<Steinberg::Linux::IRunLoop> loop;
 };
+
+// Whether the handle is a window on the display that editors open on; VSTGUI does not look.
+bool isWindow(void* handle);
 
 // To be called once a frame is open. VSTGUI closes its connection to the X server with the last
 // frame but leaves what Cairo keeps of it, and Cairo takes the next connection at the same address

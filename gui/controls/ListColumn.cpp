@@ -45,14 +45,18 @@ void ListColumn::setRows(std::vector<ListRow> newRows) {
     invalid();
 }
 
-void ListColumn::select(int row) {
+void ListColumn::mark(int row) {
     chosen = row < static_cast<int>(list.size()) ? row : -1;
+    invalid();
+}
+
+void ListColumn::select(int row) {
+    mark(row);
     if (chosen >= 0) {
         const int column = chosen / rowsPerColumn();
         if (column < firstColumn) scrollTo(column);
         if (column >= firstColumn + visibleColumns()) scrollTo(column - visibleColumns() + 1);
     }
-    invalid();
 }
 
 CRect ListColumn::rowRect(int row) const {
@@ -74,33 +78,53 @@ int ListColumn::rowAt(CPoint where) const {
     return row;
 }
 
+ListColumn::Places ListColumn::placesOf(int index) const {
+    const ListRow& row = list[static_cast<std::size_t>(index)];
+    CRect rest = rowRect(index);
+    rest.left += 6.0;
+    rest.right -= 4.0;
+    Places places;
+    if (row.starred) {
+        places.star = CRect(rest.right - 10.0, rest.top, rest.right, rest.bottom);
+        rest.right -= 14.0;
+    }
+    if (!row.note.empty()) {
+        places.note = rest;
+        places.note.left = rest.left + rest.getWidth() * 0.62;
+        rest.right = places.note.left - 4.0;
+    }
+    places.text = rest;
+    return places;
+}
+
+std::string ListColumn::wholeTextAt(CPoint where) const {
+    const int index = rowAt(translateToLocal(where, true));
+    if (index < 0) return "";
+    const ListRow& row = list[static_cast<std::size_t>(index)];
+    const Places places = placesOf(index);
+    const bool textCut = isCut(row.text, places.text.getWidth(), Theme::Face::Value);
+    const bool noteCut = isCut(row.note, places.note.getWidth(), Theme::Face::Small);
+    return !textCut && !noteCut ? "" : row.note.empty() ? row.text : row.text + "\n" + row.note;
+}
+
 void ListColumn::draw(VSTGUI::CDrawContext* context) {
     const int first = firstColumn * rowsPerColumn();
     const int end =
         std::min(static_cast<int>(list.size()), (firstColumn + visibleColumns()) * rowsPerColumn());
     for (int i = first; i < end; ++i) {
         const ListRow& row = list[static_cast<std::size_t>(i)];
-        CRect rect = rowRect(i);
         if (i == chosen) {
-            fillRound(*context, rect, 3.0, Theme::kSelected);
+            fillRound(*context, rowRect(i), 3.0, Theme::kSelected);
         } else if (i == hovered) {
-            fillRound(*context, rect, 3.0, Theme::kHover);
+            fillRound(*context, rowRect(i), 3.0, Theme::kHover);
         }
-        rect.left += 6.0;
-        rect.right -= 4.0;
+        const Places places = placesOf(i);
         if (row.starred) {
-            const CPoint c(rect.right - 5.0, rect.getCenter().y);
-            fillPath(*context, *circlePath(*context, c, 2.8), Theme::kAccent);
-            rect.right -= 14.0;
+            fillPath(*context, *circlePath(*context, places.star.getCenter(), 2.8), Theme::kAccent);
         }
-        if (!row.note.empty()) {
-            CRect noteRect = rect;
-            noteRect.left = rect.left + rect.getWidth() * 0.62;
-            drawText(*context, row.note, noteRect, Theme::Face::Small, Theme::kTextFaint,
-                     Align::Right);
-            rect.right = noteRect.left - 4.0;
-        }
-        drawText(*context, row.text, rect,
+        drawText(*context, row.note, places.note, Theme::Face::Small, Theme::kTextFaint,
+                 Align::Right);
+        drawText(*context, row.text, places.text,
                  row.heading ? Theme::Face::LabelBold : Theme::Face::Value,
                  row.heading   ? Theme::kTextFaint
                  : i == chosen ? Theme::kAccent

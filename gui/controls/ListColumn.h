@@ -1,7 +1,7 @@
 // A list of rows in columns, read downwards; the wheel moves on by columns.
 #pragma once
 
-#include "gui/Drawing.h"
+#include "gui/HintDisplay.h"
 
 #include <vstgui/lib/cview.h>
 
@@ -18,7 +18,7 @@ struct ListRow {
     std::string note = {};  // dim, behind the text
 };
 
-class ListColumn final : public VSTGUI::CView {
+class ListColumn final : public VSTGUI::CView, public CutText {
   public:
     ListColumn(const CRect& size, double columnWidth);
 
@@ -28,10 +28,13 @@ class ListColumn final : public VSTGUI::CView {
     void setRows(std::vector<ListRow> newRows);
     const std::vector<ListRow>& rows() const { return list; }
     void select(int row);  // -1 for none; scrolls it into view
+    void mark(int row);    // the same, but stays where it is
+    void scrollToStart() { scrollTo(0); }
     int selected() const { return chosen; }
     int rowsPerColumn() const;
     CRect rowRect(int row) const;  // in the view's own coordinates, as its parent sees them
 
+    std::string wholeTextAt(CPoint where) const override;
     void draw(VSTGUI::CDrawContext* context) override;
     void onMouseDownEvent(VSTGUI::MouseDownEvent& event) override;
     void onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) override;
@@ -39,7 +42,11 @@ class ListColumn final : public VSTGUI::CView {
     void onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) override;
 
   private:
-    int rowAt(CPoint where) const;
+    int rowAt(CPoint where) const;  // headings don't count
+    struct Places {
+        CRect star, text, note;
+    };
+    Places placesOf(int row) const;
     int columns() const;
     int visibleColumns() const;
     void scrollTo(int column);

@@ -50,6 +50,11 @@ CRect TimeReadout::lampRect() const {
 }
 
 void TimeReadout::idle() {
+    const bool stopped = switchState(editor().model().reading(kSuspend));
+    if (stopped != suspended) {
+        suspended = stopped;
+        invalid();
+    }
     if (figures() != drawn) invalidRect(figuresRect());
     const bool lit = editor().model().reading(kOutDelayActivity) > 0.3;
     if (lit != active) {
@@ -98,6 +103,7 @@ void TimeReadout::draw(VSTGUI::CDrawContext* context) {
                                      bpmText(tempoInForce(editor().model())) + " BPM"
                                : "set " + valueText() + " ms";
     if (tempoShown) state = manual ? "MANUAL" : "HOST";
+    if (suspended) state = "SUSPENDED";
     CRect stateRect = top;
     stateRect.left += 40.0;
     stateRect.right -= 14.0;

@@ -26,6 +26,7 @@ class TimeReadout final : public ParameterControl {
     bool tempoShown = false;
     std::string drawn;
     bool active = false;
+    bool suspended = false;  // by the host
 };
 
 // A note value. A click on the arrow opens the list, with Shift the extended one.

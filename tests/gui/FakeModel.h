@@ -32,6 +32,7 @@ class FakeModel final : public EditorModel, private PresetHost {
     Editor* editor = nullptr;  // told of what changes, as the controller does
     std::array<double, kParameterCount> values{};
     std::map<uint32_t, double> readings;
+    bool processing = true;             // the heartbeat goes on
     std::vector<std::string> gestures;  // "begin 21", "21", "end 21"
     std::vector<HostMenu> hostMenus;
     std::optional<std::pair<int, int>> requestedSize;
@@ -49,6 +50,7 @@ class FakeModel final : public EditorModel, private PresetHost {
     }
     void endEdit(uint32_t index) override { gestures.push_back("end " + std::to_string(index)); }
     double reading(uint32_t index) const override {
+        if (index == kHeartbeat) return processing ? ++beats : beats;
         const auto found = readings.find(index);
         return found == readings.end() ? 0.0 : found->second;
     }
@@ -72,6 +74,8 @@ class FakeModel final : public EditorModel, private PresetHost {
     }
 
   private:
+    mutable double beats = 0.0;
+
     void applyParameters(std::span<const ParameterEdit> edits) override {
         for (const ParameterEdit& edit : edits) set(edit.index, edit.value);
     }

@@ -84,11 +84,9 @@ CPoint OffScreen::pixels(CPoint at) const {
     return {at.x * scale, at.y * scale};
 }
 
-void OffScreen::down(CPoint at, VSTGUI::Modifiers modifiers, uint32_t clicks,
-                     VSTGUI::MouseButton button) {
+void OffScreen::down(CPoint at, VSTGUI::Modifiers modifiers, VSTGUI::MouseButton button) {
     VSTGUI::MouseDownEvent event(pixels(at), button);
     event.modifiers = modifiers;
-    event.clickCount = clicks;
     frame->dispatchEvent(event);
 }
 
@@ -111,12 +109,11 @@ void OffScreen::click(CPoint at, VSTGUI::Modifiers modifiers) {
 
 void OffScreen::doubleClick(CPoint at, VSTGUI::Modifiers modifiers) {
     click(at, modifiers);
-    down(at, modifiers, 2);
-    up(at);
+    click(at, modifiers);
 }
 
 void OffScreen::rightClick(CPoint at) {
-    down(at, {}, 1, VSTGUI::MouseButton::Right);
+    down(at, {}, VSTGUI::MouseButton::Right);
 }
 
 void OffScreen::wheel(CPoint at, double steps, VSTGUI::Modifiers modifiers) {

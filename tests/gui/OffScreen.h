@@ -1,7 +1,11 @@
 // An editor without a window: drawn into a picture, played by synthetic events.
 #pragma once
 
+#include "gui/AboutBox.h"
 #include "gui/Editor.h"
+#include "gui/PopupMenu.h"
+#include "gui/PresetBrowser.h"
+#include "gui/ValueField.h"
 #include "tests/gui/FakeModel.h"
 
 #include <vstgui/lib/cframe.h>
@@ -34,7 +38,7 @@ class OffScreen {
     std::vector<uint8_t> drawPng();
 
     // Positions are in the editor's unzoomed pixels.
-    void down(VSTGUI::CPoint at, VSTGUI::Modifiers modifiers = {}, uint32_t clicks = 1,
+    void down(VSTGUI::CPoint at, VSTGUI::Modifiers modifiers = {},
               VSTGUI::MouseButton button = VSTGUI::MouseButton::Left);
     void move(VSTGUI::CPoint to, VSTGUI::Modifiers modifiers = {}, bool held = true);
     void up(VSTGUI::CPoint at);

@@ -5,9 +5,16 @@
 #include "pluginterfaces/gui/iplugviewcontentscalesupport.h"
 
 #include <atomic>
+#include <cmath>
 #include <filesystem>
 #include <set>
 #include <thread>
+
+#ifndef _WIN32
+#include "base/source/fobject.h"
+#include <unistd.h>
+#include <xcb/xcb.h>
+#endif
 
 namespace Quorvant::Test {
 namespace {
@@ -77,6 +84,162 @@ TEST(EditorWindow, DrawsItselfAndItsKnobsReachTheHost) {
     EXPECT_NE(window->view().onKeyDown(' ', 0, 0), kResultTrue);
 }
 
+[[maybe_unused]] void click(EditorWindow& window, int x, int y) {
+    window.point(Pointer::Move, x, y);
+    window.point(Pointer::Press, x, y);
+    window.point(Pointer::Release, x, y);
+    window.runUntil([] { return false; }, std::chrono::milliseconds(150));
+}
+
+#ifndef _WIN32
+
+// Real keys, which reach the window that has the keyboard.
+void type(EditorWindow& window, const std::string& keys) {
+    ASSERT_EQ(std::system(("xdotool key --delay 15 " + keys).c_str()), 0);
+    window.runUntil([] { return false; }, std::chrono::milliseconds(150));
+}
+
+// The preset folder is found once a process.
+class UserFolder final : public ::testing::Environment {
+  public:
+    void SetUp() override {
+        std::filesystem::create_directories(folder);
+        setenv("HOME", folder.c_str(), 1);
+        setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+    }
+    void TearDown() override { std::filesystem::remove_all(folder); }
+
+    const std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("corvane-window-" + std::to_string(getpid()));
+};
+const auto* const user =
+    static_cast<UserFolder*>(::testing::AddGlobalTestEnvironment(new UserFolder));
+
+std::set<std::string> presetFiles() {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(user->folder))
+        if (entry.path().extension() == ".qvx") names.insert(entry.path().stem());
+    return names;
+}
+
+TEST(EditorWindow, TypedTextIsTakenByReturnAndTheNamedButtonAlone) {
+    for (const char* dialogs : {"/usr/bin/zenity", "/usr/bin/kdialog"})
+        if (access(dialogs, X_OK) == 0) GTEST_SKIP() << "names are typed into " << dialogs;
+    ModuleRig rig;
+    auto window = openDrawn(rig);
+    const auto saveAs = [&](const char* name) {
+        click(*window, 425, 18);
+        type(*window, name);
+    };
+    saveAs("C a n c e l");
+    click(*window, 599, 207);
+    saveAs("B e s i d e");
+    click(*window, 100, 300);
+    saveAs("E s c Escape");
+    EXPECT_EQ(presetFiles(), std::set<std::string>());
+    saveAs("K e y Return");
+    saveAs("B u t t o n");
+    click(*window, 521, 207);
+    EXPECT_EQ(presetFiles(), (std::set<std::string>{"Button", "Key"}));
+    // Closing the editor cancels, too.
+    saveAs("L o s t");
+    window = nullptr;
+    EXPECT_EQ(presetFiles(), (std::set<std::string>{"Button", "Key"}));
+
+    // The common shortcuts, and a value that closing must not write.
+    window = openDrawn(rig);
+    saveAs("x y z ctrl+a ctrl+c Right ctrl+v Return");
+    EXPECT_TRUE(presetFiles().contains("xyzxyz"));
+    saveAs("q ctrl+a ctrl+x ctrl+v ctrl+v Return");
+    EXPECT_TRUE(presetFiles().contains("qq"));
+    // Two clicks in 400 ms are a double click, after a single one too.
+    const auto pause = [&](int ms) {
+        window->runUntil([] { return false; }, std::chrono::milliseconds(ms));
+    };
+    click(*window, kInputX, kInputY);
+    pause(300);
+    click(*window, kInputX, kInputY);
+    pause(130);
+    click(*window, kInputX, kInputY);
+    type(*window, "minus 6 Return");
+    ASSERT_FALSE(rig.plugin->editLog().edits.empty());
+    EXPECT_EQ(rig.plugin->editLog().edits.back().id, 4u);
+    const auto begun = rig.plugin->editLog().begun;
+    for (int i = 0; i < 2; ++i) click(*window, kInputX, kInputY);
+    type(*window, "1 2");
+    window = nullptr;
+    EXPECT_EQ(rig.plugin->editLog().begun, begun);
+}
+
+// A host's side without a window.
+class BareFrame final : public FObject, public IPlugFrame, public Linux::IRunLoop {
+  public:
+    std::vector<Linux::ITimerHandler*> timers;
+    int resized = 0;
+
+    tresult PLUGIN_API resizeView(IPlugView* view, ViewRect* size) override {
+        ++resized;
+        return view->onSize(size);
+    }
+    tresult PLUGIN_API registerEventHandler(Linux::IEventHandler*, Linux::FileDescriptor) override {
+        return kResultTrue;
+    }
+    tresult PLUGIN_API unregisterEventHandler(Linux::IEventHandler*) override {
+        return kResultTrue;
+    }
+    tresult PLUGIN_API registerTimer(Linux::ITimerHandler* handler, Linux::TimerInterval) override {
+        timers.push_back(handler);
+        return kResultTrue;
+    }
+    tresult PLUGIN_API unregisterTimer(Linux::ITimerHandler* handler) override {
+        std::erase(timers, handler);
+        return kResultTrue;
+    }
+    void runTimers() {
+        for (auto* timer : std::vector(timers)) timer->onTimer();
+    }
+
+    DELEGATE_REFCOUNT(FObject)
+    DEFINE_INTERFACES
+    DEF_INTERFACE(IPlugFrame)
+    DEF_INTERFACE(Linux::IRunLoop)
+    END_DEFINE_INTERFACES(FObject)
+};
+
+TEST(EditorWindow, OpensOnlyWhereItCanAndObeysOneThread) {
+    ModuleRig rig;
+    auto& controller = *rig.plugin->controller();
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+    xcb_disconnect(connection);
+    const auto handle = [](xcb_window_t window) {
+        return reinterpret_cast<void*>(static_cast<uintptr_t>(window));
+    };
+    const auto view = owned(controller.createView(Vst::ViewType::kEditor));
+    const auto x11 = kPlatformTypeX11EmbedWindowID;
+    EXPECT_EQ(view->attached(handle(root), x11), kResultFalse) << "no event loop";
+    const auto host = owned(new BareFrame);
+    view->setFrame(host);
+    EXPECT_EQ(view->attached(nullptr, x11), kResultFalse);
+    EXPECT_EQ(view->attached(handle(root), kPlatformTypeHWND), kResultFalse);
+    EXPECT_EQ(view->attached(handle(0x7ffffff), x11), kResultFalse) << "no window";
+    EXPECT_TRUE(host->timers.empty());
+    ASSERT_EQ(view->attached(handle(root), x11), kResultOk);
+    EXPECT_EQ(view->attached(handle(root), x11), kResultFalse) << "open already";
+
+    const int before = host->resized;
+    controller.setParamNormalized(40, 0.0);  // the extensions panel
+    std::thread([&] { host->runTimers(); }).join();
+    EXPECT_EQ(host->resized, before);
+    host->runTimers();
+    EXPECT_GT(host->resized, before);
+    EXPECT_EQ(view->removed(), kResultOk);
+    EXPECT_TRUE(host->timers.empty());
+    view->setFrame(nullptr);
+}
+
+#endif
+
 // Once nothing changes any more.
 Hosting::Pixels settled(EditorWindow& window) {
     Hosting::Pixels last = window.pixels();
@@ -126,6 +289,16 @@ TEST(EditorWindow, FollowsTheHostsSizeAndKeepsItsShape) {
     for (const float factor : {1.0F, 2.0F, 2.0F, 1.0F}) {
         EXPECT_EQ(scale->setContentScaleFactor(factor), kResultTrue);
         EXPECT_EQ(window->width(), static_cast<int>(static_cast<float>(width) * factor));
+    }
+    for (const float factor : {0.2F, 8.1F, 0.0F, -1.0F, INFINITY, NAN})
+        EXPECT_NE(scale->setContentScaleFactor(factor), kResultTrue) << factor;
+    EXPECT_EQ(window->width(), width);
+    for (const auto& [wanted, given] :
+         {std::pair{10, width / 2}, {1234, 1230}, {99999, width * 3}}) {
+        ViewRect size(0, 0, wanted, 10);
+        EXPECT_EQ(window->view().checkSizeConstraint(&size), kResultTrue);
+        EXPECT_EQ(size.getWidth(), given);
+        EXPECT_NEAR(size.getHeight(), height * given / width, 1);
     }
     // The next editor of the same instance opens as it was left.
     ASSERT_TRUE(window->setWidth(width * 5 / 4));

@@ -19,6 +19,7 @@ constexpr int kFrames = 441;  // a block, 10 ms
 constexpr double kPictureSeconds = 2.0;
 constexpr milliseconds kAfterClick{400};  // two clicks are no double click
 constexpr milliseconds kQuiet{150};       // a picture that stays for so long is done
+constexpr milliseconds kHeard{200};       // in which an editor shows what it hears
 
 // The phrase on its way through the plug-in, over and over.
 class Playback {
@@ -109,7 +110,11 @@ Result<> drawEditor(EditorWindow& window, Playback& playback, const EditorOption
         window.runUntil([] { return false; }, kAfterClick);
         if (auto played = playback.play(kPictureSeconds); !played) return played;
     }
-    const Pixels pixels = settledPixels(window);
+    settledPixels(window);
+    // Meanwhile nothing was heard, and an editor may show that.
+    if (auto played = playback.play(kPictureSeconds); !played) return played;
+    window.runUntil([] { return false; }, kHeard);
+    const Pixels pixels = window.pixels();
     if (!hasContent(pixels)) return Error{"the editor's picture can't be read on this system"};
     return writePng(pixels, options.screenshot);
 }
