@@ -28,11 +28,11 @@ void PresetActions::step(int direction) {
 }
 
 void PresetActions::undo() {
-    if (auto* presets = manager()) presets->undo();
+    if (auto* presets = manager()) presets->undo(kept());
 }
 
 void PresetActions::redo() {
-    if (auto* presets = manager()) presets->redo();
+    if (auto* presets = manager()) presets->redo(kept());
 }
 
 void PresetActions::saveTo(const std::filesystem::path& file) {
@@ -113,18 +113,18 @@ void PresetActions::copy() {
 }
 
 void PresetActions::paste() {
-    if (auto* presets = manager()) report(presets->pasteFromMemo());
+    if (auto* presets = manager()) report(presets->pasteFromMemo(kept()));
 }
 
 void PresetActions::selectSetup(bool b) {
-    if (auto* presets = manager()) presets->selectSetup(b ? 1.0 : 0.0);
+    if (auto* presets = manager()) presets->selectSetup(b ? 1.0 : 0.0, kept());
 }
 
 void PresetActions::copyBetweenSetups() {
     auto* presets = manager();
     if (!presets) return;
     const bool fromA = presets->selectedSetup() == Setup::A;
-    presets->copyAB(fromA ? 1 : 0);
+    presets->copyAB(fromA ? 1 : 0, kept());
     owner.tell(fromA ? "Copied A to B" : "Copied B to A");
 }
 

@@ -57,11 +57,6 @@ const ParameterSet& writtenByChoice() {
     return written;
 }
 
-void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& live, const ParameterSet& written) {
-    for (uint32_t index = 0; index < kStoredParameterCount; ++index)
-        if (!written[index]) record.values[index] = live.values[index];
-}
-
 }  // namespace
 
 PresetManager::PresetManager(PresetHost& owner, Path mainFolder)
@@ -181,7 +176,7 @@ void PresetManager::apply(const ParameterSet& written) {
 
 void PresetManager::take(const QVXPresetRecord& record, const PresetLocation& place,
                          const ParameterSet& written) {
-    history.push(slots.active());
+    history.push(slots);
     SetupSlot& slot = slots.active();
     const QVXPresetRecord live = slot.current;
     slot.current = record;
@@ -189,7 +184,7 @@ void PresetManager::take(const QVXPresetRecord& record, const PresetLocation& pl
     slot.loaded = slot.current;
     slot.modified = false;
     slot.location = place;
-    history.commit(slot);
+    history.commit(slots, written);
     apply(written);
 }
 
@@ -221,11 +216,12 @@ PresetFault PresetManager::loadFile(const Path& file, const ParameterSet& kept) 
     return load(file, {location().source, location().list, kNotListed}, kept);
 }
 
-PresetFault PresetManager::loadByName(std::string_view name, std::string_view subfolder) {
+PresetFault PresetManager::loadByName(std::string_view name, std::string_view subfolder,
+                                      const ParameterSet& kept) {
     QVXPresetRecord record = current();
     const auto fault = loadPresetFile(mainFolder(), name, subfolder, record);
     if (fault == PresetFault::None)
-        take(record, {location().source, location().list, kNotListed}, writtenByChoice());
+        take(record, {location().source, location().list, kNotListed}, writtenByChoice() & ~kept);
     return fault;
 }
 
@@ -241,11 +237,11 @@ PresetFault PresetManager::step(int direction, const ParameterSet& kept) {
     return choose(target, kept);
 }
 
-PresetFault PresetManager::pasteFromMemo() {
+PresetFault PresetManager::pasteFromMemo(const ParameterSet& kept) {
     QVXPresetRecord record{};
     const auto fault = memo.paste(factoryBank()[0], record);
     if (fault == PresetFault::None)
-        take(record, {location().source, location().list, kNotListed}, allParameters());
+        take(record, {location().source, location().list, kNotListed}, allParameters() & ~kept);
     return fault;
 }
 
@@ -253,38 +249,51 @@ PresetFault PresetManager::copyToMemo() {
     return memo.copy(current(), location());
 }
 
-void PresetManager::undo() {
-    stepHistory(&UndoHistory::undo);
+void PresetManager::undo(const ParameterSet& kept) {
+    stepHistory(&UndoHistory::undo, kept);
 }
 
-void PresetManager::redo() {
-    stepHistory(&UndoHistory::redo);
+void PresetManager::redo(const ParameterSet& kept) {
+    stepHistory(&UndoHistory::redo, kept);
 }
 
-void PresetManager::stepHistory(bool (UndoHistory::*move)(SetupSlot&)) {
-    SetupSlot& slot = slots.active();
-    const QVXPresetRecord live = slot.current;
-    const int32_t source = slot.location.source;
-    if (!(history.*move)(slot)) return;
-    keepOthers(slot.current, live, writtenByChoice());
-    if (slot.location.source == kFromFolder && slot.location.source != source) rescan({}, {});
-    apply(writtenByChoice());
+void PresetManager::stepHistory(std::optional<ParameterSet> (UndoHistory::*move)(SetupSlots&),
+                                const ParameterSet& kept) {
+    const QVXPresetRecord live = current();
+    const Setup heard = slots.selected();
+    const int32_t source = location().source;
+    const auto written = (history.*move)(slots);
+    if (!written) return;
+    if (location().source == kFromFolder && location().source != source) rescan({}, {});
+    hear(live, heard == slots.selected() ? *written : allParameters(), kept);
 }
 
 // Setups
 
-void PresetManager::selectSetup(double controlValue) {
-    const Setup setup = switchState(controlValue) ? Setup::B : Setup::A;
-    if (setup == slots.selected()) return;
-    slots.select(setup);
-    apply(allParameters());
+// The parameters, which are as in `live`, follow what the selected setup has become.
+void PresetManager::hear(const QVXPresetRecord& live, const ParameterSet& written,
+                         const ParameterSet& kept) {
+    SetupSlot& slot = slots.active();
+    keepOthers(slot.current, live, ~kept);
+    keepOthers(slot.loaded, live, ~kept);
+    updateModified();
+    apply(written & ~kept);
 }
 
-void PresetManager::copyAB(int direction) {
+void PresetManager::selectSetup(double controlValue, const ParameterSet& kept) {
+    const Setup setup = switchState(controlValue) ? Setup::B : Setup::A;
+    if (setup == slots.selected()) return;
+    const QVXPresetRecord live = current();
+    slots.select(setup);
+    hear(live, allParameters(), kept);
+}
+
+void PresetManager::copyAB(int direction, const ParameterSet& kept) {
     const Setup target = direction == 0 ? Setup::A : Setup::B;
+    const QVXPresetRecord live = current();
     slots.copyOver(target);
     if (target == slots.selected())
-        apply(allParameters());
+        hear(live, allParameters(), kept);
     else
         host.presetsChanged();
 }

@@ -7,6 +7,12 @@
 
 namespace Quorvant {
 
+void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& other,
+                const ParameterSet& written) {
+    for (uint32_t index = 0; index < kStoredParameterCount; ++index)
+        if (!written[index]) record.values[index] = other.values[index];
+}
+
 std::string_view presetName(const QVXPresetRecord& record) {
     return {record.name, strnlen(record.name, kPresetNameSize)};
 }

@@ -3,6 +3,7 @@
 
 #include "params/ParameterIndex.h"
 
+#include <bitset>
 #include <cstddef>
 #include <string_view>
 
@@ -18,6 +19,12 @@ struct QVXPresetRecord {
     friend bool operator==(const QVXPresetRecord&, const QVXPresetRecord&) = default;
 };
 static_assert(sizeof(QVXPresetRecord) == 176);
+
+// Some of the 38 parameters that presets hold.
+using ParameterSet = std::bitset<kStoredParameterCount>;
+
+// All values but those of `written` become the other record's.
+void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& other, const ParameterSet& written);
 
 // The name up to its terminator; a field without one is read to its end.
 std::string_view presetName(const QVXPresetRecord& record);

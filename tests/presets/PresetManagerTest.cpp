@@ -182,13 +182,82 @@ TEST_F(PresetManagerTest, UndoKeepsEditsMadeOnEitherSide) {
     EXPECT_EQ(manager.nameDisplay(), "00: Default");
 }
 
-TEST_F(PresetManagerTest, UndoLeavesTheGlobalSetAndTheTempoAlone) {
+TEST_F(PresetManagerTest, UndoAndRedoWriteExactlyWhatTheirChangeWrote) {
+    ASSERT_EQ(manager.copyToMemo(), PresetFault::None);
     choose(basic(2));
     host.turn(kGlobalMix, 0.875);
     host.turn(kManualTempo, 0.875);
+    const auto before = manager.current();
+    ASSERT_EQ(manager.pasteFromMemo(), PresetFault::None);  // all 38
+    host.turn(kGlobalInput, 0.125);
     manager.undo();
+    EXPECT_EQ(manager.current(), before);
+    EXPECT_TRUE(host.agrees());
+    manager.redo();
+    EXPECT_EQ(host.values[kGlobalInput], 0.125);
+    EXPECT_EQ(host.values[kGlobalMix], 0.5);
+    manager.undo();
+    manager.undo();  // the choice, which left the global set and the tempo alone
     EXPECT_EQ(host.values[kGlobalMix], 0.875);
     EXPECT_EQ(manager.current().values[kManualTempo], 0.875f);
+    EXPECT_TRUE(host.agrees());
+}
+
+TEST_F(PresetManagerTest, UndoBringsTheSetupOfTheChangeToTheFrontAndLeavesTheOtherAlone) {
+    choose(basic(2));
+    host.turn(kGlobalMix, 0.25);
+    const auto a = manager.current();
+    manager.selectSetup(1.0);
+    choose(basic(3));
+    host.turn(kMix, 0.125);
+    const auto b = manager.current();
+    manager.selectSetup(0.0);
+
+    manager.undo();
+    EXPECT_EQ(manager.selectedSetup(), Setup::B);
+    EXPECT_EQ(manager.nameDisplay(), "00: Default");
+    EXPECT_TRUE(host.agrees());
+    manager.selectSetup(0.0);
+    EXPECT_EQ(manager.current(), a);
+    manager.redo();
+    EXPECT_EQ(manager.selectedSetup(), Setup::B);
+    EXPECT_EQ(manager.current(), b);
+    EXPECT_TRUE(host.agrees());
+    manager.undo();
+    manager.undo();  // the choice in A
+    EXPECT_EQ(manager.selectedSetup(), Setup::A);
+    EXPECT_EQ(manager.nameDisplay(), "00: Default");
+    EXPECT_EQ(host.values[kGlobalMix], 0.25);
+    EXPECT_FALSE(manager.canUndo());
+}
+
+TEST_F(PresetManagerTest, WhatIsToBeKeptIsKeptByEveryChange) {
+    ParameterSet mixLock;
+    mixLock.set(kMix);
+    ASSERT_EQ(manager.copyToMemo(), PresetFault::None);
+    manager.selectSetup(1.0);
+    choose(basic(2));
+    double mix = 0.625;
+    host.turn(kMix, mix);
+    const auto keeps = [&](const char* what) {
+        EXPECT_EQ(host.values[kMix], mix) << what;
+        EXPECT_TRUE(host.agrees()) << what;
+        EXPECT_FALSE(manager.modified()) << what;
+    };
+    manager.undo(mixLock);
+    keeps("undo");
+    EXPECT_EQ(manager.nameDisplay(), "00: Default");
+    manager.redo(mixLock);
+    keeps("redo");
+    manager.selectSetup(0.0, mixLock);
+    keeps("the other setup");
+    ASSERT_EQ(manager.pasteFromMemo(mixLock), PresetFault::None);
+    keeps("paste");
+    host.turn(kMix, mix = 0.75);
+    manager.copyAB(0, mixLock);
+    keeps("copy");
+    manager.undo();  // of the paste, which had not written it
+    EXPECT_EQ(host.values[kMix], mix);
 }
 
 TEST_F(PresetManagerTest, TheSamePresetAgainIsNoChangeAndKeepsRedo) {
@@ -237,7 +306,15 @@ TEST_F(PresetManagerTest, PastesAllParametersOfWhatAnotherInstanceCopied) {
     otherHost.manager = &other;
     ASSERT_EQ(other.choose(basic(4)), PresetFault::None);
     otherHost.turn(kGlobalMix, 0.25);
+    const auto clock = [] {
+        const std::time_t now = std::time(nullptr);
+        QVXPresetRecord named{};
+        nameMemo(named, *std::localtime(&now));
+        return std::string(presetName(named));
+    };
+    const std::string before = clock();
     ASSERT_EQ(other.copyToMemo(), PresetFault::None);
+    const std::string after = clock();
 
     choose(basic(2));
     ASSERT_EQ(manager.pasteFromMemo(), PresetFault::None);
@@ -245,7 +322,9 @@ TEST_F(PresetManagerTest, PastesAllParametersOfWhatAnotherInstanceCopied) {
     EXPECT_EQ(host.values[kGlobalMix], 0.25);
     EXPECT_TRUE(host.agrees());
     EXPECT_FALSE(manager.modified());
-    EXPECT_EQ(manager.nameDisplay().substr(0, 13), "CP:clipboard ");
+    const std::string named = manager.nameDisplay().substr(3);
+    EXPECT_TRUE(after < before || (before <= named && named <= after))
+        << named << " is not from " << before << " to " << after;
     EXPECT_EQ(manager.location(), basic(kNotListed));
 
     // Two pastes stand at the same place, outside the lists, and are two changes all the same.
