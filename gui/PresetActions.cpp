@@ -24,7 +24,11 @@ void PresetActions::choose(const PresetLocation& location) {
 
 void PresetActions::step(int direction) {
     auto* presets = manager();
-    if (presets && presets->canStep(direction)) report(presets->step(direction, kept()));
+    if (!presets || !presets->canStep(direction)) return;
+    std::vector<std::string> leftOut;
+    const PresetFault fault = presets->step(direction, kept(), &leftOut);
+    report(fault);
+    if (fault == PresetFault::None && !leftOut.empty()) owner.tell(leftOutText(leftOut));
 }
 
 void PresetActions::undo() {

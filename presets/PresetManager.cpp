@@ -230,11 +230,23 @@ bool PresetManager::canStep(int direction) {
     return target >= 0 && target < listSize(location());
 }
 
-PresetFault PresetManager::step(int direction, const ParameterSet& kept) {
+PresetFault PresetManager::step(int direction, const ParameterSet& kept,
+                                std::vector<std::string>* leftOut) {
     if (!canStep(direction)) return PresetFault::NotFound;
-    PresetLocation target = location();
-    target.preset += direction;
-    return choose(target, kept);
+    const PresetLocation from = location();
+    const int by = direction < 0 ? -1 : 1;
+    if (from.source != kFromFolder) return choose({from.source, from.list, from.preset + by}, kept);
+    // A copy: a file that turns out to be gone has the folders scanned again.
+    const auto files = folders.list()[static_cast<std::size_t>(from.list)].files;
+    auto firstFault = PresetFault::NotFound;
+    for (int64_t at = from.preset + by; at >= 0 && at < std::ssize(files); at += by) {
+        const auto& [file, name] = files[static_cast<std::size_t>(at)];
+        const auto fault = load(file, folders.locate(file), kept);
+        if (fault == PresetFault::None) return fault;
+        if (at == from.preset + by) firstFault = fault;
+        if (leftOut) leftOut->push_back(name);
+    }
+    return firstFault;
 }
 
 PresetFault PresetManager::pasteFromMemo(const ParameterSet& kept) {

@@ -68,9 +68,11 @@ class PresetManager {
     // Changes of preset, each of which can be undone.
     PresetFault choose(const PresetLocation& chosen, const ParameterSet& kept = {});
     // One place on (+1) or back (-1) in the current list; false at its end. From a setup that is
-    // not listed, forward leads to the list's first.
+    // not listed, forward leads to the list's first. Files that don't load are passed over, and
+    // their names added to `leftOut`; where none loads, the fault of the first is told.
     bool canStep(int direction);
-    PresetFault step(int direction, const ParameterSet& kept = {});
+    PresetFault step(int direction, const ParameterSet& kept = {},
+                     std::vector<std::string>* leftOut = nullptr);
     PresetFault loadFile(const std::filesystem::path& file, const ParameterSet& kept = {});
     PresetFault loadByName(std::string_view name, std::string_view subfolder,
                            const ParameterSet& kept = {});

@@ -493,6 +493,23 @@ TEST_F(PresetManagerTest, FilesThatWentOrAreNoPresetsAreToldAndChangeNothing) {
     EXPECT_TRUE(host.groups.empty());
 }
 
+TEST_F(PresetManagerTest, StepsOverFilesThatDoNotLoadAndTellsWhich) {
+    for (const char* name : {"1", "5"})
+        ASSERT_EQ(savePreset(folder / name, buildFactoryBank()[5], {}), PresetFault::None);
+    for (const char* name : {"2", "3", "4", "6"})
+        writeBytes(folder / (std::string(name) + ".qvx"), "no preset");
+    choose({kFromFolder, 0, 0});
+    std::filesystem::remove(folder / "3.qvx");  // and the list doesn't know yet
+    std::vector<std::string> leftOut;
+    EXPECT_EQ(manager.step(1, {}, &leftOut), PresetFault::None);
+    EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 3}));
+    EXPECT_EQ(leftOutText(leftOut), "Left out: 2, 3, 4");
+    EXPECT_EQ(manager.step(1), PresetFault::NotAPreset) << "none that loads is left";
+    EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 3}));
+    EXPECT_EQ(manager.step(-1), PresetFault::None);
+    EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 0}));
+}
+
 TEST_F(PresetManagerTest, LoadsByNameFromTheTreeOnly) {
     std::filesystem::create_directories(folder / "sub");
     ASSERT_EQ(savePreset(folder / "sub/one.qvx", buildFactoryBank()[5], {}), PresetFault::None);
