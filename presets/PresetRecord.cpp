@@ -18,10 +18,10 @@ std::string_view presetName(const QVXPresetRecord& record) {
 }
 
 void setPresetName(QVXPresetRecord& record, std::string_view name) {
-    name = cutUtf8(name.substr(0, name.find('\0')), kPresetNameSize - 1);
-    char field[kPresetNameSize] = {};  // of its own: the name may lie in the record itself
-    std::copy(name.begin(), name.end(), field);
-    std::memcpy(record.name, field, sizeof field);
+    const std::string valid = validUtf8(name.substr(0, name.find('\0')));
+    const auto fitting = cutUtf8(valid, kPresetNameSize - 1);
+    std::ranges::fill(record.name, '\0');
+    std::ranges::copy(fitting, record.name);
 }
 
 }  // namespace Quorvant

@@ -29,7 +29,8 @@ void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& other, const Par
 // The name up to its terminator; a field without one is read to its end.
 std::string_view presetName(const QVXPresetRecord& record);
 
-// Longer names are cut to 23 bytes, between characters. The rest of the field becomes zero.
+// Bytes that are no UTF-8 are read as Latin-1. Longer names are cut to 23 bytes, between
+// characters. The rest of the field becomes zero.
 void setPresetName(QVXPresetRecord& record, std::string_view name);
 
 }  // namespace Quorvant

@@ -113,6 +113,8 @@ TEST_F(PresetManagerTest, ModifiedFollowsWhatTheUserWouldCallAnotherSetting) {
     manager.setName("mine");
     EXPECT_TRUE(manager.modified());
     EXPECT_EQ(manager.nameDisplay(), "01: mine");
+    manager.setName("a\nb\x7F");
+    EXPECT_EQ(manager.nameDisplay(), "01: a b ");
     manager.parameterEdited(38, 0.5);
     manager.parameterEdited(kMix, std::nan(""));
     manager.parameterEdited(kInput, 7.0);
@@ -396,6 +398,9 @@ TEST_F(PresetManagerTest, SavesListsChoosesRenamesAndDeletes) {
     ASSERT_EQ(savePreset(folder / "apple.qvx", buildFactoryBank()[5], {}), PresetFault::None);
     manager.refreshFolders();
     EXPECT_EQ(manager.presetNames(kFromFolder, 0), (std::vector<std::string>{"apple", "Zebra"}));
+    const int changes = host.changes;
+    manager.refreshFolders();
+    EXPECT_EQ(host.changes, changes) << "nothing has changed";
     EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 1}));
 
     EXPECT_EQ(manager.step(-1), PresetFault::None);
@@ -570,6 +575,26 @@ TEST_F(PresetManagerTest, StateBringsBackBothSetups) {
     newHost.manager = &third;
     third.selectSetup(0.0);
     EXPECT_EQ(third.location().preset, kNotListed);
+}
+
+TEST_F(PresetManagerTest, StatesNameFilesBelowThePresetFolderOnly) {
+    const std::filesystem::path main = folder / "presets";
+    std::filesystem::create_directories(main);
+    PresetManager inMain(host, main);
+    host.manager = &inMain;
+    ASSERT_EQ(inMain.save(main / "one.qvx"), PresetFault::None);
+    auto state = inMain.saveState();
+    const std::string name = state.setups[0].file;
+    inMain.restoreState(state, host.values);
+    EXPECT_EQ(inMain.location(), (PresetLocation{kFromFolder, 0, 0}));
+    const std::string absolute = utf8FromPath(main / name);
+    for (const std::string& path : {"../presets/" + name, "./" + name, absolute, "/" + name,
+                                    "\\\\?\\" + absolute, "C:" + name, std::string("NUL")}) {
+        state.setups[0].file = path;
+        inMain.restoreState(state, host.values);
+        EXPECT_EQ(inMain.location().preset, kNotListed) << path;
+    }
+    EXPECT_EQ(inMain.loadByName("C:one", ""), PresetFault::BadName);
 }
 
 TEST_F(PresetManagerTest, StateIsReadWholeOrNotAtAll) {
