@@ -247,8 +247,8 @@ void QVXVST3EffectWrapper::missBlock(ProcessData& data) {
     for (int32 i = 0; i < count; ++i) {
         if (!lastPoint(*data.inputParameterChanges, i, id, value)) continue;
         if (!missed) missed.emplace();
-        if (id == kSuspend) missed->suspend = suspendState(value);
-        if (id < cache.size()) missed->values[id] = clampNormalised(value);
+        if (id == kSuspend) missed->suspend = suspend = suspendState(value);
+        if (id < cache.size()) cache[id] = missed->values[id] = clampNormalised(value);
     }
 }
 
@@ -398,18 +398,12 @@ void QVXVST3EffectWrapper::applyState(const ComponentState& state) {
     const auto hand = [&](uint32_t id, double value) {
         if (effect) effect->setParameter(id, value);
     };
-    // A running loop would have the engine ignore the state's delay: it ends before, and begins
-    // again after it.
-    const bool bringsDelay =
-        isStateValue(state.values[kDelayTime]) || isStateValue(state.values[kDelayClockMode]);
-    double loop = state.values[kInfRepeat];
-    if (bringsDelay && !isStateValue(loop)) loop = cache[kInfRepeat].load();
-    if (isStateValue(loop)) hand(kInfRepeat, 0.0);
+    // A running loop would have the engine ignore the state's delay.
+    if (isStateValue(state.values[kInfRepeat])) hand(kInfRepeat, 0.0);
     for (uint32_t i = 0; i < state.values.size(); ++i) {
-        const double value = i == kInfRepeat ? loop : state.values[i];
-        if (!isStateValue(value)) continue;
-        hand(i, value);
-        cache[i].store(value, std::memory_order_relaxed);
+        if (!isStateValue(state.values[i])) continue;
+        hand(i, state.values[i]);
+        cache[i].store(state.values[i], std::memory_order_relaxed);
     }
     if (state.suspend == kNoValue) return;
     suspend.store(suspendState(state.suspend), std::memory_order_relaxed);
@@ -439,6 +433,8 @@ tresult PLUGIN_API QVXVST3EffectWrapper::notify(Vst::IMessage* message) {
     ComponentState taken;
     for (std::size_t i = 0; i < leftOut->size(); ++i)
         if ((*leftOut)[i]) taken.values[i] = offered->values[i];
+    // With the loop that the state had engaged, since the delay is taken only before it.
+    if (!(*leftOut)[kInfRepeat]) taken.values[kInfRepeat] = knownState().values[kInfRepeat];
     if (leftOut->any()) handOver(taken);
     leftOut.reset();
     sendState(*this, kStateInForce, knownState());

@@ -125,6 +125,7 @@ TEST(Lifecycle, blocksDuringAChangeOfTheSetUpAreSilentAndLoseNothing) {
         };
         activation ? rig.wrapper->setActive(true) : rig.wrapper->setupProcessing(setup);
         rig.effect->duringReset = {};
+        EXPECT_EQ(stateDoubles(rig.state())[kMix], 0.75);
         TestBlock<float> next(8);
         next.point(kFeedback, 0.5);
         run(next);
