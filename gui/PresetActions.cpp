@@ -1,6 +1,5 @@
 #include "gui/PresetActions.h"
 
-#include "gui/PresetBrowser.h"
 #include "platform/Utf8Path.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetTexts.h"
@@ -135,27 +134,12 @@ void PresetActions::copyBetweenSetups() {
 
 void PresetActions::rename(const PresetLocation& location, const std::string& name) {
     owner.ask("Rename the preset file to:",
-              {{"Rename", [this, location,
-                           name](const std::string& typed) { renameFile(location, name, typed); }},
+              {{"Rename",
+                [this, location](const std::string& typed) {
+                    if (auto* presets = manager()) report(presets->renameFile(location, typed));
+                }},
                {"Cancel", {}}},
               &name);
-}
-
-void PresetActions::renameFile(const PresetLocation& location, const std::string& name,
-                               const std::string& newName) {
-    auto* presets = manager();
-    if (!presets) return;
-    const auto lists = presets->listNames(kFromFolder);
-    const PresetFault fault = presets->renameFile(location, newName);
-    report(fault);
-    if (fault != PresetFault::None) return;
-    // A favourite stays one.
-    const std::string& list = lists[static_cast<std::size_t>(location.list)];
-    const std::string shown = utf8FromPath(withPresetExtension(pathFromUtf8(newName)).stem());
-    owner.changeSettings([&](UserSettings& settings) {
-        if (settings.favourites.erase(favouriteKey(location, list, name)) > 0)
-            settings.favourites.insert(favouriteKey(location, list, shown));
-    });
 }
 
 void PresetActions::remove(const PresetLocation& location, const std::string& name) {

@@ -56,8 +56,6 @@ class PresetActions {
   private:
     void report(PresetFault fault);
     void saveTo(const std::filesystem::path& file);
-    void renameFile(const PresetLocation& location, const std::string& name,
-                    const std::string& newName);
     // What a change of preset leaves alone.
     ParameterSet kept() const;
 

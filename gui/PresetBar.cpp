@@ -154,7 +154,7 @@ void PresetBar::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) 
 void editPresetName(PresetDesk& desk) {
     auto* presets = desk.editor().model().presets();
     if (!presets) return;
-    const std::string initial = shownText(presetName(presets->current()));
+    const std::string initial(shownText(presetName(presets->current())));
     desk.ask("Name of the current setup:",
              {{"Rename",
                [&desk](const std::string& typed) {

@@ -484,12 +484,9 @@ TEST_F(EditorTest, BrowserFindsChoosesAndKeepsPresets) {
     screen->click(point(browser->groupColumn(), row(browser->groupColumn(), "#MAIN FOLDER")));
     ASSERT_EQ(browser->presetColumn().rows().size(), 1u);
     screen->rightClick(rowPoint);
-    choose("Add to favourites");
-    screen->rightClick(rowPoint);
     choose("Rename...");
     type("Renamed");
     screen->editor->idle();
-    EXPECT_TRUE(browser->presetColumn().rows()[0].starred);
     EXPECT_NE(browser->presetColumn().rows()[0].text.find("Renamed"), std::string::npos);
     EXPECT_TRUE(std::filesystem::exists(folder / "Renamed.qvx"));
     screen->rightClick(rowPoint);
