@@ -29,15 +29,19 @@ void PresetActions::choose(const PresetLocation& location) {
 
 void PresetActions::step(int direction) {
     auto* presets = manager();
-    if (presets && presets->canStep(direction)) report(presets->step(direction, kept()));
+    if (!presets || !presets->canStep(direction)) return;
+    std::vector<std::string> leftOut;
+    const PresetFault fault = presets->step(direction, kept(), &leftOut);
+    report(fault);
+    if (fault == PresetFault::None && !leftOut.empty()) owner.tell(leftOutText(leftOut));
 }
 
 void PresetActions::undo() {
-    if (auto* presets = manager()) presets->undo();
+    if (auto* presets = manager()) presets->undo(kept());
 }
 
 void PresetActions::redo() {
-    if (auto* presets = manager()) presets->redo();
+    if (auto* presets = manager()) presets->redo(kept());
 }
 
 void PresetActions::saveTo(const std::filesystem::path& file) {
@@ -118,18 +122,18 @@ void PresetActions::copy() {
 }
 
 void PresetActions::paste() {
-    if (auto* presets = manager()) report(presets->pasteFromMemo());
+    if (auto* presets = manager()) report(presets->pasteFromMemo(kept()));
 }
 
 void PresetActions::selectSetup(bool b) {
-    if (auto* presets = manager()) presets->selectSetup(b ? 1.0 : 0.0);
+    if (auto* presets = manager()) presets->selectSetup(b ? 1.0 : 0.0, kept());
 }
 
 void PresetActions::copyBetweenSetups() {
     auto* presets = manager();
     if (!presets) return;
     const bool fromA = presets->selectedSetup() == Setup::A;
-    presets->copyAB(fromA ? 1 : 0);
+    presets->copyAB(fromA ? 1 : 0, kept());
     owner.tell(fromA ? "Copied A to B" : "Copied B to A");
 }
 

@@ -1,6 +1,7 @@
 #include "gui/PresetBar.h"
 
 #include "gui/SettingsMenu.h"
+#include "platform/Utf8Path.h"
 #include "presets/PresetTexts.h"
 
 namespace Quorvant {
@@ -167,7 +168,7 @@ void PresetBar::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) 
 void editPresetName(PresetDesk& desk) {
     auto* presets = desk.editor().model().presets();
     if (!presets) return;
-    const std::string initial(presetName(presets->current()));
+    const std::string initial(shownText(presetName(presets->current())));
     desk.ask("Name of the current setup:",
              {{"Rename",
                [&desk](const std::string& typed) {

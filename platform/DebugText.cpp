@@ -4,18 +4,16 @@
 #include "platform/Utf8Path.h"
 
 #include <windows.h>
-#else
-#include <cstdio>
 #endif
 
 namespace Quorvant {
 
-void writeDebugText(std::string_view text) {
 #ifdef _WIN32
+void writeDebugText(std::string_view text) {
     OutputDebugStringW(pathFromUtf8(text).c_str());
-#else
-    std::fwrite(text.data(), 1, text.size(), stderr);
-#endif
 }
+#else
+void writeDebugText(std::string_view) {}
+#endif
 
 }  // namespace Quorvant

@@ -1,5 +1,6 @@
 #include "platform/Utf8Path.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #ifdef _WIN32
@@ -60,10 +61,28 @@ std::string validUtf8(std::string_view text) {
     valid.reserve(text.size());
     while (!text.empty()) {
         const std::size_t length = characterLength(text);
-        valid += length > 0 ? text.substr(0, length) : "\xEF\xBF\xBD";
-        text.remove_prefix(length > 0 ? length : 1);
+        if (length > 0) {
+            valid += text.substr(0, length);
+        } else {
+            const auto code = static_cast<unsigned char>(text.front());
+            valid += static_cast<char>(0xC0 | (code >> 6));
+            valid += static_cast<char>(0x80 | (code & 0x3F));
+        }
+        text.remove_prefix(std::max<std::size_t>(length, 1));
     }
     return valid;
+}
+
+std::string shownText(std::string_view text) {
+    std::string shown = validUtf8(text);
+    for (std::size_t i = 0; i < shown.size(); ++i) {
+        const auto byte = static_cast<unsigned char>(shown[i]);
+        if (byte < 0x20 || byte == 0x7F) shown[i] = ' ';
+        // U+0080 to U+009F
+        if (byte == 0xC2 && static_cast<unsigned char>(shown[i + 1]) < 0xA0)
+            shown.replace(i, 2, " ");
+    }
+    return shown;
 }
 
 std::string_view cutUtf8(std::string_view text, std::size_t bytes) {

@@ -6,6 +6,7 @@
 #include "plugin/ControllerState.h"
 #include "plugin/FactoryPrograms.h"
 #include "plugin/HostParameter.h"
+#include "plugin/StateMessages.h"
 #include "plugin/Streams.h"
 
 #include "public.sdk/source/vst/utility/stringconvert.h"
@@ -103,6 +104,7 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setParamNormalized(Vst::ParamID id,
             chooseProgram(chosen);
         return kResultOk;
     }
+    if (id == kSuspend) value = suspendState(value);  // as the processor's state will tell it
     const tresult result = EditControllerEx1::setParamNormalized(id, value);
     if (result == kResultOk && manager) manager->parameterEdited(id, value);
     tellListeners(id);
@@ -184,6 +186,36 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setState(IBStream* stream) {
     EditControllerEx1::setParamNormalized(kProgram,
                                           normalisedFromProgram(static_cast<int>(state->program)));
     manager->restoreState(state->setups, liveValues());
+    const auto selected = static_cast<std::size_t>(state->setups.selected);
+    offerValues(state->setups.setups[selected].slot.current);
+    return kResultOk;
+}
+
+void QVXVST3ControllerWrapper::offerValues(const QVXPresetRecord& record) {
+    ComponentState offered;
+    for (uint32_t i = 0; i < offered.values.size(); ++i) {
+        // A default comes back as it was, and not as the record's narrower number.
+        const double whole = parameterDefault(i);
+        const float stored = record.values[i];
+        offered.values[i] =
+            static_cast<float>(whole) == stored ? whole : static_cast<double>(stored);
+    }
+    sendState(*this, kOfferedValues, offered);
+}
+
+tresult PLUGIN_API QVXVST3ControllerWrapper::notify(Vst::IMessage* message) {
+    const auto inForce = receivedState(message, kStateInForce);
+    if (!inForce) return EditControllerEx1::notify(message);
+    bool changed = false;
+    const auto follow = [&](Vst::ParamID id, double value) {
+        if (getParamNormalized(id) == value) return;
+        adopt(id, value);
+        changed = true;
+    };
+    for (uint32_t i = 0; i < inForce->values.size(); ++i)
+        if (isStateValue(inForce->values[i])) follow(i, inForce->values[i]);
+    follow(kSuspend, suspendState(inForce->suspend));
+    if (changed && componentHandler) componentHandler->restartComponent(Vst::kParamValuesChanged);
     return kResultOk;
 }
 

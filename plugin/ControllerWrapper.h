@@ -35,6 +35,9 @@ class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, publi
     Steinberg::tresult PLUGIN_API setComponentState(Steinberg::IBStream* stream) override;
     Steinberg::tresult PLUGIN_API setState(Steinberg::IBStream* stream) override;
     Steinberg::tresult PLUGIN_API getState(Steinberg::IBStream* stream) override;
+    // Follows the processor once both halves have been given a state, and tells the host of what
+    // differs.
+    Steinberg::tresult PLUGIN_API notify(Steinberg::Vst::IMessage* message) override;
     // Of the nearest value within 0 ... 1; false for not-a-number.
     Steinberg::tresult PLUGIN_API getParamStringByValue(Steinberg::Vst::ParamID id,
                                                         Steinberg::Vst::ParamValue value,
@@ -72,6 +75,7 @@ class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, publi
     void addUnits();
     void adopt(Steinberg::Vst::ParamID id, Steinberg::Vst::ParamValue value);
     std::array<double, kStoredParameterCount> liveValues();
+    void offerValues(const QVXPresetRecord& record);
     int program();
     void chooseProgram(int program);
 

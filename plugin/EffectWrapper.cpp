@@ -2,72 +2,27 @@
 
 #include "dsp/Denormals.h"
 #include "params/ParameterLaws.h"
+#include "plugin/ChannelPointers.h"
 #include "plugin/ClassIds.h"
+#include "plugin/StateMessages.h"
 
-#include "pluginterfaces/vst/ivstattributes.h"
 #include "pluginterfaces/vst/ivstparameterchanges.h"
-#include "pluginterfaces/vst/vstpresetkeys.h"
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 #include <new>
-#include <string_view>
 #include <type_traits>
 
 namespace Quorvant {
 
 using namespace Steinberg;
-using Vst::AudioBusBuffers;
 using Vst::BusInfo;
 using Vst::ProcessData;
 
 namespace {
 
 constexpr double kHeartbeatStep = 0.001;
-
-template <typename Sample>
-Sample** channelsOf(const AudioBusBuffers& bus) {
-    if constexpr (std::is_same_v<Sample, float>) {
-        return bus.channelBuffers32;
-    } else {
-        return bus.channelBuffers64;
-    }
-}
-
-// Null where the host gives no such bus, channel or memory.
-template <typename Sample>
-Sample* channelAt(const AudioBusBuffers* buses, int32 busCount, int32 bus, int32 channel) {
-    if (!buses || bus >= busCount || channel >= buses[bus].numChannels) return nullptr;
-    Sample** const channels = channelsOf<Sample>(buses[bus]);
-    return channels ? channels[channel] : nullptr;
-}
-
-// With every channel on a mono bus of its own, the right one is the next bus's; a host that sends
-// one two-channel bus all the same has it as that bus's second channel.
-template <typename Sample>
-Sample* splitRightAt(const AudioBusBuffers* buses, int32 busCount, int32 leftBus) {
-    Sample* const second = channelAt<Sample>(buses, busCount, leftBus, 1);
-    return second ? second : channelAt<Sample>(buses, busCount, leftBus + 1, 0);
-}
-
-template <typename Sample>
-struct ChannelPointers {
-    const Sample* in[4] = {};  // main left, main right, side-chain left, side-chain right
-    Sample* out[2] = {};
-};
-
-// Output memory that the engine doesn't write would be heard as whatever lay in it.
-template <typename Sample>
-void silenceOthers(const ProcessData& data, const ChannelPointers<Sample>& written) {
-    if (!data.outputs || data.numSamples <= 0) return;
-    for (int32 bus = 0; bus < data.numOutputs; ++bus) {
-        for (int32 channel = 0; channel < data.outputs[bus].numChannels; ++channel) {
-            Sample* const samples = channelAt<Sample>(data.outputs, data.numOutputs, bus, channel);
-            if (!samples || samples == written.out[0] || samples == written.out[1]) continue;
-            std::fill_n(samples, data.numSamples, Sample(0));
-        }
-    }
-}
 
 bool isActive(const Vst::BusList& buses, std::size_t index) {
     return index < buses.size() && buses[index]->isActive();
@@ -82,26 +37,6 @@ bool lastPoint(Vst::IParameterChanges& changes, int32 index, uint32_t& id, doubl
     const int32 points = queue->getPointCount();
     return points > 0 && queue->getPoint(points - 1, offset, value) == kResultOk &&
            !std::isnan(value);
-}
-
-StateOrigin readOrigin(IBStream& stream) {
-    StateOrigin origin;
-    FUnknownPtr<Vst::IStreamAttributes> attributes(&stream);
-    Vst::IAttributeList* const list = attributes ? attributes->getAttributes() : nullptr;
-    if (!list) return origin;
-    constexpr std::size_t kCapacity = 1024;
-    std::array<Vst::TChar, kCapacity> text{};
-    constexpr uint32 kBytes = (kCapacity - 1) * sizeof(Vst::TChar);
-    if (list->getString(Vst::PresetAttributes::kStateType, text.data(), kBytes) == kResultOk) {
-        origin.fromProject = std::ranges::equal(std::u16string_view(text.data()),
-                                                std::string_view(Vst::StateType::kProject));
-    }
-    text.fill(0);
-    if (list->getString(Vst::PresetAttributes::kFilePathStringType, text.data(), kBytes) ==
-        kResultOk) {
-        origin.filePath = text.data();
-    }
-    return origin;
 }
 
 }  // namespace
@@ -123,6 +58,8 @@ tresult PLUGIN_API QVXVST3EffectWrapper::initialize(FUnknown* context) {
 }
 
 tresult PLUGIN_API QVXVST3EffectWrapper::terminate() {
+    if (gate.heldHere()) return kResultFalse;
+    const std::lock_guard engine(gate);
     active = false;
     applyPendingState();
     hostLink.stop();
@@ -244,6 +181,8 @@ uint32 PLUGIN_API QVXVST3EffectWrapper::getTailSamples() {
 
 tresult PLUGIN_API QVXVST3EffectWrapper::setupProcessing(Vst::ProcessSetup& setup) {
     if (!std::isfinite(setup.sampleRate) || setup.sampleRate <= 0.0) return kInvalidArgument;
+    if (gate.heldHere()) return kResultFalse;
+    const std::lock_guard engine(gate);
     hostLink.stop();
     if (!active) applyPendingState();
     try {
@@ -255,6 +194,8 @@ tresult PLUGIN_API QVXVST3EffectWrapper::setupProcessing(Vst::ProcessSetup& setu
 }
 
 tresult PLUGIN_API QVXVST3EffectWrapper::setActive(TBool state) {
+    if (gate.heldHere()) return kResultFalse;
+    const std::lock_guard engine(gate);
     hostLink.stop();
     active = false;
     applyPendingState();
@@ -274,7 +215,14 @@ tresult PLUGIN_API QVXVST3EffectWrapper::setActive(TBool state) {
 tresult PLUGIN_API QVXVST3EffectWrapper::process(ProcessData& data) {
     // Values from the host may be anything, and the host may have asked for traps.
     const ScopedFloatingPointMode ownMode;
+    const std::unique_lock engine(gate, std::try_to_lock);
+    if (!engine) {
+        missBlock(data);
+        return kResultOk;
+    }
     applyPendingState();
+    if (missed) applyState(*missed);
+    missed.reset();
     takeParameters(data.inputParameterChanges);
     tresult result = kResultOk;
     if (data.symbolicSampleSize == Vst::kSample32) {
@@ -286,6 +234,22 @@ tresult PLUGIN_API QVXVST3EffectWrapper::process(ProcessData& data) {
     }
     reportOutputs(data.outputParameterChanges);
     return result;
+}
+
+// The host changes the set-up meanwhile. What the block brings is kept for the next one.
+void QVXVST3EffectWrapper::missBlock(ProcessData& data) {
+    if (data.symbolicSampleSize == Vst::kSample32) silenceOthers<float>(data, {});
+    if (data.symbolicSampleSize == Vst::kSample64) silenceOthers<double>(data, {});
+    const int32 count =
+        data.inputParameterChanges ? data.inputParameterChanges->getParameterCount() : 0;
+    uint32_t id = 0;
+    double value = 0.0;
+    for (int32 i = 0; i < count; ++i) {
+        if (!lastPoint(*data.inputParameterChanges, i, id, value)) continue;
+        if (!missed) missed.emplace();
+        if (id == kSuspend) missed->suspend = suspend = suspendState(value);
+        if (id < cache.size()) cache[id] = missed->values[id] = clampNormalised(value);
+    }
 }
 
 void QVXVST3EffectWrapper::takeParameters(Vst::IParameterChanges* changes) {
@@ -399,18 +363,28 @@ tresult PLUGIN_API QVXVST3EffectWrapper::setState(IBStream* stream) {
     if (!stream) return kResultFalse;
     const auto state = readComponentState(*stream);
     if (!state) return kResultFalse;
-    ComponentState wanted = *state;
-    // A state that still waits is replaced by this one, but for the values that this one lacks.
-    const bool replaces = appliedState.load(std::memory_order_acquire) != newestState.number;
-    for (std::size_t i = 0; replaces && i < wanted.values.size(); ++i) {
-        if (!isStateValue(wanted.values[i])) wanted.values[i] = newestState.state.values[i];
-    }
-    newestState.state = wanted;
-    ++newestState.number;
-    pendingStates.put(newestState);
-    if (!active) applyPendingState();
+    leftOut.emplace();
+    for (std::size_t i = 0; i < leftOut->size(); ++i)
+        (*leftOut)[i] = !isStateValue(state->values[i]);
+    handOver(*state);
     origin = readOrigin(*stream);
     return kResultOk;
+}
+
+bool QVXVST3EffectWrapper::stateWaits() const {
+    return appliedState.load(std::memory_order_acquire) != newestState.number;
+}
+
+void QVXVST3EffectWrapper::handOver(ComponentState state) {
+    // A state that still waits is replaced by this one, but for the values that this one lacks.
+    if (stateWaits()) state.fillFrom(newestState.state);
+    newestState.state = state;
+    ++newestState.number;
+    pendingStates.put(newestState);
+    if (active) return;
+    // Where a host processes all the same, the next block takes the state.
+    const std::unique_lock engine(gate, std::try_to_lock);
+    if (engine) applyPendingState();
 }
 
 void QVXVST3EffectWrapper::applyPendingState() {
@@ -431,22 +405,40 @@ void QVXVST3EffectWrapper::applyState(const ComponentState& state) {
         hand(i, state.values[i]);
         cache[i].store(state.values[i], std::memory_order_relaxed);
     }
+    if (state.suspend == kNoValue) return;
     suspend.store(suspendState(state.suspend), std::memory_order_relaxed);
     hand(kSuspend, state.suspend);
 }
 
+ComponentState QVXVST3EffectWrapper::knownState() const {
+    ComponentState received;
+    for (std::size_t i = 0; i < cache.size(); ++i)
+        received.values[i] = cache[i].load(std::memory_order_relaxed);
+    received.suspend = suspend.load(std::memory_order_relaxed);
+    ComponentState state = stateWaits() ? newestState.state : ComponentState();
+    state.fillFrom(received);
+    state.suspend = suspendState(state.suspend);
+    return state;
+}
+
 tresult PLUGIN_API QVXVST3EffectWrapper::getState(IBStream* stream) {
     if (!stream) return kResultFalse;
-    ComponentState state;
-    const bool pending = appliedState.load(std::memory_order_acquire) != newestState.number;
-    for (std::size_t i = 0; i < cache.size(); ++i) {
-        const double incoming = newestState.state.values[i];
-        state.values[i] =
-            pending && isStateValue(incoming) ? incoming : cache[i].load(std::memory_order_relaxed);
-    }
-    state.suspend =
-        pending ? suspendState(newestState.state.suspend) : suspend.load(std::memory_order_relaxed);
-    return writeComponentState(*stream, state) ? kResultOk : kResultFalse;
+    return writeComponentState(*stream, knownState()) ? kResultOk : kResultFalse;
+}
+
+tresult PLUGIN_API QVXVST3EffectWrapper::notify(Vst::IMessage* message) {
+    const auto offered = receivedState(message, kOfferedValues);
+    if (!offered) return AudioEffect::notify(message);
+    if (!leftOut) return kResultOk;  // no state has been set here
+    ComponentState taken;
+    for (std::size_t i = 0; i < leftOut->size(); ++i)
+        if ((*leftOut)[i]) taken.values[i] = offered->values[i];
+    // With the loop that the state had engaged, since the delay is taken only before it.
+    if (!(*leftOut)[kInfRepeat]) taken.values[kInfRepeat] = knownState().values[kInfRepeat];
+    if (leftOut->any()) handOver(taken);
+    leftOut.reset();
+    sendState(*this, kStateInForce, knownState());
+    return kResultOk;
 }
 
 }  // namespace Quorvant

@@ -5,29 +5,28 @@
 #include "dsp/Effect.h"
 #include "params/ParameterIndex.h"
 #include "plugin/ComponentState.h"
+#include "plugin/EngineGate.h"
 #include "plugin/HostLinkImpl.h"
 #include "plugin/Mailbox.h"
+#include "plugin/StateOrigin.h"
 
 #include "public.sdk/source/vst/vstaudioeffect.h"
 
 #include <array>
 #include <atomic>
+#include <bitset>
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string>
+#include <optional>
 
 namespace Quorvant {
 
-// Where the host says a state came from.
-struct StateOrigin {
-    bool fromProject = false;  // else from a preset, or not told
-    std::u16string filePath;   // empty when not told
-};
-
 // Threads are those of the VST3 interfaces: process() on the audio thread, all else on the main
 // thread. setState() may come while audio runs; the audio thread then takes the state over at the
-// start of its next block.
+// start of its next block. Set-up, activation and arrangements may come as well, against the rules:
+// they wait for the block that runs, and blocks that come meanwhile are silent; from within a block
+// they are refused.
 class QVXVST3EffectWrapper : public Steinberg::Vst::AudioEffect {
   public:
     // Makes the engine; the link outlives it. May give null: the wrapper then answers neutrally.
@@ -56,6 +55,8 @@ class QVXVST3EffectWrapper : public Steinberg::Vst::AudioEffect {
     Steinberg::tresult PLUGIN_API process(Steinberg::Vst::ProcessData& data) override;
     Steinberg::tresult PLUGIN_API setState(Steinberg::IBStream* stream) override;
     Steinberg::tresult PLUGIN_API getState(Steinberg::IBStream* stream) override;
+    // Takes what the last state left out from what the controller offers.
+    Steinberg::tresult PLUGIN_API notify(Steinberg::Vst::IMessage* message) override;
 
   private:
     // Written by the main thread, read by both.
@@ -80,14 +81,20 @@ class QVXVST3EffectWrapper : public Steinberg::Vst::AudioEffect {
     void addSplitMonoBuses();
     void followBusActivation();
 
+    void handOver(ComponentState state);
+    bool stateWaits() const;
+    ComponentState knownState() const;
     void applyPendingState();
     void applyState(const ComponentState& state);
+    void missBlock(Steinberg::Vst::ProcessData& data);
     void takeParameters(Steinberg::Vst::IParameterChanges* changes);
     void takeParameter(uint32_t id, double value);
     template <typename Sample>
     void render(Steinberg::Vst::ProcessData& data);
     void reportOutputs(Steinberg::Vst::IParameterChanges* changes);
 
+    // Held by whoever drives the engine and its host link.
+    EngineGate gate;
     HostLinkImpl hostLink;
     std::unique_ptr<QVXEffect> effect;
 
@@ -95,8 +102,7 @@ class QVXVST3EffectWrapper : public Steinberg::Vst::AudioEffect {
     std::atomic<bool> active{false};
     std::atomic<BusLayout> busLayout{BusLayout{}};
 
-    // What the engine has received, for getState. Written by whoever drives the engine: the audio
-    // thread, or the main thread while no audio runs.
+    // What the engine has received, for getState. Written by whoever drives the engine.
     std::array<std::atomic<double>, kStoredParameterCount> cache;
     std::atomic<int32_t> suspend{0};
 
@@ -104,7 +110,10 @@ class QVXVST3EffectWrapper : public Steinberg::Vst::AudioEffect {
     Mailbox<NumberedState> pendingStates;
     NumberedState newestState;
     std::atomic<uint32_t> appliedState{0};
+    // By the last state that was set, until the controller has offered its values.
+    std::optional<std::bitset<kStoredParameterCount>> leftOut;
     StateOrigin origin;
+    std::optional<ComponentState> missed;  // by blocks that didn't get the engine; audio thread
 
     double heartbeat = 0.0;
 };

@@ -2,12 +2,12 @@
 
 #include "params/NoteTable.h"
 #include "params/ParameterLaws.h"
-#include "platform/DebugText.h"
 #include "presets/FactoryBank.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdio>
 #include <numeric>
 
 namespace Quorvant {
@@ -86,7 +86,7 @@ BlobResult importLegacyPreset(const BlobView& blob, QVXPresetRecord& record) {
         if (slot >= kSlotCount) return true;
         const double value = blob.real(body, kParameterValueOffset);
         if (value < 0.0 || value > 1.0)
-            writeDebugText("!!! Legacy QVX77 preset loading error !!!\n");
+            std::fputs("!!! Legacy QVX77 preset loading error !!!\n", stderr);
         else
             slots[slot] = value;  // not-a-number too: no comparison below lets it through
         return true;

@@ -28,13 +28,21 @@ std::string upperCase(std::string_view text) {
     return upper;
 }
 
-// Windows keeps these for devices, with any extension.
+// Windows keeps these for devices, with any extension and blanks before it.
 bool isDeviceName(std::string_view name) {
-    const std::string stem = upperCase(name.substr(0, name.find('.')));
-    constexpr std::array<std::string_view, 4> kDevices = {"CON", "PRN", "AUX", "NUL"};
-    if (std::find(kDevices.begin(), kDevices.end(), stem) != kDevices.end()) return true;
-    const bool port = stem.starts_with("COM") || stem.starts_with("LPT");
-    return port && stem.size() == 4 && stem[3] >= '0' && stem[3] <= '9';
+    std::string stem = upperCase(name.substr(0, name.find_first_of(".:")));
+    stem.erase(stem.find_last_not_of(' ') + 1);
+    constexpr std::array<std::string_view, 6> kDevices = {"CON", "PRN",    "AUX",
+                                                          "NUL", "CONIN$", "CONOUT$"};
+    if (std::ranges::find(kDevices, stem) != kDevices.end()) return true;
+    if (!stem.starts_with("COM") && !stem.starts_with("LPT")) return false;
+    constexpr std::array<std::string_view, 13> kPorts = {"0", "1", "2", "3", "4", "5", "6",
+                                                         "7", "8", "9", "¹", "²", "³"};
+    return std::ranges::find(kPorts, stem.substr(3)) != kPorts.end();
+}
+
+bool isDevice(const Path& file) {
+    return isDeviceName(utf8FromPath(file.filename()));
 }
 
 bool isTaken(BlobResult result) {
@@ -44,6 +52,7 @@ bool isTaken(BlobResult result) {
 }  // namespace
 
 PresetFault loadPreset(const Path& file, QVXPresetRecord& record) {
+    if (isDevice(file)) return PresetFault::NotAPreset;  // reading one may never end
     std::vector<std::byte> bytes;
     if (const auto error = readFile(file, kMostBytes, bytes))
         return presetFault(error, PresetFault::NotFound);
@@ -53,7 +62,7 @@ PresetFault loadPreset(const Path& file, QVXPresetRecord& record) {
 PresetFault loadPresetFile(const Path& mainFolder, std::string_view name,
                            std::string_view subfolder, QVXPresetRecord& record) {
     const auto isPlain = [](std::string_view part) {
-        return part != "." && part != ".." && part.find_first_of("/\\") == std::string_view::npos;
+        return part != "." && part != ".." && part.find_first_of("/\\:") == std::string_view::npos;
     };
     if (name.empty() || !isPlain(name) || !isPlain(subfolder)) return PresetFault::BadName;
     Path folder = mainFolder;
@@ -64,7 +73,7 @@ PresetFault loadPresetFile(const Path& mainFolder, std::string_view name,
 
 PresetFault savePreset(const Path& file, const QVXPresetRecord& record,
                        const PresetLocation& location) {
-    if (file.filename().empty()) return PresetFault::BadName;
+    if (file.filename().empty() || isDevice(file)) return PresetFault::BadName;
     const auto blob = serialisePreset(record, static_cast<uint32_t>(location.list),
                                       static_cast<uint32_t>(location.preset));
     return presetFault(replaceFile(withPresetExtension(file), blob), PresetFault::NoFolder);
@@ -87,7 +96,7 @@ PresetFault renamePreset(const Path& file, std::string_view newName) {
 }
 
 PresetFault deletePreset(const Path& file) {
-    if (!hasPresetExtension(file)) return PresetFault::NotAPreset;
+    if (!isPresetFile(file)) return PresetFault::NotAPreset;
     std::error_code error;
     const bool removed = std::filesystem::remove(file, error);
     if (error) return presetFault(error, PresetFault::NotFound);
@@ -120,6 +129,10 @@ bool isNamedAfter(const QVXPresetRecord& record, std::string_view fileName) {
 
 bool hasPresetExtension(const Path& file) {
     return upperCase(utf8FromPath(file.extension())) == upperCase(kPresetExtension);
+}
+
+bool isPresetFile(const Path& file) {
+    return hasPresetExtension(file) && !isDevice(file);
 }
 
 Path withPresetExtension(Path file) {

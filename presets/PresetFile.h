@@ -42,6 +42,9 @@ std::string fileNameFor(std::string_view presetName);
 bool isNamedAfter(const QVXPresetRecord& record, std::string_view fileName);
 
 bool hasPresetExtension(const std::filesystem::path& file);
+// Whether a file of that name is one of the user's presets: it has the extension, and its name is
+// none that some system keeps for a device.
+bool isPresetFile(const std::filesystem::path& file);
 std::filesystem::path withPresetExtension(std::filesystem::path file);
 
 }  // namespace Quorvant

@@ -26,10 +26,24 @@ char32_t lowerCase(char32_t c) {
     return c;
 }
 
-// The names are well-formed UTF-8, which paths make U+FFFD of anything else to be.
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+// Of well-formed UTF-8. A number stands in it as a digit, so that it keeps its place among other
+// characters, then its length, then itself: thus keys compare as the numbers do.
 std::u32string sortKey(std::string_view name) {
     std::u32string key;
     for (std::size_t i = 0; i < name.size();) {
+        if (isDigit(name[i])) {
+            while (i < name.size() && name[i] == '0') ++i;
+            const std::size_t first = i;
+            while (i < name.size() && isDigit(name[i])) ++i;
+            key += U'0';
+            key += static_cast<char32_t>(i - first);
+            key.append(name.begin() + first, name.begin() + i);
+            continue;
+        }
         const auto lead = static_cast<unsigned char>(name[i]);
         const std::size_t length = lead < 0x80 ? 1 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
         char32_t code = length == 1 ? lead : lead & (0x7Fu >> length);
@@ -67,8 +81,8 @@ void scanFiles(PresetFolder& folder) {
     folder.files.clear();
     forEachIn(folder.path, [&](const std::filesystem::directory_entry& entry) {
         std::error_code error;
-        if (hasPresetExtension(entry.path()) && entry.is_regular_file(error))
-            folder.files.push_back({entry.path(), utf8FromPath(entry.path().stem())});
+        if (isPresetFile(entry.path()) && entry.is_regular_file(error))
+            folder.files.push_back({entry.path(), shownText(utf8FromPath(entry.path().stem()))});
     });
     sortByName(folder.files);
 }
@@ -127,7 +141,7 @@ void PresetFolders::scan() {
     forEachIn(main, [&](const std::filesystem::directory_entry& entry) {
         std::error_code error;
         if (entry.is_directory(error))
-            found.push_back({entry.path(), utf8FromPath(entry.path().filename()), {}});
+            found.push_back({entry.path(), shownText(utf8FromPath(entry.path().filename())), {}});
     });
     sortByName(found);
     if (found.size() > kMostFolders - 1) found.resize(kMostFolders - 1);
@@ -150,6 +164,32 @@ PresetLocation PresetFolders::locate(const Path& file) const {
     const auto& files = folders[static_cast<std::size_t>(*list)].files;
     const auto preset = placeOf(files, &PresetFileEntry::file, file);
     return {kFromFolder, *list, preset.value_or(kNotListed)};
+}
+
+std::string PresetFolders::pathBelow(const PresetLocation& location) const {
+    const auto* entry = entryAt(location);
+    if (!entry) return {};
+    return frontOf(static_cast<std::size_t>(location.list)) + utf8FromPath(entry->file.filename());
+}
+
+PresetLocation PresetFolders::locateBelow(std::string_view path) const {
+    const auto nameAt = path.rfind('/') + 1;  // 0 where there is none
+    for (std::size_t list = 0; list < folders.size(); ++list) {
+        if (frontOf(list) != path.substr(0, nameAt)) continue;
+        const auto& files = folders[list].files;
+        const auto found = std::ranges::find(files, path.substr(nameAt), [](const auto& entry) {
+            return utf8FromPath(entry.file.filename());
+        });
+        const bool listed = found != files.end();
+        return {kFromFolder, static_cast<int32_t>(list),
+                listed ? static_cast<int32_t>(found - files.begin()) : kNotListed};
+    }
+    return {kFromFolder, 0, kNotListed};
+}
+
+// What stands before a file's name in its path below the main folder.
+std::string PresetFolders::frontOf(std::size_t list) const {
+    return list == 0 ? "" : utf8FromPath(folders[list].path.filename()) + "/";
 }
 
 }  // namespace Quorvant

@@ -6,19 +6,24 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Quorvant {
 
 struct PresetFileEntry {
     std::filesystem::path file;
-    std::string name;  // UTF-8, without the extension
+    std::string name;  // to be shown, without the extension
+
+    friend bool operator==(const PresetFileEntry&, const PresetFileEntry&) = default;
 };
 
 struct PresetFolder {
     std::filesystem::path path;
-    std::string name;  // UTF-8
+    std::string name;  // to be shown
     std::vector<PresetFileEntry> files;
+
+    friend bool operator==(const PresetFolder&, const PresetFolder&) = default;
 };
 
 inline constexpr std::size_t kMostFolders = 128;  // the main folder included
@@ -27,7 +32,7 @@ inline constexpr std::size_t kMostFolders = 128;  // the main folder included
 // Empty where the user has no home.
 const std::filesystem::path& mainPresetFolder();
 
-// Main thread. Names are sorted without regard to case.
+// Main thread. Names are sorted without regard to case, numbers in them by their values.
 class PresetFolders {
   public:
     // Lists nothing but an empty main folder until the first scan.
@@ -49,7 +54,14 @@ class PresetFolders {
     // it isn't, or in the main folder's where the folder isn't listed either.
     PresetLocation locate(const std::filesystem::path& file) const;
 
+    // A listed file as its path below the main folder, UTF-8 with "/"; empty for any other.
+    std::string pathBelow(const PresetLocation& location) const;
+    // The way back, for paths of any origin: they are compared with what is listed, and never used.
+    PresetLocation locateBelow(std::string_view path) const;
+
   private:
+    std::string frontOf(std::size_t list) const;
+
     std::vector<PresetFolder> folders;
 };
 

@@ -57,18 +57,13 @@ const ParameterSet& writtenByChoice() {
     return written;
 }
 
-void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& live, const ParameterSet& written) {
-    for (uint32_t index = 0; index < kStoredParameterCount; ++index)
-        if (!written[index]) record.values[index] = live.values[index];
-}
-
 }  // namespace
 
 PresetManager::PresetManager(PresetHost& owner, Path mainFolder)
     : host(owner), folders(std::move(mainFolder)), slots(freshSetup()) {}
 
 std::string PresetManager::nameDisplay() const {
-    return presetNameDisplay(location().preset, presetName(current()));
+    return presetNameDisplay(location().preset, shownText(presetName(current())));
 }
 
 void PresetManager::setName(std::string_view name) {
@@ -136,8 +131,7 @@ void PresetManager::scanOnce() {
 }
 
 void PresetManager::refreshFolders() {
-    rescan({}, {});
-    host.presetsChanged();
+    if (rescan({}, {})) host.presetsChanged();
 }
 
 template <typename Visit>
@@ -146,7 +140,8 @@ void PresetManager::forEachSetup(Visit&& visit) {
     history.forEachSetup(visit);
 }
 
-void PresetManager::rescan(const Path& renamed, const Path& newFile) {
+// Whether the lists are others than before.
+bool PresetManager::rescan(const Path& renamed, const Path& newFile) {
     const PresetFolders before = folders;
     folders.scan();
     scanned = true;
@@ -160,6 +155,7 @@ void PresetManager::rescan(const Path& renamed, const Path& newFile) {
         if (list < before.list().size()) place = folders.locate(before.list()[list].path / "");
     };
     forEachSetup([&](SetupSlot& slot) { follow(slot.location); });
+    return folders.list() != before.list();
 }
 
 // Changes of preset
@@ -181,7 +177,7 @@ void PresetManager::apply(const ParameterSet& written) {
 
 void PresetManager::take(const QVXPresetRecord& record, const PresetLocation& place,
                          const ParameterSet& written) {
-    history.push(slots.active());
+    history.push(slots);
     SetupSlot& slot = slots.active();
     const QVXPresetRecord live = slot.current;
     slot.current = record;
@@ -189,7 +185,7 @@ void PresetManager::take(const QVXPresetRecord& record, const PresetLocation& pl
     slot.loaded = slot.current;
     slot.modified = false;
     slot.location = place;
-    history.commit(slot);
+    history.commit(slots, written);
     apply(written);
 }
 
@@ -221,11 +217,12 @@ PresetFault PresetManager::loadFile(const Path& file, const ParameterSet& kept) 
     return load(file, {location().source, location().list, kNotListed}, kept);
 }
 
-PresetFault PresetManager::loadByName(std::string_view name, std::string_view subfolder) {
+PresetFault PresetManager::loadByName(std::string_view name, std::string_view subfolder,
+                                      const ParameterSet& kept) {
     QVXPresetRecord record = current();
     const auto fault = loadPresetFile(mainFolder(), name, subfolder, record);
     if (fault == PresetFault::None)
-        take(record, {location().source, location().list, kNotListed}, writtenByChoice());
+        take(record, {location().source, location().list, kNotListed}, writtenByChoice() & ~kept);
     return fault;
 }
 
@@ -234,18 +231,30 @@ bool PresetManager::canStep(int direction) {
     return target >= 0 && target < listSize(location());
 }
 
-PresetFault PresetManager::step(int direction, const ParameterSet& kept) {
+PresetFault PresetManager::step(int direction, const ParameterSet& kept,
+                                std::vector<std::string>* leftOut) {
     if (!canStep(direction)) return PresetFault::NotFound;
-    PresetLocation target = location();
-    target.preset += direction;
-    return choose(target, kept);
+    const PresetLocation from = location();
+    const int by = direction < 0 ? -1 : 1;
+    if (from.source != kFromFolder) return choose({from.source, from.list, from.preset + by}, kept);
+    // A copy: a file that turns out to be gone has the folders scanned again.
+    const auto files = folders.list()[static_cast<std::size_t>(from.list)].files;
+    auto firstFault = PresetFault::NotFound;
+    for (int64_t at = from.preset + by; at >= 0 && at < std::ssize(files); at += by) {
+        const auto& [file, name] = files[static_cast<std::size_t>(at)];
+        const auto fault = load(file, folders.locate(file), kept);
+        if (fault == PresetFault::None) return fault;
+        if (at == from.preset + by) firstFault = fault;
+        if (leftOut) leftOut->push_back(name);
+    }
+    return firstFault;
 }
 
-PresetFault PresetManager::pasteFromMemo() {
+PresetFault PresetManager::pasteFromMemo(const ParameterSet& kept) {
     QVXPresetRecord record{};
     const auto fault = memo.paste(factoryBank()[0], record);
     if (fault == PresetFault::None)
-        take(record, {location().source, location().list, kNotListed}, allParameters());
+        take(record, {location().source, location().list, kNotListed}, allParameters() & ~kept);
     return fault;
 }
 
@@ -253,38 +262,51 @@ PresetFault PresetManager::copyToMemo() {
     return memo.copy(current(), location());
 }
 
-void PresetManager::undo() {
-    stepHistory(&UndoHistory::undo);
+void PresetManager::undo(const ParameterSet& kept) {
+    stepHistory(&UndoHistory::undo, kept);
 }
 
-void PresetManager::redo() {
-    stepHistory(&UndoHistory::redo);
+void PresetManager::redo(const ParameterSet& kept) {
+    stepHistory(&UndoHistory::redo, kept);
 }
 
-void PresetManager::stepHistory(bool (UndoHistory::*move)(SetupSlot&)) {
-    SetupSlot& slot = slots.active();
-    const QVXPresetRecord live = slot.current;
-    const int32_t source = slot.location.source;
-    if (!(history.*move)(slot)) return;
-    keepOthers(slot.current, live, writtenByChoice());
-    if (slot.location.source == kFromFolder && slot.location.source != source) rescan({}, {});
-    apply(writtenByChoice());
+void PresetManager::stepHistory(std::optional<ParameterSet> (UndoHistory::*move)(SetupSlots&),
+                                const ParameterSet& kept) {
+    const QVXPresetRecord live = current();
+    const Setup heard = slots.selected();
+    const int32_t source = location().source;
+    const auto written = (history.*move)(slots);
+    if (!written) return;
+    if (location().source == kFromFolder && location().source != source) rescan({}, {});
+    hear(live, heard == slots.selected() ? *written : allParameters(), kept);
 }
 
 // Setups
 
-void PresetManager::selectSetup(double controlValue) {
-    const Setup setup = switchState(controlValue) ? Setup::B : Setup::A;
-    if (setup == slots.selected()) return;
-    slots.select(setup);
-    apply(allParameters());
+// The parameters, which are as in `live`, follow what the selected setup has become.
+void PresetManager::hear(const QVXPresetRecord& live, const ParameterSet& written,
+                         const ParameterSet& kept) {
+    SetupSlot& slot = slots.active();
+    keepOthers(slot.current, live, ~kept);
+    keepOthers(slot.loaded, live, ~kept);
+    updateModified();
+    apply(written & ~kept);
 }
 
-void PresetManager::copyAB(int direction) {
+void PresetManager::selectSetup(double controlValue, const ParameterSet& kept) {
+    const Setup setup = switchState(controlValue) ? Setup::B : Setup::A;
+    if (setup == slots.selected()) return;
+    const QVXPresetRecord live = current();
+    slots.select(setup);
+    hear(live, allParameters(), kept);
+}
+
+void PresetManager::copyAB(int direction, const ParameterSet& kept) {
     const Setup target = direction == 0 ? Setup::A : Setup::B;
+    const QVXPresetRecord live = current();
     slots.copyOver(target);
     if (target == slots.selected())
-        apply(allParameters());
+        hear(live, allParameters(), kept);
     else
         host.presetsChanged();
 }
@@ -375,10 +397,7 @@ SavedSetups PresetManager::saveState() const {
     for (const Setup setup : {Setup::A, Setup::B}) {
         auto& [slot, file] = saved.setups[static_cast<std::size_t>(setup)];
         slot = slots.slot(setup);
-        const auto* entry = folders.entryAt(slot.location);
-        if (!entry) continue;
-        file = utf8FromPath(entry->file.lexically_relative(mainFolder()));
-        std::replace(file.begin(), file.end(), static_cast<char>(Path::preferred_separator), '/');
+        file = folders.pathBelow(slot.location);
     }
     return saved;
 }
@@ -391,7 +410,7 @@ void PresetManager::restoreState(const SavedSetups& saved,
         slot = savedSlot;
         if (slot.location.source == kFromFolder) {
             scanOnce();
-            slot.location = folders.locate(mainFolder() / pathFromUtf8(file));
+            slot.location = folders.locateBelow(file);
         } else if (slot.location.preset >= listSize(slot.location)) {
             slot.location.preset = kNotListed;
         }

@@ -1,9 +1,8 @@
 #include "presets/PresetMemo.h"
 
+#include "platform/LocalTime.h"
 #include "platform/UserStore.h"
 #include "presets/PresetBlob.h"
-
-#include <boost/date_time/c_time.hpp>
 
 namespace Quorvant {
 namespace {
@@ -20,10 +19,7 @@ void nameMemo(QVXPresetRecord& record, const std::tm& localTime) {
 
 PresetFault PresetMemo::copy(const QVXPresetRecord& record, const PresetLocation& location) {
     last = record;
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    boost::date_time::c_time::localtime(&now, &local);
-    nameMemo(*last, local);
+    nameMemo(*last, localTime(std::time(nullptr)));
     const auto blob = serialisePreset(*last, static_cast<uint32_t>(location.list),
                                       static_cast<uint32_t>(location.preset));
     return presetFault(writeUserValue(kMemoName, blob), PresetFault::NoFolder);

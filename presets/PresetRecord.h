@@ -3,6 +3,7 @@
 
 #include "params/ParameterIndex.h"
 
+#include <bitset>
 #include <cstddef>
 #include <string_view>
 
@@ -19,10 +20,17 @@ struct QVXPresetRecord {
 };
 static_assert(sizeof(QVXPresetRecord) == 176);
 
+// Some of the 38 parameters that presets hold.
+using ParameterSet = std::bitset<kStoredParameterCount>;
+
+// All values but those of `written` become the other record's.
+void keepOthers(QVXPresetRecord& record, const QVXPresetRecord& other, const ParameterSet& written);
+
 // The name up to its terminator; a field without one is read to its end.
 std::string_view presetName(const QVXPresetRecord& record);
 
-// Longer names are cut to 23 bytes, between characters. The rest of the field becomes zero.
+// Bytes that are no UTF-8 are read as Latin-1. Longer names are cut to 23 bytes, between
+// characters. The rest of the field becomes zero.
 void setPresetName(QVXPresetRecord& record, std::string_view name);
 
 }  // namespace Quorvant

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -39,6 +40,13 @@ inline std::string numberedPreset(int place, std::string_view name) {
 inline std::string presetNameDisplay(int place, std::optional<std::string_view> name) {
     const std::string front = place < 0 ? "CP:" : presetNumber(place) + ": ";
     return front + std::string(name.value_or("current"));
+}
+
+// What the bar tells of files that were passed over, e.g. "Left out: noise, old".
+inline std::string leftOutText(std::span<const std::string> names) {
+    std::string text = "Left out";
+    for (const std::string& name : names) text += (&name == names.data() ? ": " : ", ") + name;
+    return text;
 }
 
 }  // namespace Quorvant

@@ -2,32 +2,46 @@
 
 namespace Quorvant {
 
-void UndoHistory::commit(const SetupSlot& after) {
+void UndoHistory::push(const SetupSlots& slots) {
+    pending.setup = slots.selected();
+    pending.before = slots.active();
+}
+
+void UndoHistory::commit(const SetupSlots& slots, const ParameterSet& written) {
+    pending.after = slots.active();
+    pending.written = written;
+    const auto& [setup, set, before, after] = pending;
     const bool listed = after.location.preset != kNotListed;
-    if (after.location == pending.location && (listed || after.current == pending.current)) return;
+    if (after.location == before.location && (listed || after.current == before.current)) return;
     count = position;
     if (count == kDepth) {
         oldest = (oldest + 1) % kDepth;
         --count;
     }
-    at(count) = {pending, after};
+    at(count) = pending;
     position = ++count;
 }
 
-bool UndoHistory::undo(SetupSlot& setup) {
-    if (!canUndo()) return false;
+std::optional<ParameterSet> UndoHistory::undo(SetupSlots& slots) {
+    if (!canUndo()) return std::nullopt;
     Change& change = at(--position);
-    change.after = setup;
-    setup = change.before;
-    return true;
+    return exchange(change, change.before, change.after, slots);
 }
 
-bool UndoHistory::redo(SetupSlot& setup) {
-    if (!canRedo()) return false;
+std::optional<ParameterSet> UndoHistory::redo(SetupSlots& slots) {
+    if (!canRedo()) return std::nullopt;
     Change& change = at(position++);
-    change.before = setup;
-    setup = change.after;
-    return true;
+    return exchange(change, change.after, change.before, slots);
+}
+
+ParameterSet UndoHistory::exchange(const Change& change, const SetupSlot& wanted, SetupSlot& left,
+                                   SetupSlots& slots) {
+    slots.select(change.setup);
+    SetupSlot& slot = slots.active();
+    left = slot;
+    slot = wanted;
+    keepOthers(slot.current, left.current, change.written);
+    return change.written;
 }
 
 }  // namespace Quorvant

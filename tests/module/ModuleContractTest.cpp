@@ -303,6 +303,26 @@ TEST(ModuleContract, StatesMayComeFromAnotherThreadWhileAudioRuns) {
     EXPECT_EQ(*rig.plugin->componentState(), *state);
 }
 
+TEST(ModuleContract, TheSetUpMayChangeWhileAudioRuns) {
+    ModuleRig rig(oneEcho());
+    std::atomic<bool> done = false;
+    std::thread main([&] {
+        using namespace Steinberg::Vst;
+        SpeakerArrangement inputs[] = {SpeakerArr::kStereo, SpeakerArr::kMono};
+        SpeakerArrangement output = SpeakerArr::kStereo;
+        for (int i = 0; i < 100; ++i) {
+            const double rate = i % 2 == 0 ? 192000.0 : 44100.0;
+            ProcessSetup setup{kRealtime, kSample32, 256, rate};
+            EXPECT_EQ(rig.plugin->processor()->setupProcessing(setup), kResultOk);
+            EXPECT_EQ(rig.plugin->component()->setActive(i % 3 != 0), kResultOk);
+            rig.plugin->processor()->setBusArrangements(inputs, 1 + i % 2, &output, 1);
+        }
+        done = true;
+    });
+    while (!done) ASSERT_TRUE(std::isfinite(peak(rig.render(noise(0.2, 2048)).left)));
+    main.join();
+}
+
 #ifdef ALLOCATIONS_ARE_COUNTED
 TEST(ModuleContract, ProcessingAllocatesNothing) {
     ModuleRig rig;

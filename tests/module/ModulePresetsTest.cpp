@@ -5,6 +5,8 @@
 #include "pluginterfaces/vst/ivstunits.h"
 #include "public.sdk/source/vst/utility/stringconvert.h"
 
+#include <cstring>
+#include <map>
 #include <random>
 
 namespace Quorvant::Test {
@@ -105,6 +107,86 @@ TEST(ModulePresets, AProgramThatComesBackAfterAStateChangesNothing) {
     EXPECT_TRUE(loaded.plugin->editLog().edits.empty());
     chooseProgram(loaded, 41);
     EXPECT_NE(loaded.plugin->controllerValue(21), 0.123);
+}
+
+// What a host saves of an instance at one moment, and gives back later.
+struct Snapshot {
+    explicit Snapshot(ModuleRig& rig)
+        : component(*rig.plugin->componentState()), controller(*rig.plugin->controllerState()) {
+        for (const auto& parameter : rig.plugin->parameters())
+            if (!parameter.has(Steinberg::Vst::ParameterInfo::kIsReadOnly))
+                values[parameter.id] = rig.plugin->controllerValue(parameter.id);
+    }
+    void restore(ModuleRig& rig, bool shown) const {
+        EXPECT_EQ(rig.plugin->setComponentState(component), Steinberg::kResultOk);
+        if (shown) rig.plugin->showComponentState(component);
+        EXPECT_EQ(rig.plugin->setControllerState(controller), Steinberg::kResultOk);
+    }
+
+    Hosting::Bytes component, controller;
+    std::map<Hosting::ParamID, double> values;
+};
+
+double storedValue(ModuleRig& rig, uint32_t index) {
+    double value = -2.0;
+    std::memcpy(&value, rig.plugin->componentState()->data() + 8 * index, sizeof value);
+    return value;
+}
+
+// As validators of plug-ins and hosts' own undo do it: saved early, restored after every parameter
+// has changed.
+TEST(ModulePresets, StatesOfAnyMomentBringBackEveryParameter) {
+    std::mt19937 random(11);
+    const Signal in = noise(0.3, 24000);
+    const auto randomise = [&](ModuleRig& rig) {
+        for (const auto& parameter : rig.plugin->parameters())
+            if (!parameter.has(Steinberg::Vst::ParameterInfo::kIsReadOnly))
+                rig.plugin->setParameter(parameter.id, std::ldexp(random() % 1025, -10));
+        forwardEdits(rig);
+    };
+    for (const bool shown : {true, false}) {
+        for (const bool active : {true, false}) {
+            for (const bool loopEngaged : {false, true}) {
+                SCOPED_TRACE(testing::Message() << shown << active << loopEngaged);
+                ModuleRig rig, fresh;
+                // A single edit leaves all others out of the component's state.
+                if (loopEngaged) {
+                    for (ModuleRig* both : {&rig, &fresh}) {
+                        both->plugin->setParameter(kInfRepeat, 1.0);
+                        both->plugin->flush({});
+                    }
+                }
+                const Snapshot snapshot(rig);
+                randomise(rig);
+                rig.plugin->setActive(active);
+                rig.plugin->editLog().restartFlags = 0;
+                snapshot.restore(rig, shown);
+                EXPECT_NE(rig.plugin->editLog().restartFlags & Steinberg::Vst::kParamValuesChanged,
+                          0);
+                for (const auto& [id, value] : snapshot.values) {
+                    EXPECT_EQ(rig.plugin->controllerValue(id), value) << id;
+                    if (id < kStoredParameterCount) {
+                        EXPECT_EQ(storedValue(rig, id), value) << id;
+                    }
+                }
+                EXPECT_EQ(*rig.plugin->controllerState(), snapshot.controller);
+                rig.render(silence(256));
+                for (ModuleRig* both : {&rig, &fresh}) {
+                    both->plugin->flush({{kInfRepeat, 0, 0.0}});  // so that the delay is heard
+                    both->reset();
+                }
+                EXPECT_LT(largestDifference(rig.render(in), fresh.render(in)), 1e-6);
+
+                // What the processor has received comes from the component's state.
+                randomise(rig);
+                const Snapshot later(rig);
+                randomise(rig);
+                later.restore(rig, shown);
+                for (const auto& [id, value] : later.values)
+                    EXPECT_EQ(rig.plugin->controllerValue(id), value) << id;
+            }
+        }
+    }
 }
 
 TEST(ModulePresets, DamagedControllerStatesAreIgnoredWhole) {

@@ -37,12 +37,12 @@ TEST(Utf8Path, GoesThereAndBackAndRepairsTheRest) {
         EXPECT_EQ(validUtf8(text), text);
         EXPECT_EQ(utf8FromPath(pathFromUtf8(text)), text);
     }
-    const std::string replacement = "\xEF\xBF\xBD";
-    EXPECT_EQ(validUtf8("a\xE9"), "a" + replacement);
-    EXPECT_EQ(validUtf8("\xC0\xAF"), replacement + replacement);         // overlong
-    EXPECT_EQ(validUtf8("\xED\xA0\x80").substr(0, 3), replacement);      // a surrogate
-    EXPECT_EQ(validUtf8("\xF4\x90\x80\x80").substr(0, 3), replacement);  // beyond the last
-    EXPECT_EQ(validUtf8("\xF0\x9F\x8E"), replacement + replacement + replacement);  // cut short
+    EXPECT_EQ(validUtf8("a\xE9"), "aé");
+    EXPECT_EQ(validUtf8("\xC0\xAF"), "À¯");                      // overlong
+    EXPECT_EQ(validUtf8("\xED\xA0\x80").substr(0, 2), "í");      // a surrogate
+    EXPECT_EQ(validUtf8("\xF4\x90\xBF\xBF").substr(0, 2), "ô");  // beyond the last
+    EXPECT_EQ(validUtf8("ä\xF0\x9F\xBE"), "äð\xC2\x9F¾");        // cut short
+    EXPECT_EQ(shownText("a\n\x7F\x9Fé\xC2\x85Â"), "a   é Â");
     EXPECT_EQ(cutUtf8("a\xC3\xA4", 2), "a");
     EXPECT_EQ(cutUtf8("\x80\x80", 1), "");
 }

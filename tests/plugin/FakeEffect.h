@@ -6,6 +6,7 @@
 #include "params/ParameterIndex.h"
 
 #include <array>
+#include <functional>
 #include <map>
 #include <string>
 #include <utility>
@@ -35,6 +36,7 @@ class FakeEffect final : public QVXEffect {
     int32_t latency = 0;
     bool offers64 = true;
     double outputLevel = 0.25;  // written to every output sample
+    std::function<void()> duringProcess, duringReset;
 
     void process32(const float* const* i, float* const* o, int32_t n) override {
         take("process32", i, o, n);
@@ -55,7 +57,10 @@ class FakeEffect final : public QVXEffect {
         sampleRate = rate;
         return rate >= 44100.0 && rate <= 384000.0;
     }
-    void reset() override { calls.push_back("reset"); }
+    void reset() override {
+        calls.push_back("reset");
+        if (duringReset) duringReset();
+    }
     bool supports32() override { return true; }
     bool supports64() override { return offers64; }
     void setParameter(uint32_t index, double value) override { handed.push_back({index, value}); }
@@ -79,6 +84,7 @@ class FakeEffect final : public QVXEffect {
         }
         frames = n;
         transport = link.transport();
+        if (duringProcess) duringProcess();
     }
 
     const QVXHostLink& link;

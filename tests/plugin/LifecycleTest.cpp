@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <limits>
+#include <thread>
 
 namespace Quorvant {
 namespace {
@@ -93,6 +96,58 @@ TEST(Lifecycle, processingBeforeActivationIsHarmless) {
     block.input({&sample}).output({&sample}).point(kMix, 0.5);
     EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
     EXPECT_EQ(rig.effect->handed.size(), 1u);
+}
+
+TEST(Lifecycle, blocksDuringAChangeOfTheSetUpAreSilentAndLoseNothing) {
+    WrapperRig rig;
+    rig.setUp();
+    std::array<float, 8> in{}, left{}, right{};
+    const auto run = [&](TestBlock<float>& block) {
+        left.fill(3.0f);
+        right.fill(3.0f);
+        block.input({in.data(), in.data()}).output({left.data(), right.data()});
+        EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
+    };
+    const auto isSilent = [](float x) { return x == 0.0f; };
+    Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 512, 96000.0};
+    for (const bool activation : {true, false}) {
+        rig.effect->duringReset = [&] {
+            rig.effect->takeHanded();
+            rig.effect->calls.clear();
+            std::thread([&] {
+                TestBlock<float> block(8);
+                block.point(kMix, 0.75).point(kSuspend, 1.0);
+                run(block);
+                EXPECT_TRUE(std::ranges::all_of(left, isSilent));
+                EXPECT_TRUE(std::ranges::all_of(right, isSilent));
+            }).join();
+            EXPECT_TRUE(rig.effect->calls.empty() && rig.effect->handed.empty());
+        };
+        activation ? rig.wrapper->setActive(true) : rig.wrapper->setupProcessing(setup);
+        rig.effect->duringReset = {};
+        EXPECT_EQ(stateDoubles(rig.state())[kMix], 0.75);
+        TestBlock<float> next(8);
+        next.point(kFeedback, 0.5);
+        run(next);
+        EXPECT_EQ(rig.effect->takeHanded(), (std::vector<FakeEffect::Handed>{
+                                                {kMix, 0.75}, {kSuspend, 1.0}, {kFeedback, 0.5}}));
+        EXPECT_EQ(left[0], 0.25f);
+    }
+}
+
+TEST(Lifecycle, aBlockRefusesChangesOfTheSetUpFromWithinItself) {
+    WrapperRig rig;
+    rig.setUp();
+    rig.effect->duringProcess = [&] {
+        Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 512, 96000.0};
+        EXPECT_NE(rig.wrapper->setActive(false), kResultOk);
+        EXPECT_NE(rig.wrapper->setupProcessing(setup), kResultOk);
+    };
+    float sample = 0.0f;
+    TestBlock<float> block(1);
+    block.input({&sample}).output({&sample});
+    EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
+    EXPECT_EQ(rig.effect->calls, Calls{"process32"});
 }
 
 TEST(Lifecycle, withoutAnEngineAllAnswersAreNeutral) {

@@ -1,4 +1,5 @@
 // The processor's state: its bytes, bad streams, and how it gets to the engine.
+#include "plugin/StateMessages.h"
 #include "tests/plugin/WrapperRig.h"
 
 #include <gtest/gtest.h>
@@ -178,12 +179,38 @@ TEST(StateWhileActive, isNotLostWhenProcessingStops) {
     }
 }
 
-// For the thread sanitizer above all: a main thread sets and reads states while audio runs.
+TEST(StateWhileActive, messagesOfAnotherKindChangeNothing) {
+    WrapperRig rig;
+    rig.setState(stateBytes(std::vector<double>(39, -1.0)));
+    rig.effect->takeHanded();
+    Vst::HostMessage message;
+    EXPECT_NE(rig.wrapper->notify(nullptr), kResultOk);
+    EXPECT_NE(rig.wrapper->notify(&message), kResultOk);
+    message.setMessageID(kOfferedValues);
+    EXPECT_NE(rig.wrapper->notify(&message), kResultOk);
+    const auto bytes = stateBytes(wholeState(0.1, 0.0));
+    for (const uint32 size : {0u, 311u}) {
+        message.getAttributes()->setBinary("State", bytes.data(), size);
+        EXPECT_NE(rig.wrapper->notify(&message), kResultOk) << size;
+    }
+    EXPECT_TRUE(rig.effect->handed.empty());
+    message.getAttributes()->setBinary("State", bytes.data(), 312);
+    EXPECT_EQ(rig.wrapper->notify(&message), kResultOk);
+    EXPECT_EQ(rig.state(), bytes);
+}
+
+// For the thread sanitizer above all: a main thread sets and reads states while audio runs, and
+// changes the set-up, which it had better not.
 TEST(StateWhileActive, mainAndAudioThreadsWorkAtTheSameTime) {
     WrapperRig rig;
     rig.setUp();
     std::atomic<bool> stop{false};
     std::atomic<int> blocks{0};
+    rig.effect->duringProcess = [&] {
+        rig.effect->takeHanded();
+        rig.effect->calls.clear();
+        ++blocks;
+    };
     std::thread audio([&] {
         std::array<float, 32> memory{};
         while (!stop) {
@@ -191,18 +218,18 @@ TEST(StateWhileActive, mainAndAudioThreadsWorkAtTheSameTime) {
             block.input({memory.data()}).output({memory.data()});
             // Only what no state touches, so that a torn state would show.
             block.point(kResetCommand, 0.0).run(*rig.wrapper);
-            for (const Handed& h : rig.effect->takeHanded()) {
-                if (h.index == 0) memory[0] = static_cast<float>(h.value);
-            }
-            rig.effect->calls.clear();
-            ++blocks;
         }
     });
+    Vst::SpeakerArrangement arrangement[] = {Vst::SpeakerArr::kStereo, Vst::SpeakerArr::kMono};
     for (int i = 0; i < 400 || blocks < 400; ++i) {
         const auto bytes = stateBytes(wholeState((i % 60) / 100.0, i % 2));
         ASSERT_EQ(rig.setState(bytes), kResultOk);
         ASSERT_EQ(rig.state(), bytes) << "neither torn nor overtaken by an older one";
         rig.wrapper->activateBus(Vst::kAudio, Vst::kInput, 1, i % 2);
+        Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 512, 48000.0 + i};
+        if (i % 3 == 0) rig.wrapper->setupProcessing(setup);
+        if (i % 5 == 0) rig.wrapper->setActive(i % 2 == 0);
+        if (i % 7 == 0) rig.wrapper->setBusArrangements(arrangement, 1 + i % 2, arrangement, 1);
         ASSERT_EQ(rig.state(), bytes);
     }
     stop = true;

@@ -57,6 +57,12 @@ TEST(LegacyImport, ProcessKeepsItsValueAndTheNameIsTaken) {
     const auto record = imported(blob);
     EXPECT_EQ(record.values[kProcess], 0.77f);
     EXPECT_EQ(presetName(record), "old one");
+    // One byte a character, as then; what doesn't fit is left out in whole characters.
+    EXPECT_EQ(presetName(imported(BlobBytes::legacy().name("K\xE4se \xDF"))), "Käse ß");
+    EXPECT_EQ(presetName(imported(BlobBytes::legacy().name(std::string(23, '\xFC')))),
+              "üüüüüüüüüüü");
+    EXPECT_EQ(presetName(imported(BlobBytes::legacy().name(std::string(22, 'x') + "ü"))),
+              std::string(22, 'x'));
 }
 
 TEST(LegacyImport, NotesComeFromNumeratorAndDenominator) {
@@ -92,10 +98,9 @@ TEST(LegacyImport, BadValuesAreSkippedWithADiagnostic) {
     expected.values[kMix] = 0.25f;
     EXPECT_EQ(imported(blob), expected);
     const std::string said = testing::internal::GetCapturedStderr();
-#ifndef _WIN32  // there the debugger hears it
-    const std::string message = "!!! Legacy QVX77 preset loading error !!!\n";
-    EXPECT_EQ(said, message + message);
-#endif
+    const std::string message = "!!! Legacy QVX77 preset loading error !!!";
+    EXPECT_NE(said.find(message), std::string::npos);
+    EXPECT_NE(said.find(message), said.rfind(message)) << "one for each";
 }
 
 TEST(LegacyImport, OtherVersionsGoToTheOrdinaryReader) {

@@ -47,7 +47,7 @@ TEST(PresetFile, RoundTripsUnderAnyName) {
 
 TEST(PresetFile, NamesThatNotEverySystemTakesAreRefusedOrReplaced) {
     for (const char* name : {"", ".", "..", " x", "x ", "x.", ".x", "a/b", "a\\b", "a:b", "a\nb",
-                             "what?", "con", "NUL.txt", "com1", "\xFF"})
+                             "what?", "con", "NUL.txt", "com1", "NUL .a", "COM²", "conin$", "\xFF"})
         EXPECT_FALSE(isFileName(name)) << name;
     EXPECT_FALSE(isFileName(std::string(252, 'x')));
     EXPECT_EQ(fileNameFor("clipboard 09:05:07"), "clipboard 09-05-07");
@@ -59,6 +59,25 @@ TEST(PresetFile, NamesThatNotEverySystemTakesAreRefusedOrReplaced) {
     const auto tooLong = folder / std::string(300, 'x');
     EXPECT_EQ(savePreset(tooLong, sample(), {}), PresetFault::BadName);
 #endif
+}
+
+TEST(PresetFile, DevicesAreNoPresetFiles) {
+    const TestFolder folder;
+    for (const char* name : {"NUL.qvx", "com1.qvx", "Lpt9.old.qvx", "AUX .qvx"}) {
+        const auto file = folder / name;
+        QVXPresetRecord record{};
+        EXPECT_EQ(savePreset(file, sample(), {}), PresetFault::BadName) << name;
+        EXPECT_EQ(loadPreset(file, record), PresetFault::NotAPreset) << name;
+        EXPECT_EQ(deletePreset(file), PresetFault::NotAPreset) << name;
+#ifndef _WIN32
+        writeBytes(file, "");
+#endif
+    }
+    writeBytes(folder / "nullpoint.qvx", "");
+    PresetFolders folders(folder.path);
+    folders.scan();
+    ASSERT_EQ(folders.list()[0].files.size(), 1u);
+    EXPECT_EQ(folders.list()[0].files[0].name, "nullpoint");
 }
 
 TEST(PresetFile, SavingReplacesInOnePiece) {
@@ -251,24 +270,28 @@ TEST(PresetFile, WriteProtectedFileIsTold) {
 
 #endif
 
-TEST(PresetFolders, ListsOneLevelSortedWithoutRegardToCase) {
+TEST(PresetFolders, ListsOneLevelInNaturalOrderAndInSilence) {
     const TestFolder folder;
     for (const char* sub : {"beta", "Alpha", "ångström", "Ärger", "Zulu"})
         std::filesystem::create_directories(folder / sub);
     std::filesystem::create_directories(folder / "Alpha/deeper");
     for (const char* file : {"b.qvx", "A.QVX", "C.qvx", "notes.txt", "noextension", ".qvx",
-                             "Alpha/in.qvx", "Alpha/deeper/unseen.qvx"})
+                             "Alpha/in.qvx", "Alpha/deeper/unseen.qvx", "a 10.qvx", "A 9 b.qvx",
+                             "a 09 c.qvx", "a 9.qvx", "100.qvx", "20.qvx"})
         writeBytes(folder / file, "");
     std::filesystem::create_directories(folder / "isfolder.qvx");
     PresetFolders folders(folder.path);
+    testing::internal::CaptureStderr();
     folders.scan();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     std::vector<std::string> names;
     for (const auto& entry : folders.list()) names.push_back(entry.name);
     EXPECT_EQ(names, (std::vector<std::string>{"#MAIN FOLDER", "Alpha", "beta", "isfolder.qvx",
                                                "Zulu", "Ärger", "ångström"}));
     names.clear();
     for (const auto& entry : folders.list()[0].files) names.push_back(entry.name);
-    EXPECT_EQ(names, (std::vector<std::string>{"A", "b", "C"}));
+    EXPECT_EQ(names, (std::vector<std::string>{"20", "100", "A", "a 9", "A 9 b", "a 09 c", "a 10",
+                                               "b", "C"}));
     ASSERT_EQ(folders.list()[1].files.size(), 1u);
     EXPECT_EQ(folders.list()[1].files[0].name, "in");
 }
@@ -325,14 +348,19 @@ TEST(PresetFolders, NothingThereIsAnEmptyMainFolder) {
 }
 
 #ifndef _WIN32
-TEST(PresetFolders, NamesThatAreNoUtf8AreShownAndStillFound) {
+TEST(PresetFolders, OddNamesAreShownAndStillFound) {
     const TestFolder folder;
-    writeBytes(folder.path / "caf\xE9.qvx", "");
+    std::filesystem::create_directory(folder.path / "\xC4\t");
+    writeBytes(folder.path / "\xC4\t" / "caf\xE9\n.qvx", "");
     PresetFolders folders(folder.path);
     folders.scan();
-    ASSERT_EQ(folders.list()[0].files.size(), 1u);
-    EXPECT_EQ(folders.list()[0].files[0].name, "caf\xEF\xBF\xBD");
-    EXPECT_TRUE(std::filesystem::exists(folders.list()[0].files[0].file));
+    ASSERT_EQ(folders.list().size(), 2u);
+    EXPECT_EQ(folders.list()[1].name, "Ä ");
+    ASSERT_EQ(folders.list()[1].files.size(), 1u);
+    EXPECT_EQ(folders.list()[1].files[0].name, "café ");
+    EXPECT_TRUE(std::filesystem::exists(folders.list()[1].files[0].file));
+    const PresetLocation place{kFromFolder, 1, 0};
+    EXPECT_EQ(folders.locateBelow(folders.pathBelow(place)), place);
 }
 #endif
 

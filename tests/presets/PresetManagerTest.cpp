@@ -1,10 +1,8 @@
 #include "platform/UserStore.h"
 #include "presets/PresetFile.h"
-#include "presets/PresetManager.h"
 #include "presets/PresetTexts.h"
 #include "tests/presets/BlobBytes.h"
-#include "tests/presets/FakeHost.h"
-#include "tests/presets/TestFolder.h"
+#include "tests/presets/PresetManagerRig.h"
 
 #include <gtest/gtest.h>
 
@@ -12,20 +10,6 @@
 
 namespace Quorvant {
 namespace {
-
-class PresetManagerTest : public testing::Test {
-  protected:
-    PresetManagerTest() { host.manager = &manager; }
-
-    static PresetLocation basic(int32_t preset) { return {kFromCategory, 1, preset}; }
-    void choose(const PresetLocation& place) {
-        ASSERT_EQ(manager.choose(place), PresetFault::None);
-    }
-
-    TestFolder folder;
-    FakeHost host;
-    PresetManager manager{host, folder.path};
-};
 
 TEST_F(PresetManagerTest, StartsAtDefaultWithNothingToUndo) {
     EXPECT_EQ(manager.nameDisplay(), "00: Default");
@@ -113,6 +97,8 @@ TEST_F(PresetManagerTest, ModifiedFollowsWhatTheUserWouldCallAnotherSetting) {
     manager.setName("mine");
     EXPECT_TRUE(manager.modified());
     EXPECT_EQ(manager.nameDisplay(), "01: mine");
+    manager.setName("a\nb\x7F");
+    EXPECT_EQ(manager.nameDisplay(), "01: a b ");
     manager.parameterEdited(38, 0.5);
     manager.parameterEdited(kMix, std::nan(""));
     manager.parameterEdited(kInput, 7.0);
@@ -182,13 +168,82 @@ TEST_F(PresetManagerTest, UndoKeepsEditsMadeOnEitherSide) {
     EXPECT_EQ(manager.nameDisplay(), "00: Default");
 }
 
-TEST_F(PresetManagerTest, UndoLeavesTheGlobalSetAndTheTempoAlone) {
+TEST_F(PresetManagerTest, UndoAndRedoWriteExactlyWhatTheirChangeWrote) {
+    ASSERT_EQ(manager.copyToMemo(), PresetFault::None);
     choose(basic(2));
     host.turn(kGlobalMix, 0.875);
     host.turn(kManualTempo, 0.875);
+    const auto before = manager.current();
+    ASSERT_EQ(manager.pasteFromMemo(), PresetFault::None);  // all 38
+    host.turn(kGlobalInput, 0.125);
     manager.undo();
+    EXPECT_EQ(manager.current(), before);
+    EXPECT_TRUE(host.agrees());
+    manager.redo();
+    EXPECT_EQ(host.values[kGlobalInput], 0.125);
+    EXPECT_EQ(host.values[kGlobalMix], 0.5);
+    manager.undo();
+    manager.undo();  // the choice, which left the global set and the tempo alone
     EXPECT_EQ(host.values[kGlobalMix], 0.875);
     EXPECT_EQ(manager.current().values[kManualTempo], 0.875f);
+    EXPECT_TRUE(host.agrees());
+}
+
+TEST_F(PresetManagerTest, UndoBringsTheSetupOfTheChangeToTheFrontAndLeavesTheOtherAlone) {
+    choose(basic(2));
+    host.turn(kGlobalMix, 0.25);
+    const auto a = manager.current();
+    manager.selectSetup(1.0);
+    choose(basic(3));
+    host.turn(kMix, 0.125);
+    const auto b = manager.current();
+    manager.selectSetup(0.0);
+
+    manager.undo();
+    EXPECT_EQ(manager.selectedSetup(), Setup::B);
+    EXPECT_EQ(manager.nameDisplay(), "00: Default");
+    EXPECT_TRUE(host.agrees());
+    manager.selectSetup(0.0);
+    EXPECT_EQ(manager.current(), a);
+    manager.redo();
+    EXPECT_EQ(manager.selectedSetup(), Setup::B);
+    EXPECT_EQ(manager.current(), b);
+    EXPECT_TRUE(host.agrees());
+    manager.undo();
+    manager.undo();  // the choice in A
+    EXPECT_EQ(manager.selectedSetup(), Setup::A);
+    EXPECT_EQ(manager.nameDisplay(), "00: Default");
+    EXPECT_EQ(host.values[kGlobalMix], 0.25);
+    EXPECT_FALSE(manager.canUndo());
+}
+
+TEST_F(PresetManagerTest, WhatIsToBeKeptIsKeptByEveryChange) {
+    ParameterSet mixLock;
+    mixLock.set(kMix);
+    ASSERT_EQ(manager.copyToMemo(), PresetFault::None);
+    manager.selectSetup(1.0);
+    choose(basic(2));
+    double mix = 0.625;
+    host.turn(kMix, mix);
+    const auto keeps = [&](const char* what) {
+        EXPECT_EQ(host.values[kMix], mix) << what;
+        EXPECT_TRUE(host.agrees()) << what;
+        EXPECT_FALSE(manager.modified()) << what;
+    };
+    manager.undo(mixLock);
+    keeps("undo");
+    EXPECT_EQ(manager.nameDisplay(), "00: Default");
+    manager.redo(mixLock);
+    keeps("redo");
+    manager.selectSetup(0.0, mixLock);
+    keeps("the other setup");
+    ASSERT_EQ(manager.pasteFromMemo(mixLock), PresetFault::None);
+    keeps("paste");
+    host.turn(kMix, mix = 0.75);
+    manager.copyAB(0, mixLock);
+    keeps("copy");
+    manager.undo();  // of the paste, which had not written it
+    EXPECT_EQ(host.values[kMix], mix);
 }
 
 TEST_F(PresetManagerTest, TheSamePresetAgainIsNoChangeAndKeepsRedo) {
@@ -237,7 +292,15 @@ TEST_F(PresetManagerTest, PastesAllParametersOfWhatAnotherInstanceCopied) {
     otherHost.manager = &other;
     ASSERT_EQ(other.choose(basic(4)), PresetFault::None);
     otherHost.turn(kGlobalMix, 0.25);
+    const auto clock = [] {
+        const std::time_t now = std::time(nullptr);
+        QVXPresetRecord named{};
+        nameMemo(named, *std::localtime(&now));
+        return std::string(presetName(named));
+    };
+    const std::string before = clock();
     ASSERT_EQ(other.copyToMemo(), PresetFault::None);
+    const std::string after = clock();
 
     choose(basic(2));
     ASSERT_EQ(manager.pasteFromMemo(), PresetFault::None);
@@ -245,7 +308,9 @@ TEST_F(PresetManagerTest, PastesAllParametersOfWhatAnotherInstanceCopied) {
     EXPECT_EQ(host.values[kGlobalMix], 0.25);
     EXPECT_TRUE(host.agrees());
     EXPECT_FALSE(manager.modified());
-    EXPECT_EQ(manager.nameDisplay().substr(0, 13), "CP:clipboard ");
+    const std::string named = manager.nameDisplay().substr(3);
+    EXPECT_TRUE(after < before || (before <= named && named <= after))
+        << named << " is not from " << before << " to " << after;
     EXPECT_EQ(manager.location(), basic(kNotListed));
 
     // Two pastes stand at the same place, outside the lists, and are two changes all the same.
@@ -298,220 +363,6 @@ TEST(PresetMemo, IsNamedForTheMoment) {
     QVXPresetRecord record{};
     nameMemo(record, morning);
     EXPECT_EQ(presetName(record), "clipboard 09:05:07");
-}
-
-// Files
-
-TEST_F(PresetManagerTest, SavesListsChoosesRenamesAndDeletes) {
-    choose(basic(3));
-    host.turn(kMix, 0.125);
-    EXPECT_EQ(manager.proposedFileName(), "250ms delay.qvx");
-    ASSERT_EQ(manager.save(folder / "Zebra"), PresetFault::None);
-    EXPECT_EQ(readBytes(folder / "Zebra.qvx").size(), 1425u);
-    EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 0}));
-    EXPECT_EQ(manager.nameDisplay(), "00: Zebra");
-    EXPECT_FALSE(manager.modified());
-    const auto saved = manager.current();
-
-    // The place follows the file when another one comes before it.
-    ASSERT_EQ(savePreset(folder / "apple.qvx", buildFactoryBank()[5], {}), PresetFault::None);
-    manager.refreshFolders();
-    EXPECT_EQ(manager.presetNames(kFromFolder, 0), (std::vector<std::string>{"apple", "Zebra"}));
-    EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 1}));
-
-    EXPECT_EQ(manager.step(-1), PresetFault::None);
-    EXPECT_EQ(manager.nameDisplay(), "00: dotted 8th slow tape");
-    EXPECT_EQ(manager.renameFile({kFromFolder, 0, 1}, "apple"), PresetFault::NameTaken);
-    EXPECT_EQ(manager.renameFile({kFromFolder, 0, 1}, "a/b"), PresetFault::BadName);
-    EXPECT_EQ(manager.renameFile({kFromFolder, 0, 0}, "zulu"), PresetFault::None);
-    EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 1}));
-    manager.undo();  // the history's places follow, too
-    EXPECT_EQ(manager.location(), (PresetLocation{kFromFolder, 0, 0}));
-    EXPECT_EQ(manager.current(), saved);
-
-    EXPECT_EQ(manager.deleteFile({kFromFolder, 0, 0}), PresetFault::None);
-    EXPECT_FALSE(std::filesystem::exists(folder / "Zebra.qvx"));
-    EXPECT_EQ(manager.nameDisplay(), "CP:Zebra");
-    EXPECT_EQ(manager.current(), saved);
-    EXPECT_EQ(manager.deleteFile({kFromCategory, 0, 0}), PresetFault::NotAFile);
-    EXPECT_EQ(manager.revealFile({kFromDesigner, 0, 0}), PresetFault::NotAFile);
-    EXPECT_EQ(manager.revealFile({kFromFolder, 0, 5}), PresetFault::NotFound);
-}
-
-TEST_F(PresetManagerTest, SavingNamesTheSetupAfterTheFile) {
-    const auto nameIn = [](const std::filesystem::path& file) {
-        QVXPresetRecord record{};
-        EXPECT_EQ(loadPreset(file, record), PresetFault::None);
-        return std::string(presetName(record));
-    };
-    manager.setName("a/b");  // no file can have this name: what is proposed for it keeps it
-    ASSERT_EQ(manager.save(folder / manager.proposedFileName()), PresetFault::None);
-    EXPECT_EQ(nameIn(folder / "a-b.qvx"), "a/b");
-    EXPECT_EQ(manager.nameDisplay(), "00: a/b");
-    EXPECT_FALSE(manager.modified());
-
-    const std::string longName = "Ein viel zu langer Näme";  // 24 bytes
-    ASSERT_EQ(manager.save(folder / (longName + ".qvx")), PresetFault::None);
-    EXPECT_EQ(nameIn(folder / (longName + ".qvx")), "Ein viel zu langer Näm");
-    EXPECT_EQ(manager.nameDisplay(), "01: Ein viel zu langer Näm");
-    EXPECT_FALSE(manager.modified());
-
-    EXPECT_EQ(manager.save(folder / "nowhere" / "c.qvx"), PresetFault::NoFolder);
-    EXPECT_EQ(manager.nameDisplay(), "01: Ein viel zu langer Näm");
-    const TestFolder elsewhere;
-    EXPECT_EQ(manager.save(elsewhere / "copy.qvx"), PresetFault::None);
-    EXPECT_EQ(manager.nameDisplay(), "CP:copy");
-}
-
-TEST_F(PresetManagerTest, RenamingAFileRenamesThePresetThatIsNamedAfterIt) {
-    const auto shownAfterChoosing = [&](int32_t preset) {
-        choose(basic(0));
-        choose({kFromFolder, 0, preset});
-        return manager.nameDisplay();
-    };
-    ASSERT_EQ(manager.save(folder / "one.qvx"), PresetFault::None);
-    host.turn(kMix, 0.125);
-    ASSERT_EQ(manager.renameFile({kFromFolder, 0, 0}, "two"), PresetFault::None);
-    EXPECT_EQ(manager.nameDisplay(), "00: two");
-    EXPECT_TRUE(manager.modified());
-    EXPECT_EQ(shownAfterChoosing(0), "00: two");
-    manager.undo();
-    manager.undo();  // what was saved as "one"
-    EXPECT_EQ(manager.nameDisplay(), "00: two");
-    manager.redo();
-    manager.redo();
-    EXPECT_EQ(host.values[kMix], 0.5);
-    manager.setName("my own");
-    ASSERT_EQ(savePreset(folder / "two", manager.current(), {}), PresetFault::None);
-    ASSERT_EQ(manager.renameFile({kFromFolder, 0, 0}, "three"), PresetFault::None);
-    EXPECT_EQ(shownAfterChoosing(0), "00: my own");
-
-    // A file of the earlier version changes in nothing but its name.
-    const auto legacy = [](std::string_view name) {
-        return BlobBytes::legacy().name(name).parameter(6, 0.25f).text;
-    };
-    writeBytes(folder / "old.qvx", legacy("old"));
-    manager.refreshFolders();
-    ASSERT_EQ(manager.renameFile({kFromFolder, 0, 0}, "older"), PresetFault::None);
-    EXPECT_EQ(shownAfterChoosing(0), "00: older");
-    EXPECT_EQ(readBytes(folder / "older.qvx"), legacy("older"));
-}
-
-TEST_F(PresetManagerTest, FilesThatWentOrAreNoPresetsAreToldAndChangeNothing) {
-    ASSERT_EQ(savePreset(folder / "here.qvx", buildFactoryBank()[5], {}), PresetFault::None);
-    writeBytes(folder / "noise.qvx", std::string(5000, '#'));
-    writeBytes(folder / "empty.qvx", "");
-    EXPECT_EQ(manager.presetNames(kFromFolder, 0),
-              (std::vector<std::string>{"empty", "here", "noise"}));
-    const auto before = manager.current();
-    EXPECT_EQ(manager.choose({kFromFolder, 0, 0}), PresetFault::NotAPreset);
-    EXPECT_EQ(manager.choose({kFromFolder, 0, 2}), PresetFault::NotAPreset);
-    std::filesystem::remove(folder / "here.qvx");
-    EXPECT_EQ(manager.choose({kFromFolder, 0, 1}), PresetFault::NotFound);
-    EXPECT_EQ(manager.presetNames(kFromFolder, 0), (std::vector<std::string>{"empty", "noise"}));
-    EXPECT_EQ(manager.loadFile(folder / "nowhere.qvx"), PresetFault::NotFound);
-    EXPECT_EQ(manager.current(), before);
-    EXPECT_TRUE(host.groups.empty());
-}
-
-TEST_F(PresetManagerTest, LoadsByNameFromTheTreeOnly) {
-    std::filesystem::create_directories(folder / "sub");
-    ASSERT_EQ(savePreset(folder / "sub/one.qvx", buildFactoryBank()[5], {}), PresetFault::None);
-    EXPECT_EQ(manager.loadByName("one", "sub"), PresetFault::None);
-    EXPECT_EQ(manager.nameDisplay(), "CP:dotted 8th slow tape");
-    EXPECT_TRUE(manager.canUndo());
-    EXPECT_EQ(manager.loadByName("one", ""), PresetFault::NotFound);
-    EXPECT_EQ(manager.loadByName("../one", "sub"), PresetFault::BadName);
-    EXPECT_EQ(manager.loadByName("one", ".."), PresetFault::BadName);
-}
-
-TEST_F(PresetManagerTest, VanishedFolderIsToldAndComesBack) {
-    std::filesystem::remove_all(folder.path);
-    EXPECT_EQ(manager.save(folder / "x.qvx"), PresetFault::NoFolder);
-    manager.refreshFolders();
-    EXPECT_EQ(manager.listNames(kFromFolder).size(), 1u);
-    EXPECT_EQ(manager.ensureMainFolder(), PresetFault::None);
-    EXPECT_EQ(manager.save(folder / "x.qvx"), PresetFault::None);
-}
-
-// State
-
-TEST_F(PresetManagerTest, StateBringsBackBothSetups) {
-    std::filesystem::create_directories(folder / "sub");
-    choose(basic(4));
-    ASSERT_EQ(manager.save(folder / "sub/Über.qvx"), PresetFault::None);
-    host.turn(kMix, 0.75);
-    manager.selectSetup(1.0);
-    choose({kFromDesigner, 0, 3});
-    const auto state = manager.saveState();
-    const auto b = manager.current();
-
-    // By then another folder and another file stand before it.
-    std::filesystem::create_directories(folder / "a");
-    ASSERT_EQ(savePreset(folder / "sub/a.qvx", b, {}), PresetFault::None);
-    FakeHost newHost;
-    PresetManager later(newHost, folder.path);
-    newHost.manager = &later;
-    later.restoreState(state, host.values);
-    EXPECT_TRUE(newHost.groups.empty());  // the host's own state holds the parameters
-    EXPECT_EQ(later.selectedSetup(), Setup::B);
-    EXPECT_EQ(later.current(), b);
-    EXPECT_EQ(later.location(), (PresetLocation{kFromDesigner, 0, 3}));
-    later.selectSetup(0.0);
-    EXPECT_EQ(newHost.values[kMix], 0.75);
-    EXPECT_TRUE(later.modified());
-    EXPECT_EQ(later.location(), (PresetLocation{kFromFolder, 2, 1}));
-    later.selectSetup(1.0);
-
-    // What the parameters really are holds against the block, and a file that went is none.
-    std::filesystem::remove_all(folder / "sub");
-    auto live = host.values;
-    live[kFeedback] = 0.875;
-    PresetManager third(newHost, folder.path);
-    third.restoreState(state, live);
-    EXPECT_EQ(third.current().values[kFeedback], 0.875f);
-    EXPECT_TRUE(third.modified());
-    newHost.manager = &third;
-    third.selectSetup(0.0);
-    EXPECT_EQ(third.location().preset, kNotListed);
-}
-
-TEST_F(PresetManagerTest, StateIsReadWholeOrNotAtAll) {
-    ASSERT_EQ(manager.save(folder / "file.qvx"), PresetFault::None);
-    manager.selectSetup(1.0);
-    const auto good = serialiseSetups(manager.saveState());
-    EXPECT_EQ(parseSetups(good), manager.saveState());
-    for (std::size_t length = 0; length < good.size(); ++length)
-        ASSERT_FALSE(parseSetups(std::span(good).first(length))) << length;
-    auto longer = good;
-    longer.push_back({});
-    EXPECT_FALSE(parseSetups(longer));
-    // Magic, version, selection, a name without an end, a value of -0.5, not-a-number, the flag,
-    // the source, the list, the length of the file's name.
-    constexpr std::pair<std::size_t, uint32_t> kFaults[] = {{0, 1},
-                                                            {4, 2},
-                                                            {8, 2},
-                                                            {12 + 20, 0x61616161},
-                                                            {36, 0xBF000000},
-                                                            {40, 0x7FC00000},
-                                                            {12 + 352, 2},
-                                                            {12 + 356, 3},
-                                                            {12 + 360, 0x80000000},
-                                                            {12 + 368, 0xFFFFFFFF}};
-    for (const auto& [offset, word] : kFaults) {
-        auto bad = good;
-        std::memcpy(bad.data() + offset, &word, sizeof word);
-        EXPECT_FALSE(parseSetups(bad)) << offset;
-    }
-}
-
-TEST_F(PresetManagerTest, NothingIsLeftToUndoAfterAState) {
-    choose(basic(4));
-    const auto state = manager.saveState();
-    choose(basic(6));
-    manager.restoreState(state, host.values);
-    EXPECT_EQ(manager.location(), basic(4));
-    EXPECT_FALSE(manager.canUndo() || manager.canRedo());
 }
 
 }  // namespace
