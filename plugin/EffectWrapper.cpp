@@ -411,11 +411,12 @@ void QVXVST3EffectWrapper::applyState(const ComponentState& state) {
 }
 
 ComponentState QVXVST3EffectWrapper::knownState() const {
+    // First what waits: were it applied in between, the cache, read first, would still be older.
+    ComponentState state = stateWaits() ? newestState.state : ComponentState();
     ComponentState received;
     for (std::size_t i = 0; i < cache.size(); ++i)
         received.values[i] = cache[i].load(std::memory_order_relaxed);
     received.suspend = suspend.load(std::memory_order_relaxed);
-    ComponentState state = stateWaits() ? newestState.state : ComponentState();
     state.fillFrom(received);
     state.suspend = suspendState(state.suspend);
     return state;
