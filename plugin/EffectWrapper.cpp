@@ -2,6 +2,7 @@
 
 #include "dsp/Denormals.h"
 #include "params/ParameterLaws.h"
+#include "params/ParameterTable.h"
 #include "plugin/ChannelPointers.h"
 #include "plugin/ClassIds.h"
 #include "plugin/StateMessages.h"
@@ -364,8 +365,12 @@ tresult PLUGIN_API QVXVST3EffectWrapper::setState(IBStream* stream) {
     const auto state = readComponentState(*stream);
     if (!state) return kResultFalse;
     leftOut.emplace();
-    for (std::size_t i = 0; i < leftOut->size(); ++i)
+    bool isPreset = true;
+    for (std::size_t i = 0; i < leftOut->size(); ++i) {
         (*leftOut)[i] = !isStateValue(state->values[i]);
+        isPreset = isPreset && (*leftOut)[i] != kParameters[i].writtenByPresetChoice();
+    }
+    if (isPreset) leftOut->reset();  // on purpose: the player's own levels stay
     handOver(*state);
     origin = readOrigin(*stream);
     return kResultOk;

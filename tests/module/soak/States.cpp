@@ -129,9 +129,13 @@ void saveAndRestore(Guest& guest, Chance& chance, Journal& journal, States& know
     if (guest.plugin->setComponentState(component) != kResultOk ||
         componentState(guest, journal) != component)
         journal.complain("the component's state doesn't come back");
+    // The two halves agree from then on, whatever this host told only one of them.
+    if (guest.plugin->setControllerState(controllerState(guest, journal)) != kResultOk)
+        journal.complain("a controller state of its own is refused");
+    const Bytes whole = componentState(guest, journal);
     const Bytes controller = controllerState(guest, journal);
     if (guest.plugin->setControllerState(controller) != kResultOk ||
-        controllerState(guest, journal) != controller)
+        controllerState(guest, journal) != controller || componentState(guest, journal) != whole)
         journal.complain("the controller's state doesn't come back");
     carryEdits(guest);
     keep(known.component, component);
@@ -145,7 +149,7 @@ void saveAndRestore(Guest& guest, Chance& chance, Journal& journal, States& know
     if (guest.plugin->controller()->getState(&filled) == kResultOk)
         journal.complain("the controller is content with a stream that took a part only");
     Stream slow({}, Stream::Manner::Trickle);
-    if (guest.plugin->component()->getState(&slow) != kResultOk || slow.bytes != component)
+    if (guest.plugin->component()->getState(&slow) != kResultOk || slow.bytes != whole)
         journal.complain("the component's state needs a stream that takes all at once");
 }
 
