@@ -1,0 +1,491 @@
+#!/usr/bin/python3
+"""Moves the controls of the built plug-in while it sounds, and writes a table of what is heard of
+it: clicks, and what else a movement must not do.
+
+    scripts/measure-moves.py [REGEX…] [--host dist/bin/corvane-host] [--rates 48000,96000]
+                             [--out docs/moves.md] [--before FIGURES] [--keep FOLDER]
+
+Without REGEX all rows are measured, else those whose name matches one. --figures FILE keeps the
+figures for a later --before. Needs python3-numpy and python3-scipy (scripts/setup.sh docs).
+"""
+import argparse
+import collections
+import concurrent.futures
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import warnings
+
+import numpy as np
+from scipy import signal
+from scipy.io import wavfile
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+TONE = 440.0        # Hz
+LEVEL = 0.5         # -6 dBFS
+CLICKS_FROM = 5000  # Hz
+MODES = ("Clean", "Legacy", "Lims", "Full")
+# What comes out is the wet sound alone; all else is at its default.
+WET = {"Mix": "10"}
+SILENCE = 1e-12
+
+ROWS = []
+Row = collections.namedtuple("Row", "name unit most measure")
+
+
+def row(name, unit, most, measure, *arguments, **more):
+    """`measure` gets a Unit and the arguments, and returns a figure, at best no more than `most`
+    (no less where it is negated as a string: "> 0.8")."""
+    ROWS.append(Row(name, unit, most, lambda unit: measure(unit, *arguments, **more)))
+
+
+def decibels(linear):
+    return 20 * np.log10(np.maximum(linear, SILENCE))
+
+
+def sine(seconds, rate, hz=TONE, start=0.0, level=LEVEL):
+    """From `start` on, faded in over 50 ms so that its beginning does not count as a click."""
+    time = np.arange(int(seconds * rate)) / rate - start
+    return level * np.sin(2 * np.pi * hz * time) * fade(time, 0.05)
+
+
+def fade(time, seconds):
+    """From 0 at time 0 to 1, without corners."""
+    return 0.5 - 0.5 * np.cos(np.pi * np.clip(time / seconds, 0, 1))
+
+
+def above(wave, rate):
+    """What lies above 5 kHz: a filter of linear phase, of which a steady sine of 440 Hz at -6 dBFS
+    leaves -84 dBFS."""
+    taps = signal.firwin(2 * (rate // 500) + 1, CLICKS_FROM, window=("kaiser", 5.8), fs=rate,
+                         pass_zero=False)
+    return signal.fftconvolve(wave, taps[:, None], "same", axes=0)
+
+
+class Unit:
+    """The plug-in in its command-line host, at one sample rate."""
+
+    def __init__(self, host, rate, folder):
+        self.host, self.rate, self.folder = host, rate, pathlib.Path(folder)
+        self.renders = 0
+
+    def render(self, source, settings, moves=(), block=512, bits=32, tempo=None):
+        """`source` has one channel or two; `moves` are (seconds, parameter, text)."""
+        self.renders += 1
+        dry, automation, wet = (self.folder / f"{self.renders:03}{end}"
+                                for end in (".in.wav", ".csv", ".wav"))
+        source = np.asarray(source, np.float32)
+        wavfile.write(dry, self.rate,
+                      source if source.ndim == 2 else np.column_stack([source, source]))
+        automation.write_text("".join(f"{time:.9f},{name},{text}\n" for time, name, text in moves))
+        command = [self.host, "render", dry, wet, "--automate", automation, "--tail", "0",
+                   "--format", "wav32f", "--block", block, "--bits", bits]
+        if tempo:
+            command += ["--tempo", tempo]
+        for name, text in {**WET, **settings}.items():
+            command += ["--param", f"{name}={text}"]
+        done = subprocess.run([str(word) for word in command], capture_output=True, text=True)
+        if done.returncode:
+            raise SystemExit(f"measure-moves: {done.stderr.strip()}")
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore")  # chunks that are not audio
+            return wavfile.read(wet)[1].astype(float)
+
+    def after(self, wave, seconds, until=None):
+        return wave[int(seconds * self.rate):until and int(until * self.rate)]
+
+
+def phases(around, count):
+    """Times at different places of the tone and of the host's blocks."""
+    return [around + i * 1.117 / TONE for i in range(count)]
+
+
+# Clicks ----------------------------------------------------------------------------------------
+
+
+def click(unit, settings, moves=(), seconds=3.0, settled=0.6):
+    """The highest sample above 5 kHz in dBFS, after the start."""
+    wave = above(unit.render(sine(seconds, unit.rate), settings, moves), unit.rate)
+    return decibels(np.abs(unit.after(wave, settled, seconds - 0.02)).max())
+
+
+def change(unit, settings, changed, at=1.0, seconds=3.0, settled=0.6, before=(), count=8):
+    """The worst click of a change at `at`, over places of the tone."""
+    return max(click(unit, settings, [*before, *((time, *one) for one in changed.items())], seconds,
+                     settled) for time in phases(at, count))
+
+
+def worst(unit, measure, cases, **more):
+    return max(measure(unit, *case, **more) for case in cases)
+
+
+def switch(name, most, settings, parameter, texts=("Off", "On"), names=None, **more):
+    """Two rows: the change there and back."""
+    names = names or [f"{name} {text.lower()}" for text in reversed(texts)]
+    for (before, after), title in zip((texts, texts[::-1]), names):
+        row(title, "dBFS", most, change, {**settings, parameter: before}, {parameter: after},
+            **more)
+
+
+row("sine alone, Feedback 0", "dBFS", -83, click, {"Feedback": "0"})
+switch("Delay X2, Feedback 5:", -60, {"Feedback": "5"}, "Delay X2")
+for cutoff in ("2", "6"):
+    switch(f"Hi Cut at {cutoff}k0, Feedback 9.5:", -60, {"Feedback": "9.5", "Hi Cut Cutoff": cutoff},
+           "Hi Cut", at=2.0, seconds=4.0)
+switch("", -58, {}, "Manual VCO", ("1.5", "0.5"),
+       ("Manual VCO 1.5 to 0.5", "Manual VCO 0.5 to 1.5"))
+for depth, most in (("10", -50), ("5", -60)):
+    row(f"square LFO, Depth {depth}", "dBFS", most, click,
+        {"Waveform": "sqr", "Depth": depth, "LFO Rate": "1", "Feedback": "0"}, seconds=4.0,
+        settled=1.5)
+switch("", -58, {"Processing Mode": "Legacy", "Sensitivity": "Off"}, "Reference Level",
+       ("10", "-10"), ("Legacy: Reference Level +10 to -10", "Legacy: Reference Level -10 to +10"))
+# The seams of the memory are met a delay after the change, or 9.6 s less a delay.
+row("Direction: Backward to Forward", "dBFS", -55, change, {"Direction Mode": "Backward"},
+    {"Direction Mode": "Forward"}, seconds=12.0, settled=0.9)
+row("Direction: Forward to Backward", "dBFS", -55, change, {}, {"Direction Mode": "Backward"},
+    seconds=21.0)
+row("Inf Repeat, then Delay X2 on", "dBFS", -55, change, {}, {"Delay X2": "On"}, at=2.0, seconds=5.0,
+    settled=1.5, before=[(1.0, "Inf Repeat", "On")])
+row("Inf Repeat, then Delay X2 off", "dBFS", -55, change, {"Delay X2": "On"}, {"Delay X2": "Off"},
+    at=2.0, seconds=5.0, settled=1.5, before=[(1.0, "Inf Repeat", "On")])
+row("Inf Repeat, then Bounce", "dBFS", -55, change, {}, {"Direction Mode": "Bounce"}, at=2.0,
+    seconds=5.0, settled=1.5, before=[(1.0, "Inf Repeat", "On")])
+switch("", -55, {}, "Delay Time", ("1", "0"), ("Delay Time 1 ms to 0", "Delay Time 0 to 1 ms"),
+       count=16)
+row("Bounce, its turns", "dBFS", -55, worst, click,
+    [({"Direction Mode": "Bounce", "Feedback": "0", "Delay Time": ms}, (), 12.0, 1.5)
+     for ms in ("100", "250", "333", "500")])
+row("Reverse, 31 s", "dBFS", -55, worst, click,
+    [({"Direction Mode": "Reverse", "Feedback": "0", "Delay Time": ms}, (), 31.0, 1.5)
+     for ms in ("100", "250", "333", "500")])
+for before in MODES:
+    row(f"{before} to other modes", "dBFS", -50, worst, change,
+        [({"Processing Mode": before}, {"Processing Mode": after})
+         for after in MODES if after != before], count=4)
+# Clean today, and to be kept so.
+row("Delay Time 250 to 300 ms and back", "dBFS", -55, worst, change,
+    [({}, {"Delay Time": "300"}), ({"Delay Time": "300"}, {"Delay Time": "250"})])
+row("Inf Repeat on, then off", "dBFS", -55, change, {}, {"Inf Repeat": "Off"}, at=2.03, seconds=4.0,
+    before=[(1.0, "Inf Repeat", "On")])
+row("Bypass and Suspend, on and off", "dBFS", -55, worst, change,
+    [({name: text}, {name: other}) for name in ("Bypass", "Suspend")
+     for text, other in (("Off", "On"), ("On", "Off"))], count=4)
+row("Depth 0 to 10 and back, sine", "dBFS", -55, worst, change,
+    [({"Waveform": "sin", "Depth": a}, {"Depth": b}) for a, b in (("0", "10"), ("10", "0"))],
+    count=4)
+
+
+# Preset changes --------------------------------------------------------------------------------
+
+
+def pad(seconds, rate):
+    """A slow chord without anything above 2.5 kHz."""
+    time = np.arange(int(seconds * rate)) / rate
+    wave = sum(np.sin(2 * np.pi * hz * k * time + hz + k) / k ** 2
+               for hz in (110.0, 164.8, 220.0, 277.2, 329.6) for k in range(1, 8))
+    wave *= 1 + 0.3 * np.sin(2 * np.pi * 0.3 * time)
+    return LEVEL * wave / np.abs(wave).max() * fade(time, 0.05)
+
+
+def presets(host):
+    """The parameters that a choice of each preset writes, by number."""
+    left_alone = {8, 9, 10, 11, 12, 13, 14, 34, 35}
+    def run(*words):
+        text = subprocess.run([host, "--plain", "presets", *words], check=True,
+                              capture_output=True, text=True).stdout
+        return [line.split("\t") for line in text.splitlines()]
+    unit = re.compile(r" (ms|Hz|dB|deg|BPM)$")
+    return [[(name, unit.sub("", text)) for index, name, text in run("show", entry[0])
+             if int(index) < 38 and int(index) not in left_alone] for entry in run("list")]
+
+
+def preset_changes(unit, make_source):
+    """The worst click of 200 changes from one preset to another, beyond twice what either of them
+    leaves above 5 kHz by itself."""
+    random, bank = np.random.default_rng(1), presets(unit.host)
+    source, change_at = make_source(4.0, unit.rate), 2.0
+
+    def high(first, moves=()):
+        wave = above(unit.render(source, dict(first), moves), unit.rate)
+        return np.abs(unit.after(wave, 1.0, 3.98)).max(axis=1)
+    own = [high(preset).max() for preset in bank]
+    figure = SILENCE
+    for _ in range(200):
+        first, second = random.integers(len(bank), size=2)
+        time = change_at + random.uniform(0, 0.01)
+        peak = high(bank[first], [(time, *setting) for setting in bank[second]]).max()
+        figure = max(figure, peak - 2 * max(own[first], own[second]))
+    return decibels(figure)
+
+
+row("200 preset changes, sine", "dBFS", -50, preset_changes, sine)
+row("200 preset changes, pad", "dBFS", -50, preset_changes, pad)
+
+
+# What is recorded and read while controls move -------------------------------------------------
+
+
+def amplitude(wave):
+    return np.sqrt(2 * np.mean(wave[:, 0] ** 2))
+
+
+def ramp(start, end, first, last, block, rate, name):
+    """A parameter's way from one normalised value to another, a point a block."""
+    frames = np.arange(int(start * rate) // block, int(end * rate) // block) * block
+    values = np.interp(frames / rate, (start, end), (first, last))
+    return [(frame / rate, name, f"@{value:.10f}") for frame, value in zip(frames, values)]
+
+
+def ramped(unit, settings, name, first, last, block, delay):
+    """The share of its level at which a tone is heard that begins during a continuous movement."""
+    wave = unit.render(sine(4.0, unit.rate, start=2.0), {"Feedback": "0", **settings},
+                       ramp(1.0, 4.0, first, last, block, unit.rate, name), block)
+    return amplitude(unit.after(wave, 2.06 + delay, 2.2 + delay)) / LEVEL
+
+
+for block in (64, 512, 2048):
+    row(f"recorded in a ramp of Delay Time, blocks of {block}", "share", "> 0.8", ramped, {},
+        "Delay Time", 0.2 / 9.6, 0.26 / 9.6, block, 0.24)
+    row(f"recorded in a ramp of tempo 120 to 121, blocks of {block}", "share", "> 0.8", ramped,
+        {"Dly-Clk Mode": "Clk", "Delay Note": "1/8", "Enforce Manual Tempo": "ManualTempo"},
+        "Manual Tempo", 100 / 580, 101 / 580, block, 0.25)
+
+
+def chorus(unit, figure):
+    """Delay Time goes between 18 and 22 ms at 1 Hz, a point every 64 frames."""
+    times = np.arange(int(3.9 * unit.rate) // 64) * 64 / unit.rate
+    moves = [(time, "Delay Time", f"@{(20 + 2 * np.sin(2 * np.pi * time)) / 9600:.10f}")
+             for time in times]
+    wave = unit.render(sine(4.0, unit.rate), {"Feedback": "0"}, moves, 64)
+    return figure(unit.after(wave, 0.6, 3.9), unit.rate)
+
+
+def steadiness(wave, rate):
+    size = rate // 50
+    return min(amplitude(wave[at:at + size]) for at in range(0, len(wave) - size, size)) / LEVEL
+
+
+row("Delay Time automated by ±2 ms: lowest level", "share", "> 0.8", chorus, steadiness)
+row("Delay Time automated by ±2 ms: clicks", "dBFS", -50, chorus,
+    lambda wave, rate: decibels(np.abs(above(wave, rate)).max()))
+
+
+def peak_after(unit, settings, changed, rate):
+    unit = Unit(unit.host, rate, unit.folder)
+    return max(np.abs(unit.after(unit.render(sine(2.0, rate), settings,
+                                             [(time, *changed)]), 0.5)).max()
+               for time in phases(1.0, 8))
+
+
+for rate in (48000, 96000):
+    row(f"peak after Delay X2 off, {rate // 1000} kHz", "peak", 1.2, peak_after,
+        {"Feedback": "5", "Delay X2": "On"}, ("Delay X2", "Off"), rate)
+
+
+def old_sound(unit, settings, moves):
+    """What is heard of a tone of 3 s that ended long ago, and should not be: it is in the memory
+    still, but outside the delay. Moves count from 9.6 s after the tone's middle."""
+    source = sine(16.0, unit.rate)
+    source[3 * unit.rate:] = 0
+    wave = unit.render(source, settings, [(9.6 + 1.5 + time, *change) for time, *change in moves])
+    return np.abs(unit.after(wave, 9.0)).max()
+
+
+for ms in ("1", "100"):
+    row(f"old sound heard: Delay Time 0 to {ms} ms", "peak", 1e-4, old_sound, {"Delay Time": "0"},
+        [(0.0, "Delay Time", ms)])
+row("old sound heard: Delay Time to 0 during a crossfade", "peak", 1e-4, worst, old_sound,
+    [({"Delay Time": "100"}, [(0.0, "Delay Time", "50"), (ms / 1000, "Delay Time", "0")])
+     for ms in (0.5, 1, 2, 3, 4)])
+
+
+def second_difference(unit, block):
+    """The largest of the wet sound's second differences in changes between all modes."""
+    order = [0, 1, 2, 3, 2, 1, 3, 0, 2, 0, 3, 1, 0]
+    wave = unit.render(sine(5.0, unit.rate),
+                       {"Sensitivity": "Off", "Reference Level": "-10", "Feedback": "5"},
+                       [(0.6 + 0.31701 * i, "Processing Mode", MODES[mode])
+                        for i, mode in enumerate(order)], block)
+    return np.abs(np.diff(unit.after(wave, 0.3), 2, axis=0)).max()
+
+
+for block in (1, 64, 65, 129):
+    row(f"mode changes, second difference, blocks of {block}", "", 0.01, second_difference, block)
+
+
+def hard_edge(unit):
+    """The largest step of a tone where a loop of silence is released as the delay changes; the tone
+    by itself has 0.03."""
+    figure = 0.0
+    for time in phases(1.0, 8):
+        wave = unit.render(sine(2.0, unit.rate), {"Feedback": "0", "Inf Repeat": "On"},
+                           [(time, "Inf Repeat", "Off"), (time, "Delay Time", "300")])
+        figure = max(figure, np.abs(np.diff(wave, axis=0)).max())
+    return figure
+
+
+row("a loop released as the delay changes: largest step", "", 0.04, hard_edge)
+
+
+def sizes_differ(unit, settings, moves, block_sizes=(64, 1, 7, 65, 512, 1000)):
+    source = sine(3.0, unit.rate) + 0.1 * np.random.default_rng(1).standard_normal(3 * unit.rate)
+    first, *others = (unit.render(source, {"Depth": "3", "Waveform": "-5", **settings}, moves,
+                                  block, 64) for block in block_sizes)
+    return max(np.abs(other - first).max() for other in others)
+
+
+for mode in MODES:
+    row(f"block sizes differ, {mode}", "peak", 1e-7, sizes_differ, {"Processing Mode": mode}, ())
+row("block sizes differ, changes of mode", "peak", 1e-7, sizes_differ, {},
+    [(0.3 + 0.1501 * i, "Processing Mode", MODES[mode])
+     for i, mode in enumerate([0, 1, 2, 3, 2, 1, 3, 0, 2, 0, 3, 1, 0, 3, 2])])
+row("block sizes differ, changes of delay, X2, direction, loop", "peak", 1e-7, sizes_differ, {},
+    [(0.5, "Delay Time", "200"), (0.7001, "Delay X2", "On"), (0.9003, "Direction Mode", "Reverse"),
+     (1.1, "Delay X2", "Off"), (1.3, "Direction Mode", "Bounce"), (1.5, "Inf Repeat", "On"),
+     (1.9, "Inf Repeat", "Off"), (1.9, "Delay Time", "100"), (2.1, "Delay Time", "0"),
+     (2.3, "Manual VCO", "1.3"), (2.5, "Direction Mode", "Backward"),
+     (2.7, "Direction Mode", "Forward")])
+
+
+def lfo_turns(unit):
+    """A synced square LFO whose phase the song's position sets to exactly half a turn, against one
+    that is a hair past it: the largest difference. The LFO's period, 11025 frames, is of whole
+    blocks; its half is not of whole frames."""
+    unit = Unit(unit.host, 44100, unit.folder)
+    waves = [unit.render(sine(3.0, unit.rate), {"LFO Sync": "Synchro", "LFO Note": "1/8",
+                                                "Waveform": "sqr", "Depth": "8", "LFO Offset": at},
+                         block=441, tempo=120) for at in ("@0.5", "@0.5000001")]
+    return np.abs(waves[0] - waves[1]).max()
+
+
+row("square LFO synced, Offset at half a turn: turns late", "peak", 1e-4, lfo_turns)
+
+
+def reverse_drift(unit):
+    """How far the segments of Reverse slide in four minutes, in ms, at 44.1 kHz."""
+    rate, minutes = 44100, 4
+    unit = Unit(unit.host, rate, unit.folder)
+    turn = 2 * np.pi * np.arange((minutes * 60 + 10) * rate) / rate
+    wave = unit.render(np.column_stack([np.cos(turn), np.sin(turn)]) * LEVEL,
+                       {"Feedback": "0", "Direction Mode": "Reverse", "Delay Time": "250"})
+
+    def jumps(start):
+        """Where segments begin, in frames from `start`, within a segment's length."""
+        part = unit.after(wave, start, start + 2.0)
+        angle = np.unwrap(np.arctan2(part[:, 1], part[:, 0]))
+        rising = np.nonzero(np.diff(angle) > 0)[0]
+        return np.median(rising[np.diff(rising, prepend=-rate) > rate // 20] % (rate / 8))
+    slid = jumps(5.0 + minutes * 60) - jumps(5.0)
+    period = rate / 8
+    return 1000 * abs((slid + period / 2) % period - period / 2) / rate
+
+
+row("Reverse, 1/8 at 120 BPM, 44.1 kHz: slid in 4 minutes", "ms", 1, reverse_drift)
+
+
+# Self-oscillation ------------------------------------------------------------------------------
+
+
+def oscillation(unit, mode, figure, minutes, cases):
+    """At default levels, from a burst of noise."""
+    figures = []
+    for seed, ms in cases:
+        source = np.zeros(minutes * 60 * unit.rate)
+        source[:unit.rate // 4] = 0.25 * np.random.default_rng(seed).standard_normal(unit.rate // 4)
+        wave = unit.render(source, {"Processing Mode": mode, "Feedback": "10", "Delay Time": ms})
+        figures.append(figure(wave[:, 0], unit.rate))
+    return max(figures)
+
+
+def rumble(wave, rate):
+    """Level of 80 to 160 Hz in the last 10 s, dBFS, against the whole."""
+    part = wave[-10 * rate:]
+    low = signal.sosfilt(signal.butter(4, (80, 160), "bandpass", fs=rate, output="sos"), part)
+    return decibels(np.std(low[rate:])) - decibels(np.std(part))
+
+
+CASES = [(1, "250"), (2, "250"), (3, "20"), (4, "1000"), (5, "100")]
+for mode in ("Lims", "Full"):
+    row(f"self-oscillation, {mode}: peak in 4 minutes", "dBFS", -1, oscillation, mode,
+        lambda wave, rate: decibels(np.abs(wave[rate:]).max()), 4, CASES)
+    row(f"self-oscillation, {mode}: 80 to 160 Hz of the whole after a minute", "dB", -10,
+        oscillation, mode, rumble, 1, CASES)
+
+
+# The table -------------------------------------------------------------------------------------
+
+
+def judge(figure, most):
+    if isinstance(most, str):
+        return "ok" if figure >= float(most.strip("> ")) else "UNDER"
+    return "ok" if figure <= most else "OVER"
+
+
+def shown(figure, unit):
+    return f"{figure:+.1f}" if unit.startswith("dB") else f"{figure:.3g}"
+
+
+HEADER = """# Moves, measured
+
+`scripts/measure-moves.py` moves the controls of the built plug-in while it sounds, and measures what
+is heard of it.
+
+A **click**, in dBFS, is the highest sample above 5 kHz (linear phase, Kaiser window of 5.8, 4 ms)
+while the wet sound of a 440 Hz sine at -6 dBFS is heard; the sine alone leaves -84. It is the worst
+of 8 and more places of the tone at which the change is tried. A **share** is of the level that the
+tone has without a movement. Where nothing else is told: 250 ms, Feedback 3, Clean, 48 kHz.
+
+"""
+
+
+def main():
+    options = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    options.add_argument("rows", nargs="*", help="measure only rows whose names match")
+    options.add_argument("--host", default=str(ROOT / "dist/bin/corvane-host"))
+    options.add_argument("--rates", default="48000", help="sample rates, with commas")
+    options.add_argument("--out", type=pathlib.Path, help="write the table here, as Markdown")
+    options.add_argument("--figures", type=pathlib.Path, help="write the figures here")
+    options.add_argument("--before", type=pathlib.Path, help="figures to set beside the new ones")
+    options.add_argument("--keep", type=pathlib.Path, help="keep what is rendered in this folder")
+    arguments = options.parse_args()
+
+    wanted = [(row, int(rate)) for rate in arguments.rates.split(",") for row in ROWS
+              if not arguments.rows or any(re.search(one, row.name) for one in arguments.rows)]
+    before = {}
+    if arguments.before:
+        before = dict(line.split("\t")[:2] for line in arguments.before.read_text().splitlines())
+
+    def measured(job):
+        row, rate = job
+        if arguments.keep:
+            folder = arguments.keep / re.sub(r"\W+", "-", f"{row.name} {rate}")
+            folder.mkdir(parents=True, exist_ok=True)
+            return row.measure(Unit(arguments.host, rate, folder))
+        with tempfile.TemporaryDirectory() as folder:
+            return row.measure(Unit(arguments.host, rate, folder))
+
+    lines, figures = [], []
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        for (row, rate), figure in zip(wanted, pool.map(measured, wanted)):
+            name = row.name if rate == 48000 else f"{row.name}, at {rate / 1000:g} kHz"
+            text = shown(figure, row.unit)
+            verdict = judge(figure, row.most)
+            figures.append(f"{name}\t{text}\t{row.unit}\t{row.most}\t{verdict}\n")
+            lines.append([name, before.get(name, ""), f"{text} {row.unit}".strip(), str(row.most),
+                          verdict])
+            print(f"{name:66}{text:>9} {row.unit:6}{row.most!s:>7}  {verdict}", flush=True)
+    if arguments.figures:
+        arguments.figures.write_text("".join(figures))
+    if arguments.out:
+        columns = ["row", "before", "now", "at most", ""]
+        if not before:
+            columns, lines = columns[:1] + columns[2:], [line[:1] + line[2:] for line in lines]
+        table = [columns, ["---"] * len(columns), *lines]
+        arguments.out.write_text(HEADER + "".join(f"| {' | '.join(one)} |\n" for one in table))
+
+
+if __name__ == "__main__":
+    sys.exit(main())
