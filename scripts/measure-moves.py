@@ -388,10 +388,6 @@ def judge(figure, most):
     return "ok" if figure <= most else "OVER"
 
 
-def shown(figure, unit):
-    return f"{figure:+.1f}" if unit.startswith("dB") else f"{figure:.3g}"
-
-
 HEADER = """# Moves, measured
 
 `scripts/measure-moves.py` moves the controls of the built plug-in while it sounds, and measures
@@ -434,7 +430,7 @@ def main():
         for (row, rate), figure in zip(wanted, pool.map(measured, wanted)):
             figure, note = figure if isinstance(figure, tuple) else (figure, "")
             name = row.name if rate == 48000 else f"{row.name}, at {rate / 1000:g} kHz"
-            text = shown(figure, row.unit)
+            text = f"{figure:+.1f}" if row.unit.startswith("dB") else f"{figure:.2g}"
             verdict = judge(figure, row.most)
             figures.append(f"{name}\t{text}\t{row.unit}\t{row.most}\t{verdict}\n")
             lines.append([name, before.get(name, ""), f"{text} {row.unit}".strip(), str(row.most),
