@@ -21,9 +21,8 @@ from scipy import signal
 
 from measuring import HOST, MODES, Unit, decibels, run, sine
 
-TONE = 440.0        # Hz
-LEVEL = 0.5         # -6 dBFS
-CLICKS_FROM = 5000  # Hz
+TONE, LEVEL = 440.0, 0.5  # Hz, -6 dBFS
+CLICKS_FROM = 5000        # Hz
 
 ROWS = []
 Row = collections.namedtuple("Row", "name unit most measure")
@@ -415,7 +414,6 @@ def main():
     options.add_argument("--before", type=pathlib.Path, help="figures to set beside the new ones")
     options.add_argument("--keep", type=pathlib.Path, help="keep what is rendered in this folder")
     arguments = options.parse_args()
-
     wanted = [(row, int(rate)) for rate in arguments.rates.split(",") for row in ROWS
               if not arguments.rows or any(re.search(one, row.name) for one in arguments.rows)]
     earlier = arguments.before.read_text().splitlines() if arguments.before else []
