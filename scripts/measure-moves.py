@@ -5,8 +5,8 @@ it: clicks, and what else a movement must not do.
     scripts/measure-moves.py [REGEX…] [--host dist/bin/corvane-host] [--rates 48000,96000]
                              [--out docs/moves.md] [--before FIGURES] [--keep FOLDER]
 
-Without REGEX all rows are measured, else those whose name matches one. --figures FILE keeps the
-figures for a later --before. Needs python3-numpy and python3-scipy (scripts/setup.sh docs).
+Without REGEX all rows are measured, else those that match one. --figures FILE keeps figures for a
+later --before. Needs python3-numpy and python3-scipy (scripts/setup.sh docs).
 """
 import argparse
 import collections
@@ -23,7 +23,6 @@ from measuring import HOST, MODES, Unit, decibels, run, sine
 
 TONE, LEVEL = 440.0, 0.5  # Hz, -6 dBFS
 CLICKS_FROM = 5000        # Hz
-
 ROWS = []
 Row = collections.namedtuple("Row", "name unit most measure")
 
@@ -389,8 +388,9 @@ def judge(figure, most):
 
 HEADER = """# Controls in motion, measured
 
-`scripts/measure-moves.py` moves the controls of the built plug-in while it sounds, and measures
-what is heard of it.
+`scripts/measure-moves.py --before docs/measurements/moves-before.tsv --out docs/moves.md` moves the
+controls of the built plug-in while it sounds, and measures what is heard of it. Before: the engine
+that still clicked.
 
 A **click**, in dBFS, is the highest sample above 5 kHz (linear phase, Kaiser window of 5.8, 4 ms)
 while the wet sound of a 440 Hz sine at -6 dBFS is heard; the sine alone leaves -84. It is the worst
