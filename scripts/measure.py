@@ -7,7 +7,6 @@ Needs python3-numpy, python3-scipy and python3-matplotlib (scripts/setup.sh docs
 """
 import argparse
 import pathlib
-import subprocess
 import tempfile
 
 import matplotlib
@@ -15,47 +14,21 @@ import matplotlib
 matplotlib.use("Agg")
 import matplotlib.pyplot as plt
 import numpy as np
-from scipy.io import wavfile
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent
-MODES = ["Clean", "Legacy", "Lims", "Full"]
+from measuring import HOST, MODES, ROOT, Unit, decibels, sine
+
 COLOURS = {"Clean": "#4878a8", "Legacy": "#c08a2c", "Lims": "#4c9a5c", "Full": "#b04a4a"}
 # One repeat of 20 ms, nothing else: what comes out is what went through the unit once.
 WET = {"Mix": "10", "Feedback": "0", "Delay Time": "20", "Sensitivity": "Off",
        "Reference Level": "0"}
 
 
-def decibels(linear):
-    return 20 * np.log10(np.maximum(linear, 1e-12))
-
-
-class Unit:
-    """The plug-in in its command-line host."""
-
-    def __init__(self, host, folder):
-        self.host = host
-        self.folder = pathlib.Path(folder)
-
-    def render(self, signal, rate, tail=0.0, **parameters):
-        source, result = self.folder / "in.wav", self.folder / "out.wav"
-        wavfile.write(source, rate, np.column_stack([signal, signal]).astype(np.float32))
-        command = [self.host, "render", str(source), str(result), "--tail", str(tail)]
-        for name, text in parameters.items():
-            command += ["--param", f"{name}={text}"]
-        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
-        return wavfile.read(result)[1].astype(float)
-
-
-def sine(level_db, seconds, rate, hz=1000.0):
-    return 10 ** (level_db / 20) * np.sin(2 * np.pi * hz * np.arange(int(seconds * rate)) / rate)
-
-
 def levels(unit, axes):
-    rate, inputs = 48000, np.arange(-40, 31, 2.0)
+    inputs = np.arange(-40, 31, 2.0)
     for mode in MODES:
         outputs = []
         for level in inputs:
-            wave = unit.render(sine(level, 0.6, rate), rate, **{**WET, "Processing Mode": mode})
+            wave = unit.render(sine(level, 0.6, unit.rate, 1000), {**WET, "Processing Mode": mode})
             settled = wave[len(wave) // 2:, 0]
             outputs.append(decibels(np.sqrt(2 * np.mean(settled ** 2))))
         axes.plot(inputs, outputs, label=mode, color=COLOURS[mode])
@@ -67,10 +40,10 @@ def levels(unit, axes):
 
 
 def harmonics(unit, grid):
-    rate = 48000
+    rate = unit.rate
     for row, mode in zip(grid, MODES):
         for axes, level in zip(row, (-12, 0, 12)):
-            wave = unit.render(sine(level, 1.5, rate), rate, **{**WET, "Processing Mode": mode})
+            wave = unit.render(sine(level, 1.5, rate, 1000), {**WET, "Processing Mode": mode})
             window = wave[-rate:, 0] * np.hanning(rate)
             spectrum = decibels(np.abs(np.fft.rfft(window)) / (rate / 4))
             axes.semilogx(np.arange(len(spectrum))[20:], spectrum[20:], lw=0.7,
@@ -84,14 +57,14 @@ def harmonics(unit, grid):
 
 
 def noise(unit, axes):
-    rate, settings = 48000, np.arange(-10, 10.1, 2.5)
+    settings = np.arange(-10, 10.1, 2.5)
     for doubled in ("Off", "On"):
         floor = []
         for reference in settings:
-            wave = unit.render(np.zeros(rate), rate,
-                               **{**WET, "Processing Mode": "Full", "Delay X2": doubled,
-                                  "Reference Level": f"{reference:.1f}"})
-            floor.append(decibels(wave[rate // 2:].std()))
+            wave = unit.render(np.zeros(unit.rate),
+                               {**WET, "Processing Mode": "Full", "Delay X2": doubled,
+                                "Reference Level": f"{reference:.1f}"})
+            floor.append(decibels(unit.part(wave, 0.5).std()))
         axes.plot(settings, floor, "o-", label=f"Delay X2 {doubled}",
                   color=COLOURS["Full" if doubled == "Off" else "Legacy"])
         yield from ((f"noise X2 {doubled}, Reference {r:+.0f} dB", f"{f:.1f} dBFS")
@@ -106,10 +79,10 @@ def oscillation(unit, grid):
         for rate in (44100, 48000, 96000, 192000):
             for doubled in ("Off", "On"):
                 burst = 0.25 * np.random.default_rng(1).standard_normal(rate // 4)
-                wave = unit.render(burst, rate, tail=seconds,
-                                   **{"Processing Mode": mode, "Mix": "10", "Feedback": "10",
-                                      "Delay Time": "250", "Sensitivity": "Off",
-                                      "Reference Level": "-10", "Delay X2": doubled})[:, 0]
+                wave = unit.at(rate).render(
+                    burst, {"Processing Mode": mode, "Mix": "10", "Feedback": "10",
+                            "Delay Time": "250", "Sensitivity": "Off", "Reference Level": "-10",
+                            "Delay X2": doubled}, tail=seconds)[:, 0]
                 blocks = wave[:len(wave) // rate * rate].reshape(-1, rate)
                 level = decibels(np.sqrt(np.mean(blocks ** 2, axis=1)))
                 axes.plot(np.arange(len(level)) + 0.5, level,
@@ -124,7 +97,7 @@ def oscillation(unit, grid):
 
 def main():
     options = argparse.ArgumentParser(description=__doc__.splitlines()[0])
-    options.add_argument("--host", default=str(ROOT / "dist/bin/corvane-host"))
+    options.add_argument("--host", default=HOST)
     options.add_argument("--out", type=pathlib.Path, default=ROOT / "docs/measurements")
     arguments = options.parse_args()
     arguments.out.mkdir(parents=True, exist_ok=True)
