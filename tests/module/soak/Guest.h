@@ -3,6 +3,7 @@
 
 #include "tests/module/soak/Chance.h"
 #include "tests/module/soak/Journal.h"
+#include "tests/module/soak/Player.h"
 #include "tools/hosting/EditorWindow.h"
 #include "tools/hosting/HostedPlugin.h"
 
@@ -15,6 +16,7 @@ namespace Quorvant::Soak {
 struct Guest {
     Hosting::HostedPlugin::Ptr plugin;
     Hosting::EditorWindow::Ptr window;  // goes first
+    Memory memory;                      // of who plays there
     Hosting::HostSetup setup;
     std::vector<Hosting::ParameterPoint> pending;  // for the next block
     double beats = 0.0;                            // position in the song

@@ -1,0 +1,299 @@
+#include "tests/module/soak/Player.h"
+
+#include "tests/module/soak/Actions.h"
+
+#include "pluginterfaces/base/keycodes.h"
+#include "pluginterfaces/gui/iplugviewcontentscalesupport.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <set>
+
+namespace Quorvant::Soak {
+
+using namespace Steinberg;
+using Hosting::Button;
+using Hosting::EditorWindow;
+using Hosting::Pointer;
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr milliseconds kMoment{1}, kPicture{17}, kHint{720};
+constexpr int kUsualWidth = 1000, kLargestWidth = 2200;  // larger ones only slow the player down
+constexpr size_t kMostSpots = 24;
+constexpr int kGrain = 4;  // pixels; what is smaller is overlooked
+
+constexpr char kCharacters[] = "0123456789abcdefghijklmnopqrstuvwxyz./-, ";
+constexpr int16 kCodes[] = {KEY_RETURN, KEY_ESCAPE,   KEY_RETURN, KEY_ESCAPE, KEY_TAB,  KEY_SPACE,
+                            KEY_UP,     KEY_DOWN,     KEY_LEFT,   KEY_RIGHT,  KEY_HOME, KEY_END,
+                            KEY_PAGEUP, KEY_PAGEDOWN, KEY_BACK,   KEY_DELETE};
+constexpr char kEditing[] = "acxvz";  // with the control key
+
+// One thing that a hand does in a moment, and what to call it.
+struct Stroke {
+    std::string name;
+    std::function<void(EditorWindow&)> act;
+};
+using Strokes = std::vector<Stroke>;
+
+void pass(Scene& scene, milliseconds time) {
+    for (const auto& guest : scene.guests)
+        if (guest->window) guest->window->pass(time);
+}
+
+std::set<std::string> files() {
+    std::set<std::string> found;
+    const char* home = std::getenv("HOME");
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(home ? home : "")) {
+        if (entry.is_regular_file())
+            found.insert(entry.path().string() + std::to_string(entry.file_size()) + ' ' +
+                         std::to_string(entry.last_write_time().time_since_epoch().count()));
+    }
+    return found;
+}
+
+void open(Scene& scene, Guest& guest) {
+    if (guest.window) return;
+    scene.journal.note("open");
+    auto opened = EditorWindow::open(*guest.plugin);
+    if (!opened) return scene.journal.complain(opened.error());
+    guest.window = std::move(*opened);
+    guest.memory = {};
+    pass(scene, kPicture);
+}
+
+void close(Scene& scene, Guest& guest) {
+    const auto before = files();
+    guest.window->close();
+    if (guest.window->handlerCount() != 0)
+        scene.journal.complain("handlers are left in the host's loop");
+    guest.window = nullptr;
+    if (files() != before) scene.journal.complain("closing the editor writes files");
+    if (!guest.plugin->editLog().open.empty())
+        scene.journal.complain("an edit outlives the editor");
+}
+
+void resize(Scene& scene, Guest& guest) {
+    const bool usual = scene.chance.oneIn(2) || guest.window->width() > kLargestWidth;
+    const int width = usual ? kUsualWidth : scene.chance.between(300, 1500);
+    if (!guest.window->setWidth(width)) scene.journal.complain("the editor can't be resized");
+}
+
+void scaleContent(Scene& scene, Guest& guest) {
+    constexpr float kFactors[] = {
+        1.0F, 1.0F, 1.0F, 1.25F, 1.5F, 2.0F, 0.0F, -1.0F, std::numeric_limits<float>::quiet_NaN()};
+    FUnknownPtr<IPlugViewContentScaleSupport> view(&guest.window->view());
+    if (view) view->setContentScaleFactor(scene.chance.of(kFactors));
+}
+
+void loadState(Scene& scene, Guest& guest) {
+    loadComponentState(guest, scene.chance, scene.journal, scene.known);
+}
+
+void process(Scene& scene, Guest& guest) {
+    processBlock(guest, scene.chance, scene.journal);
+}
+
+// What the host does meanwhile.
+void meddle(Scene& scene, Guest& guest) {
+    constexpr struct {
+        const char* name;
+        void (*run)(Scene&, Guest&);
+    } kWays[] = {{"close", close},         {"resize", resize},        {"scale", scaleContent},
+                 {"automate", editInHost}, {"automate", editInHost},  {"load", loadState},
+                 {"process", process},     {"program", chooseProgram}};
+    const auto& way = scene.chance.of(kWays);
+    scene.journal.note(way.name);
+    way.run(scene, guest);
+}
+
+void perform(Scene& scene, Guest& guest, const Strokes& strokes) {
+    for (const Stroke& stroke : strokes) {
+        if (scene.chance.oneIn(40)) meddle(scene, guest);
+        if (!guest.window) return;
+        scene.journal.note(stroke.name);
+        stroke.act(*guest.window);
+        if (!scene.chance.oneIn(4)) pass(scene, scene.chance.oneIn(4) ? kPicture : kMoment);
+    }
+}
+
+// Where a hand goes that doesn't know the editor.
+Spot aim(Chance& chance, const Guest& guest) {
+    const int width = guest.window->width(), height = guest.window->height();
+    const auto& [seen, spots, from, to, last] = guest.memory;
+    switch (chance.below(10)) {
+        case 0:
+        case 1:
+            if (!spots.empty()) return chance.of(spots);
+            break;
+        case 2:
+        case 3:
+        case 4:
+        case 5:
+            if (to.x > from.x) return {chance.between(from.x, to.x), chance.between(from.y, to.y)};
+            break;
+        case 6:
+            return {chance.between(width * 2 / 5, width * 3 / 5),
+                    chance.between(height * 2 / 5, height * 3 / 5)};
+        case 7:
+            return {last.x + chance.between(-40, 80), last.y + chance.between(-20, 80)};
+        default:
+            break;
+    }
+    return {chance.below(width), chance.below(height)};
+}
+
+// Remembers a click that changed much, and where it did.
+void look(Scene& scene, Guest& guest) {
+    if (!guest.window) return;
+    pass(scene, kPicture);
+    auto& memory = guest.memory;
+    Hosting::Pixels now = guest.window->pixels();
+    const auto& before = memory.seen;
+    if (now.width == before.width && now.values.size() == before.values.size()) {
+        Spot from{now.width, now.height}, to;
+        int changed = 0;
+        for (int y = 0; y < now.height; y += kGrain) {
+            for (int x = 0; x < now.width; x += kGrain) {
+                const auto at = static_cast<size_t>(y * now.width + x);
+                if (now.values[at] == before.values[at]) continue;
+                ++changed;
+                from = {std::min(from.x, x), std::min(from.y, y)};
+                to = {std::max(to.x, x), std::max(to.y, y)};
+            }
+        }
+        if (changed * kGrain * kGrain * 100 > now.width * now.height) {
+            if (memory.spots.size() == kMostSpots) memory.spots.erase(memory.spots.begin());
+            memory.spots.push_back(memory.last);
+            memory.from = from;
+            memory.to = to;
+        }
+    }
+    memory.seen = std::move(now);
+}
+
+int16 modifiers(Chance& chance) {
+    constexpr int16 kHeld[] = {kShiftKey, kCommandKey, kAlternateKey};
+    return chance.oneIn(12) ? chance.of(kHeld) : int16{0};
+}
+
+Stroke at(Pointer action, Spot spot, Button button, int held) {
+    constexpr const char* kNames[] = {"press", "release", "move", "drag"};
+    return {std::string(kNames[static_cast<int>(action)]) + " " +
+                std::to_string(static_cast<int>(button)) + " at " + std::to_string(spot.x) + "," +
+                std::to_string(spot.y),
+            [=](EditorWindow& window) { window.point(action, spot.x, spot.y, button, held); }};
+}
+
+Strokes clickStrokes(Chance& chance, Guest& guest) {
+    const Spot spot = guest.memory.last = aim(chance, guest);
+    const Button button = chance.oneIn(6)    ? Button::Right
+                          : chance.oneIn(60) ? Button::Middle
+                                             : Button::Left;
+    const int held = modifiers(chance);
+    Strokes strokes = {at(Pointer::Move, spot, button, 0)};
+    for (int times = chance.oneIn(3) ? 2 : 1; times > 0; --times) {
+        strokes.push_back(at(Pointer::Press, spot, button, held));
+        strokes.push_back(at(Pointer::Release, spot, button, held));
+    }
+    return strokes;
+}
+
+Stroke keyStroke(Chance& chance) {
+    char character = 0;
+    int16 code = 0, held = 0;
+    if (chance.oneIn(6)) {
+        character = kEditing[chance.below(sizeof kEditing - 1)];
+        held = kCommandKey;
+    } else if (chance.oneIn(3)) {
+        code = chance.of(kCodes);
+        held = modifiers(chance);
+    } else {
+        character = kCharacters[chance.below(sizeof kCharacters - 1)];
+    }
+    const std::string name = "key " + (code ? std::to_string(code) : std::string(1, character)) +
+                             (held ? " with " + std::to_string(held) : "");
+    // Some hosts hand keys on, others leave them to the window.
+    if (chance.oneIn(8))
+        return {"the host's " + name,
+                [=](EditorWindow& window) { window.EditorWindow::key(character, code, held); }};
+    return {name, [=](EditorWindow& window) { window.key(character, code, held); }};
+}
+
+Strokes typeStrokes(Chance& chance) {
+    Strokes strokes;
+    for (int count = chance.between(1, 6); count > 0; --count) strokes.push_back(keyStroke(chance));
+    return strokes;
+}
+
+}  // namespace
+
+void click(Scene& scene, Guest& guest) {
+    open(scene, guest);
+    perform(scene, guest, clickStrokes(scene.chance, guest));
+    if (scene.chance.oneIn(2)) look(scene, guest);
+}
+
+void drag(Scene& scene, Guest& guest) {
+    open(scene, guest);
+    Chance& chance = scene.chance;
+    Spot spot = aim(chance, guest);
+    const int held = modifiers(chance), stepX = chance.between(-6, 6),
+              stepY = chance.between(-6, 6);
+    const Button button = chance.oneIn(12) ? Button::Right : Button::Left;
+    Strokes strokes = {at(Pointer::Move, spot, button, 0), at(Pointer::Press, spot, button, held)};
+    for (int steps = chance.between(1, 12); steps > 0; --steps) {
+        spot = {spot.x + stepX, spot.y + stepY};
+        strokes.push_back(at(Pointer::Drag, spot, button, held));
+    }
+    if (!chance.oneIn(20)) strokes.push_back(at(Pointer::Release, spot, button, held));
+    guest.memory.last = spot;
+    perform(scene, guest, strokes);
+}
+
+void wheel(Scene& scene, Guest& guest) {
+    open(scene, guest);
+    Chance& chance = scene.chance;
+    const Spot spot = aim(chance, guest);
+    const Button way = chance.oneIn(2) ? Button::WheelUp : Button::WheelDown;
+    Strokes strokes = {at(Pointer::Move, spot, Button::Left, 0)};
+    for (int steps = chance.between(1, 5); steps > 0; --steps)
+        strokes.push_back(at(Pointer::Press, spot, way, modifiers(chance)));
+    perform(scene, guest, strokes);
+}
+
+void type(Scene& scene, Guest& guest) {
+    open(scene, guest);
+    perform(scene, guest, typeStrokes(scene.chance));
+}
+
+void hurry(Scene& scene, Guest& guest) {
+    for (int rounds = scene.chance.between(1, 3); rounds > 0; --rounds) {
+        click(scene, guest);
+        type(scene, guest);
+    }
+    if (guest.window) meddle(scene, guest);
+    if (scene.chance.oneIn(2)) click(scene, guest);
+}
+
+void rest(Scene& scene, Guest& guest) {
+    open(scene, guest);
+    perform(scene, guest, {at(Pointer::Move, aim(scene.chance, guest), Button::Left, 0)});
+    std::this_thread::sleep_for(kHint);
+    for (int i = 0; i < 4; ++i) pass(scene, kPicture);
+}
+
+void treatWindow(Scene& scene, Guest& guest) {
+    const bool wasOpen = guest.window != nullptr;
+    open(scene, guest);
+    if (!wasOpen) return;
+    constexpr void (*kWays[])(Scene&, Guest&) = {close, close, resize, scaleContent};
+    (guest.window->width() > kLargestWidth ? resize : scene.chance.of(kWays))(scene, guest);
+    pass(scene, kPicture);
+}
+
+}  // namespace Quorvant::Soak
