@@ -25,12 +25,14 @@ namespace {
 constexpr milliseconds kMoment{1}, kPicture{17}, kHint{720};
 constexpr int kUsualWidth = 1000, kLargestWidth = 2200;  // larger ones only slow the player down
 constexpr size_t kMostSpots = 24;
-constexpr int kGrain = 4;  // pixels; what is smaller is overlooked
+constexpr int kCuriosity = 4;  // clicks
+constexpr int kGrain = 4;      // pixels; what is smaller is overlooked
 
 constexpr char kCharacters[] = "0123456789abcdefghijklmnopqrstuvwxyz./-, ";
-constexpr int16 kCodes[] = {KEY_RETURN, KEY_ESCAPE,   KEY_RETURN, KEY_ESCAPE, KEY_TAB,  KEY_SPACE,
-                            KEY_UP,     KEY_DOWN,     KEY_LEFT,   KEY_RIGHT,  KEY_HOME, KEY_END,
-                            KEY_PAGEUP, KEY_PAGEDOWN, KEY_BACK,   KEY_DELETE};
+constexpr int16 kAnswers[] = {KEY_RETURN, KEY_ESCAPE, KEY_TAB};
+constexpr int16 kCodes[] = {KEY_RETURN, KEY_ESCAPE,   KEY_TAB,   KEY_SPACE, KEY_UP,
+                            KEY_DOWN,   KEY_LEFT,     KEY_RIGHT, KEY_HOME,  KEY_END,
+                            KEY_PAGEUP, KEY_PAGEDOWN, KEY_BACK,  KEY_DELETE};
 constexpr char kEditing[] = "acxvz";  // with the control key
 
 // One thing that a hand does in a moment, and what to call it.
@@ -121,26 +123,29 @@ void perform(Scene& scene, Guest& guest, const Strokes& strokes) {
     }
 }
 
+// Where menus open.
+Spot nearby(Chance& chance, Spot spot) {
+    return {spot.x + chance.between(-10, 90), spot.y + chance.between(-5, 60)};
+}
+
 // Where a hand goes that doesn't know the editor.
-Spot aim(Chance& chance, const Guest& guest) {
+Spot aim(Chance& chance, Guest& guest) {
     const int width = guest.window->width(), height = guest.window->height();
-    const auto& [seen, spots, from, to, last] = guest.memory;
-    switch (chance.below(10)) {
+    auto& [seen, spots, from, to, curiosity, last] = guest.memory;
+    if (curiosity > 0 && --curiosity >= 0 && !chance.oneIn(4))
+        return {chance.between(from.x, to.x), chance.between(from.y, to.y)};
+    switch (chance.below(8)) {
         case 0:
         case 1:
+        case 2:
             if (!spots.empty()) return chance.of(spots);
             break;
-        case 2:
         case 3:
-        case 4:
-        case 5:
-            if (to.x > from.x) return {chance.between(from.x, to.x), chance.between(from.y, to.y)};
-            break;
-        case 6:
             return {chance.between(width * 2 / 5, width * 3 / 5),
                     chance.between(height * 2 / 5, height * 3 / 5)};
-        case 7:
-            return {last.x + chance.between(-40, 80), last.y + chance.between(-20, 80)};
+        case 4:
+        case 5:
+            return nearby(chance, last);
         default:
             break;
     }
@@ -167,10 +172,16 @@ void look(Scene& scene, Guest& guest) {
             }
         }
         if (changed * kGrain * kGrain * 100 > now.width * now.height) {
-            if (memory.spots.size() == kMostSpots) memory.spots.erase(memory.spots.begin());
-            memory.spots.push_back(memory.last);
+            const auto known = [&](Spot spot) {
+                return std::abs(spot.x - memory.last.x) + std::abs(spot.y - memory.last.y) < 10;
+            };
+            if (std::ranges::none_of(memory.spots, known)) {
+                if (memory.spots.size() == kMostSpots) memory.spots.erase(memory.spots.begin());
+                memory.spots.push_back(memory.last);
+            }
             memory.from = from;
             memory.to = to;
+            memory.curiosity = kCuriosity;
         }
     }
     memory.seen = std::move(now);
@@ -189,8 +200,8 @@ Stroke at(Pointer action, Spot spot, Button button, int held) {
             [=](EditorWindow& window) { window.point(action, spot.x, spot.y, button, held); }};
 }
 
-Strokes clickStrokes(Chance& chance, Guest& guest) {
-    const Spot spot = guest.memory.last = aim(chance, guest);
+Strokes clickAt(Spot spot, Chance& chance, Guest& guest) {
+    guest.memory.last = spot;
     const Button button = chance.oneIn(6)    ? Button::Right
                           : chance.oneIn(60) ? Button::Middle
                                              : Button::Left;
@@ -203,15 +214,17 @@ Strokes clickStrokes(Chance& chance, Guest& guest) {
     return strokes;
 }
 
-Stroke keyStroke(Chance& chance) {
+// The code where there is one, else whatever comes to mind.
+Stroke keyStroke(Chance& chance, int16 code = 0) {
     char character = 0;
-    int16 code = 0, held = 0;
-    if (chance.oneIn(6)) {
+    int16 held = 0;
+    if (code != 0) {
+        held = modifiers(chance);
+    } else if (chance.oneIn(6)) {
         character = kEditing[chance.below(sizeof kEditing - 1)];
         held = kCommandKey;
     } else if (chance.oneIn(3)) {
-        code = chance.of(kCodes);
-        held = modifiers(chance);
+        return keyStroke(chance, chance.of(kCodes));
     } else {
         character = kCharacters[chance.below(sizeof kCharacters - 1)];
     }
@@ -234,7 +247,7 @@ Strokes typeStrokes(Chance& chance) {
 
 void click(Scene& scene, Guest& guest) {
     open(scene, guest);
-    perform(scene, guest, clickStrokes(scene.chance, guest));
+    perform(scene, guest, clickAt(aim(scene.chance, guest), scene.chance, guest));
     if (scene.chance.oneIn(2)) look(scene, guest);
 }
 
@@ -272,12 +285,19 @@ void type(Scene& scene, Guest& guest) {
 }
 
 void hurry(Scene& scene, Guest& guest) {
-    for (int rounds = scene.chance.between(1, 3); rounds > 0; --rounds) {
-        click(scene, guest);
-        type(scene, guest);
+    Chance& chance = scene.chance;
+    for (int rounds = chance.between(1, 3); rounds > 0; --rounds) {
+        open(scene, guest);
+        perform(scene, guest, clickAt(aim(chance, guest), chance, guest));
+        if (chance.oneIn(2)) look(scene, guest);
+        if (chance.oneIn(3))
+            perform(scene, guest, typeStrokes(chance));
+        else if (!chance.oneIn(3))
+            perform(scene, guest, {keyStroke(chance, chance.of(kAnswers))});
+        if (chance.oneIn(2))
+            perform(scene, guest, clickAt(nearby(chance, guest.memory.last), chance, guest));
     }
-    if (guest.window) meddle(scene, guest);
-    if (scene.chance.oneIn(2)) click(scene, guest);
+    if (guest.window && chance.oneIn(2)) meddle(scene, guest);
 }
 
 void rest(Scene& scene, Guest& guest) {

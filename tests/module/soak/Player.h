@@ -17,7 +17,8 @@ struct Spot {
 struct Memory {
     Hosting::Pixels seen;     // when the player last looked
     std::vector<Spot> spots;  // a click there changed much
-    Spot from, to;            // where it changed
+    Spot from, to;            // where it changed last
+    int curiosity = 0;        // for how long that is interesting
     Spot last;                // where the pointer is
 };
 
