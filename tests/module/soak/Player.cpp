@@ -115,7 +115,7 @@ void meddle(Scene& scene, Guest& guest) {
 
 void perform(Scene& scene, Guest& guest, const Strokes& strokes) {
     for (const Stroke& stroke : strokes) {
-        if (scene.chance.oneIn(40)) meddle(scene, guest);
+        if (guest.window && scene.chance.oneIn(40)) meddle(scene, guest);
         if (!guest.window) return;
         scene.journal.note(stroke.name);
         stroke.act(*guest.window);

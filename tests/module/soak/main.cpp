@@ -10,6 +10,7 @@
 #include <iostream>
 #include <random>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -49,6 +50,8 @@ void take(const Run& run, Journal& journal) {
             for (const auto& misuse : log.misuses) journal.complain(misuse);
             log.misuses.clear();
             if (run.editors) log.edits.clear();
+            for (const auto& point : std::exchange(guest->reported, {}))
+                guest->plugin->controller()->setParamNormalized(point.id, point.value);
         }
     }
 }
