@@ -25,8 +25,7 @@ namespace {
 constexpr milliseconds kMoment{1}, kPicture{17}, kHint{720};
 constexpr int kUsualWidth = 1000, kLargestWidth = 2200;  // larger ones only slow the player down
 constexpr size_t kMostSpots = 24;
-constexpr int kCuriosity = 4;  // clicks
-constexpr int kGrain = 4;      // pixels; what is smaller is overlooked
+constexpr int kGrain = 4;  // pixels; what is smaller is overlooked
 
 constexpr char kCharacters[] = "0123456789abcdefghijklmnopqrstuvwxyz./-, ";
 constexpr int16 kAnswers[] = {KEY_RETURN, KEY_ESCAPE, KEY_TAB};
@@ -58,14 +57,18 @@ std::set<std::string> files() {
     return found;
 }
 
-void open(Scene& scene, Guest& guest) {
-    if (guest.window) return;
+bool isOpen(Scene& scene, Guest& guest) {
+    if (guest.window) return true;
     scene.journal.note("open");
     auto opened = EditorWindow::open(*guest.plugin);
-    if (!opened) return scene.journal.complain(opened.error());
+    if (!opened) {
+        scene.journal.complain(opened.error());
+        return false;
+    }
     guest.window = std::move(*opened);
     guest.memory = {};
     pass(scene, kPicture);
+    return true;
 }
 
 void close(Scene& scene, Guest& guest) {
@@ -132,13 +135,17 @@ Spot nearby(Chance& chance, Spot spot) {
 Spot aim(Chance& chance, Guest& guest) {
     const int width = guest.window->width(), height = guest.window->height();
     auto& [seen, spots, from, to, curiosity, last] = guest.memory;
-    if (curiosity > 0 && --curiosity >= 0 && !chance.oneIn(4))
+    if (curiosity > 0) --curiosity;
+    if (curiosity > 0 && !chance.oneIn(4))
         return {chance.between(from.x, to.x), chance.between(from.y, to.y)};
     switch (chance.below(8)) {
         case 0:
         case 1:
         case 2:
-            if (!spots.empty()) return chance.of(spots);
+            if (!spots.empty()) {
+                const Spot &one = chance.of(spots), &other = chance.of(spots);
+                return one.news > other.news ? one : other;
+            }
             break;
         case 3:
             return {chance.between(width * 2 / 5, width * 3 / 5),
@@ -171,7 +178,8 @@ void look(Scene& scene, Guest& guest) {
                 to = {std::max(to.x, x), std::max(to.y, y)};
             }
         }
-        if (changed * kGrain * kGrain * 100 > now.width * now.height) {
+        memory.last.news = changed * kGrain * kGrain * 100 / (now.width * now.height);
+        if (memory.last.news > 0) {
             const auto known = [&](Spot spot) {
                 return std::abs(spot.x - memory.last.x) + std::abs(spot.y - memory.last.y) < 10;
             };
@@ -181,7 +189,7 @@ void look(Scene& scene, Guest& guest) {
             }
             memory.from = from;
             memory.to = to;
-            memory.curiosity = kCuriosity;
+            memory.curiosity = 3 + memory.last.news / 8;  // clicks
         }
     }
     memory.seen = std::move(now);
@@ -202,7 +210,7 @@ Stroke at(Pointer action, Spot spot, Button button, int held) {
 
 Strokes clickAt(Spot spot, Chance& chance, Guest& guest) {
     guest.memory.last = spot;
-    const Button button = chance.oneIn(6)    ? Button::Right
+    const Button button = chance.oneIn(4)    ? Button::Right
                           : chance.oneIn(60) ? Button::Middle
                                              : Button::Left;
     const int held = modifiers(chance);
@@ -246,13 +254,13 @@ Strokes typeStrokes(Chance& chance) {
 }  // namespace
 
 void click(Scene& scene, Guest& guest) {
-    open(scene, guest);
+    if (!isOpen(scene, guest)) return;
     perform(scene, guest, clickAt(aim(scene.chance, guest), scene.chance, guest));
     if (scene.chance.oneIn(2)) look(scene, guest);
 }
 
 void drag(Scene& scene, Guest& guest) {
-    open(scene, guest);
+    if (!isOpen(scene, guest)) return;
     Chance& chance = scene.chance;
     Spot spot = aim(chance, guest);
     const int held = modifiers(chance), stepX = chance.between(-6, 6),
@@ -269,7 +277,7 @@ void drag(Scene& scene, Guest& guest) {
 }
 
 void wheel(Scene& scene, Guest& guest) {
-    open(scene, guest);
+    if (!isOpen(scene, guest)) return;
     Chance& chance = scene.chance;
     const Spot spot = aim(chance, guest);
     const Button way = chance.oneIn(2) ? Button::WheelUp : Button::WheelDown;
@@ -280,14 +288,14 @@ void wheel(Scene& scene, Guest& guest) {
 }
 
 void type(Scene& scene, Guest& guest) {
-    open(scene, guest);
+    if (!isOpen(scene, guest)) return;
     perform(scene, guest, typeStrokes(scene.chance));
 }
 
 void hurry(Scene& scene, Guest& guest) {
     Chance& chance = scene.chance;
     for (int rounds = chance.between(1, 3); rounds > 0; --rounds) {
-        open(scene, guest);
+        if (!isOpen(scene, guest)) return;
         perform(scene, guest, clickAt(aim(chance, guest), chance, guest));
         if (chance.oneIn(2)) look(scene, guest);
         if (chance.oneIn(3))
@@ -301,7 +309,7 @@ void hurry(Scene& scene, Guest& guest) {
 }
 
 void rest(Scene& scene, Guest& guest) {
-    open(scene, guest);
+    if (!isOpen(scene, guest)) return;
     perform(scene, guest, {at(Pointer::Move, aim(scene.chance, guest), Button::Left, 0)});
     std::this_thread::sleep_for(kHint);
     for (int i = 0; i < 4; ++i) pass(scene, kPicture);
@@ -309,8 +317,7 @@ void rest(Scene& scene, Guest& guest) {
 
 void treatWindow(Scene& scene, Guest& guest) {
     const bool wasOpen = guest.window != nullptr;
-    open(scene, guest);
-    if (!wasOpen) return;
+    if (!isOpen(scene, guest) || !wasOpen) return;
     constexpr void (*kWays[])(Scene&, Guest&) = {close, close, resize, scaleContent};
     (guest.window->width() > kLargestWidth ? resize : scene.chance.of(kWays))(scene, guest);
     pass(scene, kPicture);

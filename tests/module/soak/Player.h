@@ -12,11 +12,12 @@ struct Guest;
 
 struct Spot {
     int x = 0, y = 0;  // pixels
+    int news = 0;      // percent of the editor that a click there changed
 };
 
 struct Memory {
     Hosting::Pixels seen;     // when the player last looked
-    std::vector<Spot> spots;  // a click there changed much
+    std::vector<Spot> spots;  // where a click changed something
     Spot from, to;            // where it changed last
     int curiosity = 0;        // for how long that is interesting
     Spot last;                // where the pointer is

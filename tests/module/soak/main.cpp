@@ -67,7 +67,7 @@ std::string summary(const Run& run, const Journal& journal) {
 }
 
 // Nobody's own presets and settings, and no programs that show files and dialogs.
-void leaveHome(const std::filesystem::path& folder) {
+void leaveHome([[maybe_unused]] const std::filesystem::path& folder) {
 #ifndef _WIN32
     std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder);
