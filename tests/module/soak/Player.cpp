@@ -165,6 +165,7 @@ void look(Scene& scene, Guest& guest) {
     pass(scene, kPicture);
     auto& memory = guest.memory;
     Hosting::Pixels now = guest.window->pixels();
+    if (now.values.empty()) return;  // larger than the screen
     const auto& before = memory.seen;
     if (now.width == before.width && now.values.size() == before.values.size()) {
         Spot from{now.width, now.height}, to;
