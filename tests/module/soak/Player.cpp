@@ -301,9 +301,9 @@ void hurry(Scene& scene, Guest& guest) {
         if (chance.oneIn(2)) look(scene, guest);
         if (chance.oneIn(3))
             perform(scene, guest, typeStrokes(chance));
-        else if (!chance.oneIn(3))
+        else if (!chance.oneIn(4))
             perform(scene, guest, {keyStroke(chance, chance.of(kAnswers))});
-        if (chance.oneIn(2))
+        if (!chance.oneIn(3))
             perform(scene, guest, clickAt(nearby(chance, guest.memory.last), chance, guest));
     }
     if (guest.window && chance.oneIn(2)) meddle(scene, guest);
