@@ -1,7 +1,6 @@
 #include "tests/module/soak/Actions.h"
 
 #include "params/ParameterIndex.h"
-#include "tests/module/soak/Player.h"
 #include "tools/hosting/ParameterText.h"
 
 #include "pluginterfaces/vst/ivstunits.h"
@@ -187,13 +186,7 @@ constexpr Action kActions[] = {
     {"come and go", 6, 2, comeAndGo},
     {"play together", 3, 1, playTogether},
     {"load while playing", 3, 0, loadWhilePlaying},
-    {"click", 0, 140, click},
-    {"drag", 0, 60, drag},
-    {"wheel", 0, 20, wheel},
-    {"type", 0, 60, type},
-    {"hurry", 0, 200, hurry},
-    {"rest", 0, 2, rest},
-    {"treat window", 0, 20, treatWindow},
+    {"play in editor", 0, 500, playInEditor},
 };
 
 }  // namespace

@@ -26,6 +26,8 @@ struct Action {
 
 void chooseProgram(Scene& scene, Guest& guest);
 void editInHost(Scene& scene, Guest& guest);
+// Opens the guest's editor, or does one thing in it, amid which the host may close it.
+void playInEditor(Scene& scene, Guest& guest);
 
 std::span<const Action> allActions();
 
