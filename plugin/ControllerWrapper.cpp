@@ -109,6 +109,14 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setParamNormalized(Vst::ParamID id,
     return result;
 }
 
+tresult QVXVST3ControllerWrapper::beginEdit(Vst::ParamID id) {
+    return openEdits[id]++ == 0 ? EditControllerEx1::beginEdit(id) : kResultTrue;
+}
+
+tresult QVXVST3ControllerWrapper::endEdit(Vst::ParamID id) {
+    return --openEdits[id] == 0 ? EditControllerEx1::endEdit(id) : kResultTrue;
+}
+
 tresult QVXVST3ControllerWrapper::performEdit(Vst::ParamID id, Vst::ParamValue value) {
     if (std::isnan(value) || !acceptsChange(id)) return kResultFalse;
     return EditControllerEx1::performEdit(id, value);

@@ -7,6 +7,7 @@
 #include "public.sdk/source/vst/vsteditcontroller.h"
 
 #include <array>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -47,7 +48,11 @@ class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, publi
     // chooses that factory preset; the value that it has already changes nothing.
     Steinberg::tresult PLUGIN_API setParamNormalized(Steinberg::Vst::ParamID id,
                                                      Steinberg::Vst::ParamValue value) override;
-    // Edits from the editor on their way to the host; refuses what acceptsChange() refuses.
+    // Edits on their way to the host. It hears of one at a time: a preset may come while somebody
+    // turns a knob.
+    Steinberg::tresult beginEdit(Steinberg::Vst::ParamID id) override;
+    Steinberg::tresult endEdit(Steinberg::Vst::ParamID id) override;
+    // Edits from the editor; refuses what acceptsChange() refuses.
     Steinberg::tresult performEdit(Steinberg::Vst::ParamID id,
                                    Steinberg::Vst::ParamValue value) override;
 
@@ -80,6 +85,7 @@ class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, publi
     const MakeView makeView;
     bool initialised = false;
     int zoomPercent = 0;
+    std::map<Steinberg::Vst::ParamID, int> openEdits;  // how often each has begun
     std::vector<ControllerListener*> listeners;
     std::unique_ptr<PresetManager> manager;
 };
