@@ -27,6 +27,9 @@ add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffp-contract=off>)
 # One floating-point and debug setting for every user of the SDK's headers.
 add_compile_definitions($<IF:$<CONFIG:Debug>,DEVELOPMENT=1,RELEASE=1>)
 
+# What could be made of a fault ends the process instead.
+add_compile_options($<$<AND:$<CONFIG:Release>,$<COMPILE_LANGUAGE:CXX>>:-fstack-protector-strong>)
+
 if(WIN32)
     enable_language(RC)
     # Without the last one, strict C++ has no M_PI there.
@@ -34,12 +37,13 @@ if(WIN32)
     # Nothing but system libraries may be needed on the user's machine, and the same sources give
     # the same file.
     add_link_options(-static -static-libgcc -static-libstdc++ -Wl,--gc-sections
-                     -Wl,--no-insert-timestamp)
+                     -Wl,--no-insert-timestamp -fstack-protector-strong)
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections>
                         $<$<COMPILE_LANGUAGE:CXX>:-fdata-sections>)
 else()
     find_package(Threads REQUIRED)
     link_libraries(Threads::Threads)
+    add_link_options(-Wl,-z,relro -Wl,-z,now)
 endif()
 
 if(CORVANE_SANITIZE)

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # check-artefacts.sh linux|windows: checks the built bundle in dist/ for what hosts and users'
-# machines ask of it: its files, its exports, and the libraries it needs.
+# machines ask of it: its files, its exports, the libraries it needs, and, as of the command-line
+# host, what stands in the way of those who would use a fault.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -14,6 +15,25 @@ same() { # WHAT FOUND EXPECTED
         printf '%s:\nfound    %s\nexpected %s\n' "$1" "${2//$'\n'/ }" "${3//$'\n'/ }"
         exit 1
     fi
+}
+
+# An address that is written to the stack by accident ends the process, and none is written later
+# to the tables that calls go through.
+hardened_elf() { # FILE
+    local dynamic
+    dynamic=$(readelf --wide --segments --dynamic "$1")
+    grep -q GNU_RELRO <<<"$dynamic" || same "$1" "writable relocations" "GNU_RELRO"
+    grep -qE 'BIND_NOW|\bNOW\b' <<<"$dynamic" || same "$1" "lazy binding" "BIND_NOW"
+    [[ $(nm -D "$1") == *' U __stack_chk_fail'* ]] || same "$1" "bare stacks" "a stack protector"
+}
+
+hardened_pe() { # FILE
+    local dump flag
+    dump=$(x86_64-w64-mingw32-objdump -p "$1")
+    for flag in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
+        grep -qw "$flag" <<<"$dump" || same "$1" "no $flag" "$flag"
+    done
+    grep -qa 'stack smashing detected' "$1" || same "$1" "bare stacks" "a stack protector"
 }
 
 script=$(mktemp --suffix=.cmake)
@@ -37,6 +57,8 @@ linux)
     strangers=$(objdump -p "$module" | awk '$1 == "NEEDED" {print $2}' | grep -vE \
         '^(libc|libm|libpthread|libdl|ld-linux-x86-64|lib(X11|xcb|xkbcommon|cairo|pango|glib|gobject|fontconfig|freetype|harfbuzz)[a-zA-Z0-9-]*(-[0-9.]+)?)\.so' || true)
     same "unexpected libraries" "$strangers" ""
+    hardened_elf "$module"
+    hardened_elf "$root/dist/bin/corvane-host"
     ;;
 windows)
     module="$bundle/Contents/x86_64-win/$name.vst3"
@@ -51,6 +73,8 @@ windows)
         echo "no version resource in $module"
         exit 1
     fi
+    hardened_pe "$module"
+    hardened_pe "$root/dist/bin/corvane-host.exe"
     ;;
 *)
     echo "check-artefacts: '$system' is neither linux nor windows" >&2
