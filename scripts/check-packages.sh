@@ -45,6 +45,14 @@ documents() {
         fail "$1: the bundle has no manual"
 }
 
+# stripped FILE…: nobody downloads names that only a debugger reads.
+stripped() {
+    local file
+    for file; do
+        same "symbols in $file" "$(nm "$file" 2>&1 | head -n 3)" "nm: $file: no symbols"
+    done
+}
+
 count() { # FOLDER
     find "$1" -name '*.vstpreset' | wc -l
 }
@@ -55,6 +63,8 @@ check_tarball() {
     tar -xf "$packages/$stem-linux.tar.xz" -C "$base"
     cp -r "$base/$stem" "$base/folder of its own"
     loads "unpacked tarball" "" "$base/$stem/bin/corvane-host"
+    stripped "$base/$stem/bin/corvane-host" \
+        "$base/$stem/$name.vst3/Contents/x86_64-linux/$name.so"
 
     local option
     for option in "" --system; do
@@ -141,6 +151,8 @@ check_zip() {
     unzip -q "$packages/$stem-windows.zip" -d "$work/zip"
     loads "unpacked zip" "" on_windows "$work/zip/$stem/bin/corvane-host.exe"
     documents "$work/zip/$stem"
+    stripped "$work/zip/$stem/bin/corvane-host.exe" \
+        "$work/zip/$stem/$name.vst3/Contents/x86_64-win/$name.vst3"
     same "presets of the zip" "$(count "$work/zip/$stem/presets")" "$presets"
 }
 
