@@ -19,7 +19,8 @@ struct Pixels {
     std::vector<uint32_t> values;  // 0x00RRGGBB, row by row from the top
 };
 
-enum class Pointer { Press, Release, Move, Drag };  // of the left button
+enum class Pointer { Press, Release, Move, Drag };                  // Drag: with the button down
+enum class Button { Left = 1, Middle, Right, WheelUp, WheelDown };  // a wheel is pressed only
 
 // Main thread. The plug-in outlives the window.
 class EditorWindow {
@@ -51,8 +52,14 @@ class EditorWindow {
     virtual Pixels pixels() = 0;
     // Closes the editor; the window goes with this object.
     void close();
-    // As if the user did it, at a point of the view in pixels.
-    virtual void point(Pointer action, int x, int y) = 0;
+    // As if the user did it, at a point of the view in pixels; `modifiers` are the SDK's.
+    virtual void point(Pointer action, int x, int y, Button button = Button::Left,
+                       int modifiers = 0) = 0;
+    // As if the user pressed and released a key: a character, or one of the SDK's codes.
+    virtual void key(char character, Steinberg::int16 code, Steinberg::int16 modifiers = 0);
+    // Lets what has arrived, and what is due after that time, reach the view. Where the host keeps
+    // the clock, this takes no time, and from then on nothing else makes it go on.
+    virtual void pass(std::chrono::milliseconds time);
     // Handlers of the view's that the host's event loop holds.
     virtual size_t handlerCount() const { return 0; }
 

@@ -1,10 +1,12 @@
 #include "tools/hosting/EditorWindow.h"
 
 #include "base/source/fobject.h"
+#include "pluginterfaces/base/keycodes.h"
 #include <windows.h>
 // Needs the types of windows.h.
 #include <windowsx.h>
 
+#include <algorithm>
 #include <string>
 
 namespace Quorvant::Hosting {
@@ -101,22 +103,28 @@ class Window final : public EditorWindow {
         return result;
     }
 
-    void point(Pointer action, int x, int y) override {
-        const LPARAM place = MAKELPARAM(x, y);
-        switch (action) {
-            case Pointer::Press:
-                PostMessageW(inner, WM_LBUTTONDOWN, MK_LBUTTON, place);
-                break;
-            case Pointer::Release:
-                PostMessageW(inner, WM_LBUTTONUP, 0, place);
-                break;
-            case Pointer::Move:
-                PostMessageW(inner, WM_MOUSEMOVE, 0, place);
-                break;
-            case Pointer::Drag:
-                PostMessageW(inner, WM_MOUSEMOVE, MK_LBUTTON, place);
-                break;
+    void point(Pointer action, int x, int y, Button button, int modifiers) override {
+        const bool wheel = button >= Button::WheelUp;
+        const int which = std::min(static_cast<int>(button), 3) - 1;
+        constexpr WPARAM kDown[] = {MK_LBUTTON, MK_MBUTTON, MK_RBUTTON};
+        constexpr UINT kPress[] = {WM_LBUTTONDOWN, WM_MBUTTONDOWN, WM_RBUTTONDOWN};
+        constexpr UINT kRelease[] = {WM_LBUTTONUP, WM_MBUTTONUP, WM_RBUTTONUP};
+        WPARAM keys =
+            (modifiers & kShiftKey ? MK_SHIFT : 0u) | (modifiers & kCommandKey ? MK_CONTROL : 0u);
+        POINT place = {x, y};
+        if (wheel) {
+            ClientToScreen(inner, &place);
+            keys |= static_cast<WPARAM>(static_cast<uint16_t>(
+                        button == Button::WheelUp ? WHEEL_DELTA : -WHEEL_DELTA))
+                    << 16;
+        } else if (action == Pointer::Press || action == Pointer::Drag) {
+            keys |= kDown[which];
         }
+        const UINT message = wheel                        ? WM_MOUSEWHEEL
+                             : action == Pointer::Press   ? kPress[which]
+                             : action == Pointer::Release ? kRelease[which]
+                                                          : WM_MOUSEMOVE;
+        PostMessageW(inner, message, keys, MAKELPARAM(place.x, place.y));
     }
 
   protected:

@@ -1,14 +1,18 @@
 #include "tools/hosting/EditorWindow.h"
 
 #include "base/source/fobject.h"
+#include "pluginterfaces/base/keycodes.h"
 #include <poll.h>
 #include <xcb/xcb.h>
+#include <xcb/xcb_keysyms.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace Quorvant::Hosting {
 namespace {
@@ -40,7 +44,7 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
     }
     tresult PLUGIN_API registerTimer(Linux::ITimerHandler* handler,
                                      Linux::TimerInterval interval) override {
-        timers.push_back({handler, milliseconds(interval), Clock::now() + milliseconds(interval)});
+        timers.push_back({handler, milliseconds(interval), now() + milliseconds(interval)});
         return kResultTrue;
     }
     tresult PLUGIN_API unregisterTimer(Linux::ITimerHandler* handler) override {
@@ -49,12 +53,16 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
                    : kResultFalse;
     }
 
+    Clock::time_point now() const { return ownTime.value_or(Clock::now()); }
+    // From then on time goes on by this alone.
+    void goOn(milliseconds time) { ownTime = now() + time; }
+
     // Waits for `own` too, a descriptor of the host's.
     void turn(milliseconds pause, int own) {
         std::vector<pollfd> descriptors = {{own, POLLIN, 0}};
         for (const Event& event : events) descriptors.push_back({event.descriptor, POLLIN, 0});
         for (const Timer& timer : timers) {
-            const auto left = std::chrono::ceil<milliseconds>(timer.due - Clock::now());
+            const auto left = std::chrono::ceil<milliseconds>(timer.due - now());
             pause = std::clamp(left, milliseconds(0), pause);
         }
         poll(descriptors.data(), descriptors.size(), static_cast<int>(pause.count()));
@@ -64,11 +72,11 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
             const auto at = std::ranges::find(events, descriptors[i].fd, &Event::descriptor);
             if (at != events.end()) at->handler->onFDIsSet(at->descriptor);
         }
-        const auto now = Clock::now();
         std::vector<Linux::ITimerHandler*> due;
+        const auto time = now();
         for (Timer& timer : timers) {
-            if (now < timer.due) continue;
-            timer.due = now + timer.interval;
+            if (time < timer.due) continue;
+            timer.due = time + timer.interval;
             due.push_back(timer.handler);
         }
         for (Linux::ITimerHandler* handler : due)
@@ -94,13 +102,31 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
     };
     std::vector<Event> events;
     std::vector<Timer> timers;
+    std::optional<Clock::time_point> ownTime;
 };
+
+// What the SDK's codes are here. Letters and digits are their own.
+constexpr std::pair<int16, xcb_keysym_t> kKeys[] = {
+    {KEY_BACK, 0xff08},   {KEY_TAB, 0xff09},    {KEY_RETURN, 0xff0d},   {KEY_ESCAPE, 0xff1b},
+    {KEY_HOME, 0xff50},   {KEY_LEFT, 0xff51},   {KEY_UP, 0xff52},       {KEY_RIGHT, 0xff53},
+    {KEY_DOWN, 0xff54},   {KEY_PAGEUP, 0xff55}, {KEY_PAGEDOWN, 0xff56}, {KEY_END, 0xff57},
+    {KEY_DELETE, 0xffff}, {KEY_SPACE, ' '},
+};
+constexpr std::pair<int, xcb_keysym_t> kModifierKeys[] = {
+    {kShiftKey, 0xffe1}, {kCommandKey, 0xffe3}, {kAlternateKey, 0xffe9}};
+
+uint16_t stateOf(int modifiers) {
+    return static_cast<uint16_t>((modifiers & kShiftKey ? XCB_MOD_MASK_SHIFT : 0) |
+                                 (modifiers & kCommandKey ? XCB_MOD_MASK_CONTROL : 0) |
+                                 (modifiers & kAlternateKey ? XCB_MOD_MASK_1 : 0));
+}
 
 class Window final : public EditorWindow {
   public:
     ~Window() override {
         close();
         loop->onResize = nullptr;
+        symbols.reset();
         xcb_disconnect(connection);
     }
 
@@ -139,27 +165,35 @@ class Window final : public EditorWindow {
         return result;
     }
 
-    void point(Pointer action, int x, int y) override {
-        const bool button = action == Pointer::Press || action == Pointer::Release;
-        xcb_button_press_event_t event{};  // a motion has the same members
-        event.response_type = action == Pointer::Press     ? XCB_BUTTON_PRESS
-                              : action == Pointer::Release ? XCB_BUTTON_RELEASE
-                                                           : XCB_MOTION_NOTIFY;
-        event.detail = button ? 1 : 0;
-        const auto since = Clock::now().time_since_epoch();
-        event.time =
-            static_cast<xcb_timestamp_t>(std::chrono::duration_cast<milliseconds>(since).count());
-        event.root = root;
-        event.event = innermost();
-        event.root_x = event.event_x = static_cast<int16_t>(x);
-        event.root_y = event.event_y = static_cast<int16_t>(y);
-        if (action == Pointer::Drag || action == Pointer::Release) event.state = XCB_BUTTON_MASK_1;
-        event.same_screen = 1;
-        const uint32_t mask = action == Pointer::Press     ? XCB_EVENT_MASK_BUTTON_PRESS
-                              : action == Pointer::Release ? XCB_EVENT_MASK_BUTTON_RELEASE
-                                                           : XCB_EVENT_MASK_POINTER_MOTION;
-        xcb_send_event(connection, 0, event.event, mask, reinterpret_cast<const char*>(&event));
-        xcb_flush(connection);
+    void point(Pointer action, int x, int y, Button button, int modifiers) override {
+        const bool press = action == Pointer::Press, release = action == Pointer::Release;
+        const int which = static_cast<int>(button);
+        const bool held = action == Pointer::Drag || release;
+        send(press     ? XCB_BUTTON_PRESS
+             : release ? XCB_BUTTON_RELEASE
+                       : XCB_MOTION_NOTIFY,
+             press || release ? which : 0,
+             stateOf(modifiers) | (held ? XCB_BUTTON_MASK_1 << (which - 1) : 0), x, y);
+    }
+
+    void key(char character, int16 code, int16 modifiers) override {
+        const auto found = std::ranges::find(kKeys, code, &std::pair<int16, xcb_keysym_t>::first);
+        const xcb_keysym_t symbol =
+            found != std::end(kKeys) ? found->second : static_cast<unsigned char>(character);
+        const uint16_t state = stateOf(modifiers);
+        for (const auto& [modifier, key] : kModifierKeys)
+            if (modifiers & modifier) send(XCB_KEY_PRESS, keyCode(key), 0, 0, 0);
+        for (const uint8_t type : {XCB_KEY_PRESS, XCB_KEY_RELEASE})
+            send(type, keyCode(symbol), state, 0, 0);
+        for (const auto& [modifier, key] : kModifierKeys)
+            if (modifiers & modifier) send(XCB_KEY_RELEASE, keyCode(key), state, 0, 0);
+    }
+
+    void pass(milliseconds time) override {
+        // An answer comes after what was sent before the question.
+        std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+        loop->goOn(time);
+        turn(milliseconds(0));
     }
 
     size_t handlerCount() const override { return loop->handlerCount(); }
@@ -193,6 +227,31 @@ class Window final : public EditorWindow {
     }
 
   private:
+    // Events of buttons, keys and motion have the same members.
+    void send(uint8_t type, int detail, int state, int x, int y) {
+        xcb_button_press_event_t event{};
+        event.response_type = type;
+        event.detail = static_cast<xcb_button_t>(detail);
+        event.state = static_cast<uint16_t>(state);
+        const auto since = loop->now().time_since_epoch();
+        event.time =
+            static_cast<xcb_timestamp_t>(std::chrono::duration_cast<milliseconds>(since).count());
+        event.root = root;
+        event.event = innermost();
+        event.root_x = event.event_x = static_cast<int16_t>(x);
+        event.root_y = event.event_y = static_cast<int16_t>(y);
+        event.same_screen = 1;
+        constexpr uint32_t kAny = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
+                                  XCB_EVENT_MASK_POINTER_MOTION | XCB_EVENT_MASK_KEY_PRESS |
+                                  XCB_EVENT_MASK_KEY_RELEASE;
+        xcb_send_event(connection, 0, event.event, kAny, reinterpret_cast<const char*>(&event));
+        xcb_flush(connection);
+    }
+    xcb_keycode_t keyCode(xcb_keysym_t symbol) {
+        const Owned<xcb_keycode_t> codes(xcb_key_symbols_get_keycode(symbols.get(), symbol),
+                                         &std::free);
+        return codes ? *codes : 0;
+    }
     static std::string inQuotes(const HostedPlugin& plugin) {
         return "'" + plugin.description().name + "'";
     }
@@ -221,6 +280,7 @@ class Window final : public EditorWindow {
                             XCB_ATOM_ATOM, 32, 1, &deleteWindow);
         xcb_map_window(connection, window);
         xcb_flush(connection);
+        symbols.reset(xcb_key_symbols_alloc(connection));
     }
     // An embedder maps what it embeds.
     void mapChildren() {
@@ -246,6 +306,8 @@ class Window final : public EditorWindow {
     const IPtr<Loop> loop = owned(new Loop);
     xcb_window_t root = 0, window = 0;
     xcb_atom_t deleteWindow = 0;
+    std::unique_ptr<xcb_key_symbols_t, decltype(&xcb_key_symbols_free)> symbols{
+        nullptr, &xcb_key_symbols_free};
 };
 
 }  // namespace

@@ -42,18 +42,25 @@ IHostApplication& hostApplication() {
     return *host;
 }
 
-tresult EditLog::beginEdit(ParamID) {
+tresult EditLog::beginEdit(ParamID id) {
     ++begun;
+    if (!open.insert(id).second)
+        misuses.push_back("an edit of " + std::to_string(id) + " begins within one");
     return kResultOk;
 }
 
 tresult EditLog::performEdit(ParamID id, ParamValue value) {
     edits.push_back({id, value});
+    if (!open.contains(id)) misuses.push_back(std::to_string(id) + " is set outside of an edit");
+    if (!(value >= 0.0 && value <= 1.0))
+        misuses.push_back(std::to_string(id) + " is set beyond 0 ... 1");
     return kResultOk;
 }
 
-tresult EditLog::endEdit(ParamID) {
+tresult EditLog::endEdit(ParamID id) {
     ++ended;
+    if (open.erase(id) == 0)
+        misuses.push_back("an edit of " + std::to_string(id) + " ends that never began");
     return kResultOk;
 }
 

@@ -8,6 +8,7 @@
 #include "public.sdk/source/vst/hosting/hostclasses.h"
 
 #include <cstdint>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -41,6 +42,8 @@ class EditLog : public Steinberg::FObject,
     int groupsBegun = 0;
     int groupsEnded = 0;
     int dirtyMarks = 0;
+    std::set<Steinberg::Vst::ParamID> open;  // begun, not ended
+    std::vector<std::string> misuses;        // what hosts don't expect, in a sentence each
 
     Steinberg::tresult PLUGIN_API beginEdit(Steinberg::Vst::ParamID id) override;
     Steinberg::tresult PLUGIN_API performEdit(Steinberg::Vst::ParamID id,
