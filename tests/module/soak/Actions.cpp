@@ -58,36 +58,6 @@ void loadStates(Scene& scene, Guest& guest) {
         loadControllerState(guest, scene.chance, scene.journal, scene.known);
 }
 
-void chooseProgram(Scene& scene, Guest& guest) {
-    const double value = scene.chance.unit();
-    auto& log = guest.plugin->editLog();
-    if (guest.plugin->controller()->setParamNormalized(kProgram, value) != kResultOk)
-        scene.journal.complain("a program is refused");
-    if (log.begun != log.ended || log.groupsBegun != log.groupsEnded)
-        scene.journal.complain("an edit has no end");
-    guest.pending.push_back({kProgram, 0, value});
-    for (const auto& [id, edited] : log.edits) guest.pending.push_back({id, 0, edited});
-    log.edits.clear();
-    play(scene, guest);
-}
-
-void editInHost(Scene& scene, Guest& guest) {
-    for (int i = scene.chance.between(1, 20); i > 0; --i) {
-        const auto& parameter = scene.chance.of(guest.plugin->parameters());
-        const double value =
-            scene.chance.oneIn(20) ? std::nan("") : scene.chance.unit() * 1.2 - 0.1;
-        guest.plugin->controller()->setParamNormalized(parameter.id, value);
-        guest.pending.push_back({parameter.id, 0, value});
-        const double held = guest.plugin->controllerValue(parameter.id);
-        if (!(held >= 0.0 && held <= 1.0))
-            scene.journal.complain("'" + parameter.title + "' is beyond 0 ... 1");
-        // A value whose text isn't understood can't be typed.
-        const std::string text = guest.plugin->textOf(parameter, held);
-        if (!text.empty() && !guest.plugin->valueOf(parameter, text))
-            scene.journal.complain("'" + parameter.title + "' doesn't read its own '" + text + "'");
-    }
-}
-
 void askNonsense(Scene& scene, Guest& guest) {
     Chance& chance = scene.chance;
     Vst::IComponent& component = *guest.plugin->component();
@@ -202,54 +172,59 @@ void loadWhilePlaying(Scene& scene, Guest&) {
     saveAndRestore(*guest, chance, scene.journal, own);
 }
 
-void openOrCloseEditor(Scene& scene, Guest& guest) {
-    Chance& chance = scene.chance;
-    const std::chrono::milliseconds moment(chance.below(60));
-    if (!guest.window) {
-        auto opened = Hosting::EditorWindow::open(*guest.plugin);
-        if (!opened) return scene.journal.complain(opened.error());
-        guest.window = std::move(*opened);
-    } else if (chance.oneIn(2)) {
-        guest.window->close();
-        if (guest.window->handlerCount() != 0)
-            scene.journal.complain("handlers are left in the host's loop");
-        guest.window = nullptr;
-        return;
-    } else if (chance.oneIn(2)) {
-        if (!guest.window->setWidth(chance.between(300, 2000)))
-            scene.journal.complain("the editor can't be resized");
-    } else {
-        using Hosting::Pointer;
-        const int x = chance.below(guest.window->width());
-        const int y = chance.between(40, std::max(41, guest.window->height() / 2));
-        guest.window->point(Pointer::Move, x, y);
-        guest.window->point(Pointer::Press, x, y);
-        for (int i = 0; i < 10; ++i) guest.window->point(Pointer::Drag, x, y - 3 * i);
-        guest.window->point(Pointer::Release, x, y - 30);
-    }
-    guest.window->runUntil([] { return false; }, moment);
-    // When an edit comes is the system's choice, and nothing else depends on it.
-    guest.plugin->editLog().edits.clear();
-}
-
 constexpr Action kActions[] = {
-    {"play", 40, play},
-    {"flush", 8, flush},
-    {"set up", 12, setUp},
-    {"cycle", 6, cycle},
-    {"suspend", 4, suspend},
-    {"save states", 6, saveStates},
-    {"load states", 16, loadStates},
-    {"choose program", 6, chooseProgram},
-    {"edit in host", 4, editInHost},
-    {"ask nonsense", 3, askNonsense},
-    {"come and go", 6, comeAndGo},
-    {"play together", 3, playTogether},
-    {"load while playing", 3, loadWhilePlaying},
-    {"editor", 12, openOrCloseEditor, true},
+    {"play", 40, 20, play},
+    {"flush", 8, 2, flush},
+    {"set up", 12, 2, setUp},
+    {"cycle", 6, 2, cycle},
+    {"suspend", 4, 4, suspend},
+    {"save states", 6, 2, saveStates},
+    {"load states", 16, 6, loadStates},
+    {"choose program", 6, 4, chooseProgram},
+    {"edit in host", 4, 16, editInHost},
+    {"ask nonsense", 3, 1, askNonsense},
+    {"come and go", 6, 2, comeAndGo},
+    {"play together", 3, 1, playTogether},
+    {"load while playing", 3, 0, loadWhilePlaying},
+    {"play in editor", 0, 500, playInEditor},
 };
 
 }  // namespace
+
+void chooseProgram(Scene& scene, Guest& guest) {
+    const double value = scene.chance.unit();
+    auto& log = guest.plugin->editLog();
+    const auto open = log.open;
+    if (guest.plugin->controller()->setParamNormalized(kProgram, value) != kResultOk)
+        scene.journal.complain("a program is refused");
+    if (log.open != open || log.groupsBegun != log.groupsEnded)
+        scene.journal.complain("an edit has no end");
+    guest.pending.push_back({kProgram, 0, value});
+    for (const auto& [id, edited] : log.edits) guest.pending.push_back({id, 0, edited});
+    log.edits.clear();
+    play(scene, guest);
+}
+
+void editInHost(Scene& scene, Guest& guest) {
+    for (int i = scene.chance.between(1, 20); i > 0; --i) {
+        // Most often those that the editor changes its look for.
+        constexpr Vst::ParamID kSeen[] = {kShowHideExtensions, kInfRepeat, kSuspend};
+        const auto* seen = guest.plugin->findParameter(scene.chance.of(kSeen));
+        const auto& parameter =
+            seen && scene.chance.oneIn(4) ? *seen : scene.chance.of(guest.plugin->parameters());
+        const double value =
+            scene.chance.oneIn(20) ? std::nan("") : scene.chance.unit() * 1.2 - 0.1;
+        guest.plugin->controller()->setParamNormalized(parameter.id, value);
+        guest.pending.push_back({parameter.id, 0, value});
+        const double held = guest.plugin->controllerValue(parameter.id);
+        if (!(held >= 0.0 && held <= 1.0))
+            scene.journal.complain("'" + parameter.title + "' is beyond 0 ... 1");
+        // A value whose text isn't understood can't be typed.
+        const std::string text = guest.plugin->textOf(parameter, held);
+        if (!text.empty() && !guest.plugin->valueOf(parameter, text))
+            scene.journal.complain("'" + parameter.title + "' doesn't read its own '" + text + "'");
+    }
+}
 
 std::span<const Action> allActions() {
     return kActions;

@@ -288,6 +288,13 @@ class Call {
         });
     }
 
+    void report() {
+        for (const Queue& queue : reported.queues)
+            for (const Point& point : queue.points)
+                guest.reported.push_back(
+                    {const_cast<Queue&>(queue).getParameterId(), point.offset, point.value});
+    }
+
     uint64_t hash() {
         uint64_t sum = 14695981039346656037u;
         outputs.forEachGiven([&](const Sample* samples) {
@@ -330,6 +337,7 @@ void callOnce(Guest& guest, Chance& chance, Journal& journal, int frames, bool f
     Call<Sample> call(guest, chance, frames);
     if (call.run(flood, journal) != kResultOk) journal.complain("process failed");
     call.check(journal);
+    if (guest.window) call.report();
     if (deterministic) journal.sound += call.hash();
 }
 

@@ -16,8 +16,9 @@ struct Guest {
     Hosting::HostedPlugin::Ptr plugin;
     Hosting::EditorWindow::Ptr window;  // goes first
     Hosting::HostSetup setup;
-    std::vector<Hosting::ParameterPoint> pending;  // for the next block
-    double beats = 0.0;                            // position in the song
+    std::vector<Hosting::ParameterPoint> pending;   // for the next block
+    std::vector<Hosting::ParameterPoint> reported;  // for the controller, where somebody sees it
+    double beats = 0.0;                             // position in the song
     bool playing = true;
 
     // A fresh instance, not set up yet. Ends the program where there is none.

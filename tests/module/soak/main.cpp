@@ -10,6 +10,7 @@
 #include <iostream>
 #include <random>
 #include <sstream>
+#include <utility>
 
 namespace {
 
@@ -24,25 +25,34 @@ struct Run {
 };
 
 const Action& draw(Chance& chance, bool editors) {
+    const auto weight = editors ? &Action::weightWithEditors : &Action::weight;
     int sum = 0;
-    for (const Action& action : allActions())
-        if (editors || !action.needsDisplay) sum += action.weight;
+    for (const Action& action : allActions()) sum += action.*weight;
     int lot = chance.below(sum);
-    for (const Action& action : allActions()) {
-        if (!editors && action.needsDisplay) continue;
-        if ((lot -= action.weight) < 0) return action;
-    }
+    for (const Action& action : allActions())
+        if ((lot -= action.*weight) < 0) return action;
     return allActions().front();
 }
 
 void take(const Run& run, Journal& journal) {
-    Scene scene{Chance(run.seed), journal, run.editors, {}, {}};
+    Scene scene{Chance(run.seed), journal, run.editors, {}, {}, {}};
     scene.guests.push_back(Guest::make(journal));
+    int who = 0;
     for (int step = 0; step < run.steps; ++step) {
         const Action& action = draw(scene.chance, run.editors);
-        const int who = scene.chance.below(static_cast<int>(scene.guests.size()));
+        // A player stays at one for a while.
+        const int count = static_cast<int>(scene.guests.size());
+        who = !run.editors || scene.chance.oneIn(50) ? scene.chance.below(count) : who % count;
         journal.begin(step, action.name, "with instance " + std::to_string(who));
         action.run(scene, *scene.guests[static_cast<size_t>(who)]);
+        for (const auto& guest : scene.guests) {
+            auto& log = guest->plugin->editLog();
+            for (const auto& misuse : log.misuses) journal.complain(misuse);
+            log.misuses.clear();
+            if (run.editors) log.edits.clear();
+            for (const auto& point : std::exchange(guest->reported, {}))
+                guest->plugin->controller()->setParamNormalized(point.id, point.value);
+        }
     }
 }
 
@@ -54,6 +64,18 @@ std::string summary(const Run& run, const Journal& journal) {
     for (const auto& [name, count] : journal.actions()) line << ", " << name << " " << count;
     line << ", complaints " << journal.complaints();
     return line.str();
+}
+
+// Nobody's own presets and settings, and no programs that show files and dialogs.
+void leaveHome([[maybe_unused]] const std::filesystem::path& folder) {
+#ifndef _WIN32
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    setenv("HOME", folder.c_str(), 1);
+    setenv("PATH", folder.c_str(), 1);
+    for (const char* other : {"XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME"})
+        unsetenv(other);
+#endif
 }
 
 struct Outcome {
@@ -81,7 +103,7 @@ int main(int argc, char** argv) {
     app.add_option("--log", run.log, "Where each step is written before it is taken");
     app.add_option("--patience", run.patience, "Seconds after which a step counts as hanging")
         ->check(CLI::PositiveNumber);
-    app.add_flag("--editors", run.editors, "Opens editors, too; needs a display");
+    app.add_flag("--editors", run.editors, "Plays in editors most of the time; needs a display");
     app.add_flag("--twice", twice, "Runs two times, which must sound the same");
     CLI11_PARSE(app, argc, argv);
     if (run.log.empty())
@@ -91,6 +113,8 @@ int main(int argc, char** argv) {
 
     std::cout << "soak: replay by --seed " << run.seed << " --steps " << run.steps
               << (run.editors ? " --editors" : "") << ", steps are in " << run.log << std::endl;
+    const std::filesystem::path home = run.log + ".home";
+    leaveHome(std::filesystem::absolute(home));
     if (!run.editors) std::cout << "soak: without --editors no editor is opened" << std::endl;
     const Outcome first = soak(run);
     std::cout << first.summary << std::endl;
@@ -101,6 +125,9 @@ int main(int argc, char** argv) {
         if (second.sound != first.sound)
             std::cerr << "soak: the second run sounds different: " << second.summary << std::endl;
     }
-    if (content) std::filesystem::remove(run.log);
+    if (content) {
+        std::filesystem::remove(run.log);
+        std::filesystem::remove_all(home);
+    }
     return content ? EXIT_SUCCESS : EXIT_FAILURE;
 }
