@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 
 namespace Quorvant::Soak {
 
@@ -260,6 +261,14 @@ Strokes answer(Scene& scene, Guest&) {
     return {key(scene.chance, 0, scene.chance.of(kAnswers), modifiers(scene.chance))};
 }
 
+// Goes on before there is an answer.
+Strokes hurry(Scene& scene, Guest& guest) {
+    Strokes strokes = click(scene, guest);
+    for (const auto next : {scene.chance.oneIn(3) ? type : answer, clickBelow})
+        std::ranges::move(next(scene, guest), std::back_inserter(strokes));
+    return strokes;
+}
+
 }  // namespace
 
 void playInEditor(Scene& scene, Guest& guest) {
@@ -268,8 +277,8 @@ void playInEditor(Scene& scene, Guest& guest) {
     if (guest.window->width() > kLargestWidth) resize(scene, guest);
     if (chance.oneIn(20)) meddle(scene, guest);
     if (!guest.window) return;
-    constexpr decltype(&click) kGestures[] = {click, click, click,      click,      click,  drag,
-                                              wheel, type,  clickBelow, clickBelow, answer, answer};
+    constexpr decltype(&click) kGestures[] = {click, click,      click,  click, drag, wheel,
+                                              type,  clickBelow, answer, hurry, hurry};
     const auto gesture = chance.of(kGestures);
     perform(scene, guest, gesture(scene, guest));
     if (chance.oneIn(400)) std::this_thread::sleep_for(kHint);  // until hints show
