@@ -162,6 +162,15 @@ TEST_F(ControllerTest, delayClockModeHoldsWhileTheLoopRuns) {
     EXPECT_EQ(log->edits.size(), 1u);
 }
 
+TEST_F(ControllerTest, tellsOfOneEditOfAParameterAtATime) {
+    controller->beginEdit(kMix);
+    controller->setParamNormalized(kProgram, 0.5);
+    EXPECT_EQ(log->open, std::set<Vst::ParamID>{kMix});
+    controller->endEdit(kMix);
+    EXPECT_TRUE(log->open.empty());
+    EXPECT_EQ(log->misuses, std::vector<std::string>{});
+}
+
 TEST_F(ControllerTest, mirrorsTheProcessorsStateWithoutEditing) {
     controller->setParamNormalized(kInfRepeat, 1.0);
     std::vector<double> values(39, -1.0);

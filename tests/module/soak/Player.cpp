@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <iterator>
 
 namespace Quorvant::Soak {
 
@@ -22,6 +23,7 @@ namespace {
 constexpr milliseconds kMoment{1}, kPicture{17}, kHint{720};
 constexpr int kUsualWidth = 1000, kLargestWidth = 2200;  // larger ones only slow the player down
 constexpr size_t kMostSpots = 24;
+constexpr int kUnit = 1000, kInteresting = 2;
 constexpr int kGrain = 4;  // pixels; what is smaller is overlooked
 
 constexpr std::string_view kCharacters = "0123456789abcdefghijklmnopqrstuvwxyz./-, ";
@@ -121,20 +123,20 @@ void perform(Scene& scene, Guest& guest, const Strokes& strokes) {
 }
 
 // Where a hand goes that doesn't know the editor.
-Spot aim(Chance& chance, Guest& guest) {
+Spot aim(Scene& scene, Guest& guest) {
+    Chance& chance = scene.chance;
     const int width = guest.window->width(), height = guest.window->height();
-    auto& [seen, spots, from, to, curiosity, last] = guest.memory;
+    auto& [seen, where, spots, from, to, curiosity, last] = scene.memory;
     if (curiosity > 0) --curiosity;
     if (curiosity > 0 && !chance.oneIn(4))
         return {chance.between(from.x, to.x), chance.between(from.y, to.y)};
     const int lot = chance.below(10);
-    if (lot < 3 && !spots.empty()) {
+    if (lot < 4 && !spots.empty()) {
         const Spot &one = chance.of(spots), &other = chance.of(spots);
-        return one.news > other.news ? one : other;
+        const Spot& spot = one.news > other.news ? one : other;
+        return {spot.x * width / kUnit, spot.y * width / kUnit};
     }
-    // Menus open below the pointer, questions in the centre.
-    if (lot < 7) return {last.x + chance.between(-10, 90), last.y + chance.between(-5, 60)};
-    if (lot < 8)
+    if (lot < 6)  // where questions are
         return {chance.between(width * 2 / 5, width * 3 / 5),
                 chance.between(height * 2 / 5, height * 3 / 5)};
     return {chance.below(width), chance.below(height)};
@@ -143,10 +145,12 @@ Spot aim(Chance& chance, Guest& guest) {
 // Remembers a spot where something changed, and what.
 void look(Scene& scene, Guest& guest) {
     pass(scene, kPicture);
-    Memory& memory = guest.memory;
+    Memory& memory = scene.memory;
     const Hosting::Pixels before =
         std::exchange(memory.seen, guest.window->pixels());  // none if larger than the screen
     const auto& [width, height, now] = memory.seen;
+    memory.curiosity = 0;
+    if (std::exchange(memory.where, &guest) != &guest) return;
     if (now.empty() || now.size() != before.values.size() || width != before.width) return;
     Spot from{width, height}, to;
     int changed = 0;
@@ -159,18 +163,17 @@ void look(Scene& scene, Guest& guest) {
             to = {std::max(to.x, x), std::max(to.y, y)};
         }
     }
-    Spot& last = memory.last;
-    last.news = changed * kGrain * kGrain * 100 / (width * height);
-    if (last.news == 0) return;
-    if (std::ranges::none_of(memory.spots, [&](const Spot& spot) {
-            return std::abs(spot.x - last.x) + std::abs(spot.y - last.y) < 10;
-        })) {
-        if (memory.spots.size() == kMostSpots) memory.spots.erase(memory.spots.begin());
-        memory.spots.push_back(last);
-    }
+    const int news = changed * kGrain * kGrain * 100 / (width * height);
+    if (news < kInteresting) return;
+    const Spot spot{memory.last.x * kUnit / width, memory.last.y * kUnit / width, news};
+    std::erase_if(memory.spots, [&](const Spot& old) {
+        return std::abs(spot.x - old.x) + std::abs(spot.y - old.y) < 10;
+    });
+    memory.spots.push_back(spot);
+    if (memory.spots.size() > kMostSpots) memory.spots.erase(memory.spots.begin());
     memory.from = from;
     memory.to = to;
-    memory.curiosity = 3 + last.news / 8;  // clicks
+    memory.curiosity = 3 + news / 8;  // clicks
 }
 
 int16 modifiers(Chance& chance) {
@@ -185,9 +188,10 @@ Stroke at(Pointer action, Spot spot, Button button, int held) {
             [=](EditorWindow& window) { window.point(action, spot.x, spot.y, button, held); }};
 }
 
-Strokes click(Chance& chance, Guest& guest) {
-    const Spot spot = guest.memory.last = aim(chance, guest);
-    const Button button = chance.oneIn(4) ? Button::Right : Button::Left;
+Strokes clickAt(Scene& scene, Spot spot) {
+    Chance& chance = scene.chance;
+    scene.memory.last = spot;
+    const Button button = chance.oneIn(3) ? Button::Right : Button::Left;
     const int held = modifiers(chance);
     Strokes strokes = {at(Pointer::Move, spot, button, 0)};
     for (int times = chance.oneIn(4) ? 2 : 1; times > 0; --times) {
@@ -197,8 +201,20 @@ Strokes click(Chance& chance, Guest& guest) {
     return strokes;
 }
 
-Strokes drag(Chance& chance, Guest& guest) {
-    Spot& spot = guest.memory.last = aim(chance, guest);
+Strokes click(Scene& scene, Guest& guest) {
+    return clickAt(scene, aim(scene, guest));
+}
+
+// Where menus open.
+Strokes clickBelow(Scene& scene, Guest&) {
+    const Spot spot = scene.memory.last;
+    return clickAt(scene,
+                   {spot.x + scene.chance.between(-10, 90), spot.y + scene.chance.between(-5, 60)});
+}
+
+Strokes drag(Scene& scene, Guest& guest) {
+    Chance& chance = scene.chance;
+    Spot& spot = scene.memory.last = aim(scene, guest);
     const int held = modifiers(chance);
     const int stepX = chance.between(-6, 6), stepY = chance.between(-6, 6);
     const Button button = chance.oneIn(12) ? Button::Right : Button::Left;
@@ -211,8 +227,9 @@ Strokes drag(Chance& chance, Guest& guest) {
     return strokes;
 }
 
-Strokes wheel(Chance& chance, Guest& guest) {
-    const Spot spot = aim(chance, guest);
+Strokes wheel(Scene& scene, Guest& guest) {
+    Chance& chance = scene.chance;
+    const Spot spot = aim(scene, guest);
     const Button way = chance.oneIn(2) ? Button::WheelUp : Button::WheelDown;
     return Strokes(static_cast<size_t>(chance.between(1, 5)),
                    at(Pointer::Press, spot, way, modifiers(chance)));
@@ -228,7 +245,8 @@ Stroke key(Chance& chance, char character, int16 code, int16 held) {
     return {name, [=](EditorWindow& window) { window.key(character, code, held); }};
 }
 
-Strokes type(Chance& chance, Guest&) {
+Strokes type(Scene& scene, Guest&) {
+    Chance& chance = scene.chance;
     Strokes strokes;
     for (int count = chance.between(1, 5); count > 0; --count) {
         const int lot = chance.below(6);
@@ -239,8 +257,16 @@ Strokes type(Chance& chance, Guest&) {
     return strokes;
 }
 
-Strokes answer(Chance& chance, Guest&) {
-    return {key(chance, 0, chance.of(kAnswers), modifiers(chance))};
+Strokes answer(Scene& scene, Guest&) {
+    return {key(scene.chance, 0, scene.chance.of(kAnswers), modifiers(scene.chance))};
+}
+
+// Goes on before there is an answer.
+Strokes hurry(Scene& scene, Guest& guest) {
+    Strokes strokes = click(scene, guest);
+    for (const auto next : {scene.chance.oneIn(3) ? type : answer, clickBelow})
+        std::ranges::move(next(scene, guest), std::back_inserter(strokes));
+    return strokes;
 }
 
 }  // namespace
@@ -249,14 +275,14 @@ void playInEditor(Scene& scene, Guest& guest) {
     Chance& chance = scene.chance;
     if (!isOpen(scene, guest)) return;
     if (guest.window->width() > kLargestWidth) resize(scene, guest);
-    if (chance.oneIn(60)) meddle(scene, guest);
+    if (chance.oneIn(20)) meddle(scene, guest);
     if (!guest.window) return;
-    constexpr decltype(&click) kGestures[] = {click, click, click, click,  click, click,
-                                              drag,  wheel, type,  answer, answer};
-    perform(scene, guest, chance.of(kGestures)(chance, guest));
-    if (!guest.window || chance.oneIn(2)) return;
-    if (chance.oneIn(200)) std::this_thread::sleep_for(kHint);  // until hints show
-    look(scene, guest);
+    constexpr decltype(&click) kGestures[] = {click, click,      click,  click, drag, wheel,
+                                              type,  clickBelow, answer, hurry, hurry};
+    const auto gesture = chance.of(kGestures);
+    perform(scene, guest, gesture(scene, guest));
+    if (chance.oneIn(400)) std::this_thread::sleep_for(kHint);  // until hints show
+    if (guest.window && gesture == click && chance.oneIn(2)) look(scene, guest);
 }
 
 }  // namespace Quorvant::Soak

@@ -35,7 +35,7 @@ const Action& draw(Chance& chance, bool editors) {
 }
 
 void take(const Run& run, Journal& journal) {
-    Scene scene{Chance(run.seed), journal, run.editors, {}, {}};
+    Scene scene{Chance(run.seed), journal, run.editors, {}, {}, {}};
     scene.guests.push_back(Guest::make(journal));
     int who = 0;
     for (int step = 0; step < run.steps; ++step) {
