@@ -24,7 +24,7 @@ class DelayMemory {
     // change before: through a movement sound is recorded.
     void setCourse(DirectionMode mode, double ticks);
     // Host frames that went by since the last call, for telling a movement from a single change.
-    void passTime(int frames) { sinceChange = std::min(sinceChange + frames, movementFrames); }
+    void passTime(int frames) { sinceChange += std::min(frames, movementFrames - sinceChange); }
     // Loops what the memory holds instead of recording, with a crossfade of 50 ms of ticks.
     void setLooping(bool on);
 

@@ -12,24 +12,9 @@
 
 namespace Quorvant::Soak {
 
-struct Spot {
-    int x = 0, y = 0;  // pixels
-    int news = 0;      // percent of the editor that a click there changed
-};
-
-// What a blind player keeps in mind.
-struct Memory {
-    Hosting::Pixels seen;     // at the last look
-    std::vector<Spot> spots;  // where a click changed something
-    Spot from, to;            // what changed last
-    int curiosity = 0;        // for how long that is interesting
-    Spot last;                // where the pointer is
-};
-
 struct Guest {
     Hosting::HostedPlugin::Ptr plugin;
     Hosting::EditorWindow::Ptr window;  // goes first
-    Memory memory;                      // of whoever plays there
     Hosting::HostSetup setup;
     std::vector<Hosting::ParameterPoint> pending;   // for the next block
     std::vector<Hosting::ParameterPoint> reported;  // for the controller, where somebody sees it

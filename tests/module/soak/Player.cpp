@@ -87,8 +87,13 @@ void resize(Scene& scene, Guest& guest) {
 
 void scaleContent(Scene& scene, Guest& guest) {
     constexpr float kFactors[] = {1.0F, 1.0F, 1.25F, 2.0F, 0.0F, -1.0F, NAN, INFINITY};
+    const float factor = scene.chance.of(kFactors);
     FUnknownPtr<IPlugViewContentScaleSupport> view(&guest.window->view());
-    if (view) view->setContentScaleFactor(scene.chance.of(kFactors));
+    if (!view) return;
+    const bool taken = view->setContentScaleFactor(factor) == kResultTrue;
+    if (taken == (factor > 0.0F && std::isfinite(factor))) return;
+    scene.journal.complain("takes a wrong scale, or refuses a good one");
+    close(scene, guest);
 }
 
 void loadState(Scene& scene, Guest& guest) {
@@ -277,8 +282,8 @@ void playInEditor(Scene& scene, Guest& guest) {
     if (guest.window->width() > kLargestWidth) resize(scene, guest);
     if (chance.oneIn(20)) meddle(scene, guest);
     if (!guest.window) return;
-    constexpr decltype(&click) kGestures[] = {click, click,      click,  click, drag, wheel,
-                                              type,  clickBelow, answer, hurry, hurry};
+    constexpr decltype(&click) kGestures[] = {click, click, click,      click, click, drag,
+                                              wheel, type,  clickBelow, hurry, hurry};
     const auto gesture = chance.of(kGestures);
     perform(scene, guest, gesture(scene, guest));
     if (chance.oneIn(400)) std::this_thread::sleep_for(kHint);  // until hints show
