@@ -45,19 +45,22 @@ else()
         "${todo} false;" "\treturn clipboardWriter && clipboardWriter (data);"
         "${todo} nullptr;" "\treturn clipboardReader ? clipboardReader () : nullptr;")
     # Its text field takes bytes for characters, goes to the start of the text where a selection is
-    # typed over, and leaves the cursor behind the end of a shorter text that is set.
+    # typed over, leaves the cursor behind the end of a shorter text that is set, and can't copy a
+    # selection that was made from its end.
     set(select "\tvoid selectAll ();\n")
     string(CONCAT hold "\tvoid hold ()\n\t{\n\t\tfor (auto* place : {&editState.cursor, "
                   "&editState.select_start, &editState.select_end})\n"
                   "\t\t\t*place = std::min (*place, getLength (this));\n\t}\n")
     set(set "\timpl->view->setText (text);\n")
+    set(copy "\tauto txt = StringConvert{}.to_bytes (reinterpret_cast<const STB_CharT*> (uString.data () + editState.select_start)")
     corvane_mend(
         lib/platform/common/generictextedit.cpp
         "static_cast<int> (getText ().length ())" "getLength (this)"
         "static_cast<int> (self->getText ().length ())" "getLength (self)"
         "\tif (editState.select_start != editState.select_end)\n\t\tselectAll ();\n" ""
         "${select}" "${select}${hold}"
-        "${set}" "${set}\timpl->view->hold ();\n")
+        "${set}" "${set}\timpl->view->hold ();\n"
+        "${copy}" "\tstb_textedit_sortselection (&editState);\n${copy}")
     corvane_mend(vstgui.cpp)
     set(unit vstgui_linux.cpp)
     set(folders lib/platform/linux lib/platform/common)

@@ -152,6 +152,8 @@ TEST(EditorWindow, TypedTextIsTakenByReturnAndTheNamedButtonAlone) {
     EXPECT_TRUE(presetFiles().contains("xyzxyz"));
     saveAs("q ctrl+a ctrl+x ctrl+v ctrl+v Return");
     EXPECT_TRUE(presetFiles().contains("qq"));
+    saveAs("v w shift+Home ctrl+x ctrl+v ctrl+v Return");  // selected from its end
+    EXPECT_TRUE(presetFiles().contains("vwvw"));
     // Two clicks in 400 ms are a double click, after a single one too.
     const auto pause = [&](int ms) {
         window->runUntil([] { return false; }, std::chrono::milliseconds(ms));
