@@ -50,7 +50,6 @@ class ControlSmoother {
         targets[c] = target;
         if (values[c] != target) settled = false;
     }
-    double target(Control c) const { return targets[c]; }
     double operator[](Control c) const { return values[c]; }
     bool isSettled() const { return settled; }
 
