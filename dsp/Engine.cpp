@@ -15,12 +15,8 @@ namespace Quorvant {
 namespace {
 
 constexpr double kLowestRate = 44100.0, kHighestRate = 384000.0;  // Hz
-constexpr double kLongestDelayMs = 9600.0;
-constexpr double kLongestHeardDelayMs = 28800.0;  // VCO at its slowest and X2
 constexpr double kTailSeconds = 10.0;
 constexpr double kSuspendFadeSeconds = 0.01;
-constexpr double kUnfilteredHighCut = 3150.0;           // Hz
-constexpr double kLowestLfoRate = 0.10000000149011612;  // Hz; a single-precision 0.1, intended
 constexpr double kRegeneration = 0.05, kRegenerationStart = 0.95;
 constexpr double kSmallestReading = 1e-15;
 constexpr auto kProcessingTimeout = std::chrono::milliseconds(251);
@@ -78,7 +74,7 @@ void QVXCorvane77x_v2Effect::reset() {
     envelope.clear();
     lfo.reset();
     highCut.clear();
-    clockFactor = restingClockFactor();
+    clockFactor = restingClockFactor;
     clock.reset(clockFactor);
     recordedBefore = playedBefore = {};
     feedbackSignal = Pair{};
@@ -91,7 +87,7 @@ void QVXCorvane77x_v2Effect::reset() {
         static_cast<std::size_t>(std::floor(sampleRate * kLongestDelayMs * 0.001)) + 1;
     memoryCells.assign(length, Pair{});
     memory.attach(memoryCells.data(), static_cast<int>(length), sampleRate);
-    memory.setCourse(direction(), delayTimeMs * sampleRate / 1000.0);
+    memory.setCourse(direction(), delayMs * sampleRate / 1000.0);
     memory.setLooping(loopEngaged);
 }
 
@@ -123,8 +119,7 @@ void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
             applyDelayTime();
             break;
         case kDelayX2:
-            x2Factor = switchState(v) ? 2.0 : 1.0;
-            controls.setTarget(kCtlWetLevel, 1.0 / x2Factor);
+            controls.setTarget(kCtlWetLevel, 1.0 / x2Factor(v));
             controls.setTarget(kCtlDoubledFilter, switchState(v) ? 1.0 : 0.0);
             applyVco();
             break;
@@ -152,9 +147,7 @@ void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
             applyLfoRate();
             break;
         case kManualTempo:
-            // Intended: another law than the displayed one.
-            manualTempoBpm = 580.0 * v + 20.0;
-            setTempo(manualTempoBpm);
+            setTempo(manualTempoBpm(v));
             break;
         case kSideChainIntExt:
             controls.setTarget(kCtlExternal, v);
@@ -183,19 +176,18 @@ void QVXCorvane77x_v2Effect::applyLevels() {
 }
 
 void QVXCorvane77x_v2Effect::applyVco() {
-    const double depthCurve = std::pow(value(kDepth), 2.35);
-    controls.setTarget(kCtlDepth, depthCurve);
-    vcoRatio = (1.0 - depthCurve) * (value(kManualVco) - 0.5) + 1.0;
-    clockFactor = vcoRatio * x2Factor;
-    controls.setTarget(kCtlVco, vcoRatio);
-    controls.setTarget(kCtlX2, x2Factor);
+    const double vco = vcoRatio(value(kManualVco), value(kDepth));
+    const double x2 = x2Factor(value(kDelayX2));
+    restingClockFactor = clockFactor = vco * x2;
+    controls.setTarget(kCtlDepth, depthCurve(value(kDepth)));
+    controls.setTarget(kCtlVco, vco);
+    controls.setTarget(kCtlX2, x2);
 }
 
 void QVXCorvane77x_v2Effect::applyHighCut() {
-    const double hiCutScale = std::pow(9.0, value(kHighCutCutoff)) * 0.5 * 0.6666666666667;
     controls.setTarget(
         kCtlHighCutPole,
-        isOn(kHighCut) ? HighCut::poleOf(kUnfilteredHighCut * hiCutScale, sampleRate) : 0.0);
+        isOn(kHighCut) ? HighCut::poleOf(highCutHz(value(kHighCutCutoff)), sampleRate) : 0.0);
 }
 
 void QVXCorvane77x_v2Effect::applyFeedback() {
@@ -211,30 +203,19 @@ void QVXCorvane77x_v2Effect::applyFeedback() {
 }
 
 void QVXCorvane77x_v2Effect::applyLfoRate() {
-    double hz = kLowestLfoRate * std::pow(100.0, value(kLfoRate));
-    if (isOn(kLfoSync)) {
-        const NoteValue& note = lfoNote(value(kLfoNote));
-        hz = note.denominator * tempoBpm / (note.numerator * 240.0);
-    }
-    lfoRateHz = hz;
-    lfo.setFrequency(hz, sampleRate);
-}
-
-// Milliseconds of the chosen note at the tempo in force, cut to the memory's length.
-double QVXCorvane77x_v2Effect::noteLengthMs() const {
-    const NoteValue& note = delayNote(value(kDelayNote));
-    const double fraction =
-        (note.numerator * 240000.0 / (note.denominator * tempoBpm)) / kLongestDelayMs;
-    return std::min(fraction, 1.0) * kLongestDelayMs;
+    lfoHz =
+        isOn(kLfoSync) ? noteHz(lfoNote(value(kLfoNote)), tempoBpm) : lfoRateHz(value(kLfoRate));
+    lfo.setFrequency(lfoHz, sampleRate);
 }
 
 void QVXCorvane77x_v2Effect::applyDelayTime() {
     if (infRepeat) return;
-    delayTimeMs = isOn(kDelayClockMode) ? noteLengthMs() : value(kDelayTime) * kLongestDelayMs;
+    delayMs = isOn(kDelayClockMode) ? noteMs(delayNote(value(kDelayNote)), tempoBpm)
+                                    : delayTimeMs(value(kDelayTime));
 }
 
 void QVXCorvane77x_v2Effect::setTempo(double bpm) {
-    const double held = std::clamp(bpm, 20.0, 600.0);
+    const double held = std::clamp(bpm, kLowestTempo, kHighestTempo);
     if (held == tempoBpm) return;
     tempoBpm = held;
     applyDelayTime();
@@ -275,7 +256,7 @@ bool QVXCorvane77x_v2Effect::getOutputValue(uint32_t index, double& reading) {
             headroomRead = true;
             break;
         case kOutDelayReadout:
-            v = delayTimeMs * clockFactor / kLongestHeardDelayMs;
+            v = delayMs * clockFactor / kLongestHeardDelayMs;
             break;
         case kOutDelayActivity:
             v = std::sqrt(repeats.takePeak());

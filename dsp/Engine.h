@@ -135,9 +135,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void setTempo(double bpm);
     void setInfRepeat(bool on);
     void setLoop(bool on);
-    double restingClockFactor() const;
     Clocking clockingOf(const Chunk& chunk) const;
-    double noteLengthMs() const;
     DirectionMode direction() const;
     double value(ParameterIndex index) const { return values[index]; }
     bool isOn(ParameterIndex index) const { return switchState(values[index]); }
@@ -152,11 +150,11 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     // Derived from the parameters.
     Levels levels;
     ProcessingMode mode = ProcessingMode::Clean;
-    double delayTimeMs = 0.0;
-    double lfoRateHz = 1.0;
-    double x2Factor = 1.0, vcoRatio = 1.0;
-    double clockFactor = 1.0;  // of the last sample, modulation included
-    double tempoBpm = 120.0, manualTempoBpm = 120.0;
+    double delayMs = 0.0;
+    double lfoHz = 1.0;
+    double restingClockFactor = 1.0;  // without modulation
+    double clockFactor = 1.0;         // of the last sample, modulation included
+    double tempoBpm = 120.0;
     bool infRepeat = false;
 
     // Signal path.

@@ -128,19 +128,19 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
 void QVXCorvane77x_v2Effect::beginBlock(bool sideChainPresent) {
     sideChainConnected = sideChainPresent;
     followHost();
-    memory.setCourse(direction(), delayTimeMs * sampleRate / 1000.0);
+    memory.setCourse(direction(), delayMs * sampleRate / 1000.0);
 }
 
 void QVXCorvane77x_v2Effect::followHost() {
     const HostTransport transport = hostLink.transport();
     const bool ownTempo = isOn(kEnforceManualTempo);
     if (ownTempo)
-        setTempo(manualTempoBpm);
+        setTempo(manualTempoBpm(value(kManualTempo)));
     else if (transport.tempoValid && std::isfinite(transport.tempoBpm))
         setTempo(transport.tempoBpm);
     hostSynced = transport.positionValid && std::abs(transport.positionBeats) < kLastPosition;
 
-    repeats.setLengths(static_cast<int>(delayTimeMs * sampleRate / 1000.0),
+    repeats.setLengths(static_cast<int>(delayMs * sampleRate / 1000.0),
                        static_cast<int>(kFlashSeconds * sampleRateInt / clockFactor));
     if (!hostSynced || ownTempo) {
         lastHostPosition.reset();
@@ -148,10 +148,10 @@ void QVXCorvane77x_v2Effect::followHost() {
     }
     const double position = transport.positionBeats;
     if (isOn(kLfoSync) && position != lastHostPosition)
-        lfo.setPosition(position * 60.0 * lfoRateHz / tempoBpm, value(kLfoOffset));
+        lfo.setPosition(position * 60.0 * lfoHz / tempoBpm, value(kLfoOffset));
     lastHostPosition = position;
 
-    const double period = delayTimeMs * tempoBpm / 60000.0;  // quarter notes
+    const double period = delayMs * tempoBpm / 60000.0;  // quarter notes
     if (isOn(kDelayClockMode) && transport.playing && period > 0.0) {
         const double beats = position - std::floor(position / period) * period;
         if (repeats.follow(static_cast<int>(beats * sampleRate * 60.0 / tempoBpm))) beginRepeat();
@@ -237,7 +237,7 @@ void QVXCorvane77x_v2Effect::passSilence(Chunk& chunk) {
     }
     const auto count = [&chunk](double) { ++chunk.ticks; };
     chunk.ticks = 0;
-    clockFactor = restingClockFactor();
+    clockFactor = restingClockFactor;
     if (chunk.clocking == Clocking::Unison) {
         chunk.ticks = chunk.frames;
     } else if (chunk.clocking == Clocking::Steady) {
@@ -261,15 +261,11 @@ void QVXCorvane77x_v2Effect::passSilence(Chunk& chunk) {
 }
 
 // Of an unmodulated clock: host samples a tick.
-double QVXCorvane77x_v2Effect::restingClockFactor() const {
-    return std::clamp(vcoRatio * x2Factor, kLowestClockFactor, kHighestClockFactor);
-}
-
 QVXCorvane77x_v2Effect::Clocking QVXCorvane77x_v2Effect::clockingOf(const Chunk& chunk) const {
     const ControlFrame& first = chunk.controls[0];
     if (chunk.moving) return Clocking::Moving;
     if (first.depth == 0.0)
-        return clock.isUnison(restingClockFactor()) ? Clocking::Unison : Clocking::Steady;
+        return clock.isUnison(restingClockFactor) ? Clocking::Unison : Clocking::Steady;
     return std::abs(first.waveform - 0.5) < 0.5 ? Clocking::Envelope : Clocking::Lfo;
 }
 
@@ -482,7 +478,7 @@ void QVXCorvane77x_v2Effect::runMemory(Memory cells, Chunk& chunk) {
     double levelFactor = chunk.controls[0].levelFactor;
     if constexpr (followsEnvelope(kClocking)) follower.beginBending(levelFactor);
     const bool inverted = isOn(kEnvInvert);
-    double factor = restingClockFactor();
+    double factor = restingClockFactor;
     double step = 1.0 / factor;
     Pair peak{};
     const ControlFrame settled = chunk.controls[0];

@@ -149,7 +149,7 @@ void Panel::add(const ControlSpec& spec) {
             auto* button =
                 new ActionButton(rect, -1, ActionButton::Look::Text, spec.label, [this](auto) {
                     if (const auto bpm = taps.tap(tickCountMs())) {
-                        owner.setParameter(kManualTempo, manualTempoFromBpm(*bpm));
+                        owner.setParameter(kManualTempo, manualTempoValue(*bpm));
                     }
                     // Whoever taps wants to hear it.
                     if (!switchState(owner.model().value(kEnforceManualTempo))) {

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <iterator>
 #include <string_view>
 #include <system_error>
@@ -15,10 +14,7 @@
 namespace Quorvant {
 namespace {
 
-constexpr double kLowestTempo = 20.0;
-constexpr double kHighestTempo = 600.0;
-constexpr double kLongestDelay = 9600.0;  // ms
-constexpr uint32_t kTapPause = 2000;      // ms
+constexpr uint32_t kTapPause = 2000;  // ms
 constexpr std::size_t kMostTaps = 5;
 
 const NoteValue& noteAt(uint32_t noteParameter, int index) {
@@ -28,35 +24,22 @@ const NoteValue& noteAt(uint32_t noteParameter, int index) {
 
 }  // namespace
 
-double bpmFromManualTempo(double value) {
-    return (kHighestTempo - kLowestTempo) * value + kLowestTempo;
-}
-
-double manualTempoFromBpm(double bpm) {
-    return (std::clamp(bpm, kLowestTempo, kHighestTempo) - kLowestTempo) /
-           (kHighestTempo - kLowestTempo);
-}
-
 double tempoInForce(const EditorModel& model) {
     const double reported = model.reading(kOutTempo) * 10000.0;
     if (reported < kLowestTempo || switchState(model.value(kEnforceManualTempo))) {
-        return bpmFromManualTempo(model.value(kManualTempo));
+        return manualTempoBpm(model.value(kManualTempo));
     }
     return reported;
 }
 
 double heardDelay(const EditorModel& model) {
-    const double reported = model.reading(kOutDelayReadout) * 28800.0;
+    const double reported = model.reading(kOutDelayReadout) * kLongestHeardDelayMs;
     if (model.reading(kOutProcessingActivity) > 0.5 && reported > 1e-9) return reported;
-    double milliseconds = model.value(kDelayTime) * kLongestDelay;
-    if (switchState(model.value(kDelayClockMode))) {
-        const NoteValue& note = delayNote(model.value(kDelayNote));
-        milliseconds = note.numerator * 240000.0 / (note.denominator * tempoInForce(model));
-        milliseconds = std::min(milliseconds, kLongestDelay);
-    }
-    const double depth = std::pow(model.value(kDepth), 2.35);
-    const double vco = (1.0 - depth) * (model.value(kManualVco) - 0.5) + 1.0;
-    return milliseconds * vco * (switchState(model.value(kDelayX2)) ? 2.0 : 1.0);
+    const double set = switchState(model.value(kDelayClockMode))
+                           ? noteMs(delayNote(model.value(kDelayNote)), tempoInForce(model))
+                           : delayTimeMs(model.value(kDelayTime));
+    return set * vcoRatio(model.value(kManualVco), model.value(kDepth)) *
+           x2Factor(model.value(kDelayX2));
 }
 
 std::string fixedText(double number, int decimals) {

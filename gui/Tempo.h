@@ -9,11 +9,6 @@
 
 namespace Quorvant {
 
-// Manual Tempo as the engine takes it, 20 ... 600 BPM. The parameter's text for hosts follows
-// another law, which is intended; the editor shows and takes the tempo that is heard.
-double bpmFromManualTempo(double value);
-double manualTempoFromBpm(double bpm);  // held within the range
-
 // The number with so many decimals and a point, whatever the locale says.
 std::string fixedText(double number, int decimals);
 

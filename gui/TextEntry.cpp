@@ -2,6 +2,7 @@
 
 #include "gui/Tempo.h"
 #include "gui/TypedNumber.h"
+#include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
 #include "params/ParameterText.h"
 #include "params/TextMatch.h"
@@ -82,7 +83,7 @@ std::optional<double> valueFromTyped(uint32_t index, std::string_view text) {
         return parseParameterText(index, text);
     }
     plain *= factor;
-    if (index == kManualTempo) return manualTempoFromBpm(plain);
+    if (index == kManualTempo) return manualTempoValue(plain);
     if (index == kHighCutCutoff) {
         // Displayed in kHz. No cutoff reaches 100 kHz, so a bare number of that size is in Hz.
         if (unitGiven || plain >= 100.0) plain *= 0.001;

@@ -1,6 +1,8 @@
-// The laws from normalised values to states and engine quantities that more than one place needs.
-// (What a user reads follows display laws of its own: ParameterText.h.)
+// The laws from normalised values to states and to what the engine makes of them. (What a user
+// reads follows display laws of its own, some of which differ on purpose: ParameterText.h.)
 #pragma once
+
+#include "params/NoteTable.h"
 
 #include <algorithm>
 #include <cmath>
@@ -45,6 +47,58 @@ constexpr double sensitivityFactor(double value) {
 // Linear scale of Reference Level: 1.4142 to 14.142, times the sensitivity factor.
 inline double referenceScale(double referenceLevel, double sensitivity) {
     return std::pow(10.0, referenceLevel) * sensitivityFactor(sensitivity) * kSqrtTwo;
+}
+
+inline constexpr double kLongestDelayMs = 9600.0;
+inline constexpr double kLongestHeardDelayMs = 28800.0;  // VCO at its slowest and X2
+
+// Milliseconds, before the clock is bent.
+constexpr double delayTimeMs(double value) {
+    return value * kLongestDelayMs;
+}
+
+inline constexpr double kLowestTempo = 20.0, kHighestTempo = 600.0;  // BPM
+
+// BPM of Manual Tempo, and the way back, held within the range.
+constexpr double manualTempoBpm(double value) {
+    return (kHighestTempo - kLowestTempo) * value + kLowestTempo;
+}
+constexpr double manualTempoValue(double bpm) {
+    return (std::clamp(bpm, kLowestTempo, kHighestTempo) - kLowestTempo) /
+           (kHighestTempo - kLowestTempo);
+}
+
+// Length of a note in milliseconds, cut to the longest delay. Rounded as a fraction of that, as a
+// Delay Time is: intended.
+constexpr double noteMs(const NoteValue& note, double bpm) {
+    const double fraction = note.numerator * 240000.0 / (note.denominator * bpm) / kLongestDelayMs;
+    return delayTimeMs(std::min(fraction, 1.0));
+}
+// Cycles a second of one note each.
+constexpr double noteHz(const NoteValue& note, double bpm) {
+    return note.denominator * bpm / (note.numerator * 240.0);
+}
+
+// Hz of LFO Rate; a single-precision 0.1, intended.
+inline double lfoRateHz(double value) {
+    return 0.10000000149011612 * std::pow(100.0, value);
+}
+
+// The share of the modulation in the clock, 0 ... 1, and the factor of the delay that Manual VCO is
+// left with.
+inline double depthCurve(double depth) {
+    return std::pow(depth, 2.35);
+}
+inline double vcoRatio(double manualVco, double depth) {
+    return (1.0 - depthCurve(depth)) * (manualVco - 0.5) + 1.0;
+}
+constexpr double x2Factor(double delayX2) {
+    return switchState(delayX2) ? 2.0 : 1.0;
+}
+
+// Corner of the high cut in Hz.
+inline double highCutHz(double cutoff) {
+    return 3150.0 * std::pow(9.0, cutoff) * 0.5 * 0.6666666666667;
 }
 
 }  // namespace Quorvant

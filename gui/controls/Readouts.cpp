@@ -21,7 +21,7 @@ std::string bpmText(double bpm) {
 }  // namespace
 
 void stepDelayTime(EditorContext& context, double milliseconds) {
-    const double value = context.model().value(kDelayTime) + milliseconds / 9600.0;
+    const double value = context.model().value(kDelayTime) + milliseconds / kLongestDelayMs;
     context.setParameter(kDelayTime, std::clamp(value, 0.0, 1.0));
 }
 
@@ -194,14 +194,13 @@ void TempoReadout::doubleClicked(VSTGUI::MouseDownEvent& event) {
 
 void TempoReadout::dragged(const VSTGUI::MouseMoveEvent& event) {
     const double scale = event.modifiers.has(VSTGUI::ModifierKey::Shift) ? 0.1 : 1.0;
-    const double bpm =
-        bpmFromManualTempo(modelValue()) + (lastPoint.y - event.mousePosition.y) * scale;
-    change(manualTempoFromBpm(bpm));
+    const double bpm = manualTempoBpm(modelValue()) + (lastPoint.y - event.mousePosition.y) * scale;
+    change(manualTempoValue(bpm));
 }
 
 void TempoReadout::wheel(double steps, bool fine) {
     if (!manual()) return;
-    change(manualTempoFromBpm(bpmFromManualTempo(modelValue()) + steps * (fine ? 0.1 : 1.0)));
+    change(manualTempoValue(manualTempoBpm(modelValue()) + steps * (fine ? 0.1 : 1.0)));
 }
 
 void TempoReadout::draw(VSTGUI::CDrawContext* context) {

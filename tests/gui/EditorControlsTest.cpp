@@ -1,5 +1,6 @@
 // The controls of the panels and of the strip.
 #include "params/GlobalSet.h"
+#include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
 #include "tests/gui/EditorTest.h"
 
@@ -206,22 +207,22 @@ TEST_F(EditorTest, TempoIsSetOnlyWhileManualTempoIsInForce) {
     model.set(kEnforceManualTempo, 1.0);
     screen->doubleClick(at(kManualTempo));
     type("90 bpm");
-    EXPECT_NEAR(bpmFromManualTempo(model.value(kManualTempo)), 90.0, 1e-9);
+    EXPECT_NEAR(manualTempoBpm(model.value(kManualTempo)), 90.0, 1e-9);
     screen->wheel(at(kManualTempo), 1.0);
-    EXPECT_NEAR(bpmFromManualTempo(model.value(kManualTempo)), 91.0, 1e-9);
+    EXPECT_NEAR(manualTempoBpm(model.value(kManualTempo)), 91.0, 1e-9);
     drag(at(kManualTempo), 20.0);
-    EXPECT_NEAR(bpmFromManualTempo(model.value(kManualTempo)), 111.0, 1e-9);
+    EXPECT_NEAR(manualTempoBpm(model.value(kManualTempo)), 111.0, 1e-9);
     // The large readout takes it with Ctrl held.
     screen->doubleClick(at(kTimeReadoutId), Modifiers(ModifierKey::Control));
     type("140");
-    EXPECT_NEAR(bpmFromManualTempo(model.value(kManualTempo)), 140.0, 1e-9);
+    EXPECT_NEAR(manualTempoBpm(model.value(kManualTempo)), 140.0, 1e-9);
 
     model.set(kEnforceManualTempo, 0.0);
     press("TAP");
     std::this_thread::sleep_for(std::chrono::milliseconds(120));
     press("TAP");
     EXPECT_EQ(model.value(kEnforceManualTempo), 1.0);
-    EXPECT_GT(bpmFromManualTempo(model.value(kManualTempo)), 100.0);
+    EXPECT_GT(manualTempoBpm(model.value(kManualTempo)), 100.0);
 }
 
 TEST(TapTempo, AveragesTapsAndBeginsAnewAfterAPause) {

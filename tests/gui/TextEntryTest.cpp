@@ -1,5 +1,6 @@
 #include "gui/Tempo.h"
 #include "gui/TextEntry.h"
+#include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
 #include "params/ParameterText.h"
 
@@ -60,7 +61,7 @@ TEST(TextEntry, TurnsWordsNumbersAndUnitsIntoValues) {
 
 TEST(TextEntry, TakesTheTempoThatIsHeard) {
     for (const auto& [typed, bpm] : {std::pair{"128 bpm", 128.0}, {"20", 20.0}, {"1k", 600.0}}) {
-        EXPECT_NEAR(bpmFromManualTempo(valueFromTyped(kManualTempo, typed).value()), bpm, 1e-9);
+        EXPECT_NEAR(manualTempoBpm(valueFromTyped(kManualTempo, typed).value()), bpm, 1e-9);
     }
 }
 
