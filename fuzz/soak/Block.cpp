@@ -7,6 +7,7 @@
 #include <xmmintrin.h>
 
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <deque>
@@ -20,16 +21,7 @@ using namespace Steinberg;
 namespace {
 
 constexpr double kLoudest = 1e6;  // linear gain; more than any setting can make of the input
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kWorst[] = {std::numeric_limits<double>::quiet_NaN(),
-                             kInfinity,
-                             -kInfinity,
-                             std::numeric_limits<double>::denorm_min(),
-                             std::numeric_limits<double>::max(),
-                             1e-40,
-                             -1e30,
-                             1e18,
-                             2000.0};
+constexpr double kWorst[] = {NAN, INFINITY, -INFINITY, DBL_MAX, 1e-310, 1e-40, -1e30, 1e18, 2e3};
 
 // Samples between two strips that nobody may touch.
 template <typename Sample>
@@ -38,18 +30,21 @@ class Channel {
     // Without dice, of a value that shows where nothing has been written.
     Channel(size_t frames, Dice* dice)
         : memory(frames + 2 * kStrip, -std::numeric_limits<Sample>::quiet_NaN()) {
-        const bool garbage = dice && dice->oneIn(6);
-        Dice samples = dice ? dice->fork() : Dice(0);
-        for (size_t i = 0; dice && i < memory.size(); ++i)
-            memory[i] = static_cast<Sample>(garbage ? samples.of(kWorst) : samples.unit() - 0.5);
+        if (dice) {
+            const bool garbage = dice->oneIn(6);
+            Dice draw = dice->fork();
+            for (Sample& sample : memory)
+                sample = static_cast<Sample>(garbage ? draw.of(kWorst) : draw.unit() - 0.5);
+        }
         before = memory;
     }
     Sample* data() { return memory.data() + kStrip; }
-    bool holdsAt(size_t frame, Sample sample) const {
-        return std::memcmp(&before[kStrip + frame], &sample, sizeof sample) == 0;
+    bool heldAt(int frame, Sample sample) const {
+        return std::memcmp(&before[kStrip + static_cast<size_t>(frame)], &sample, sizeof sample) ==
+               0;
     }
-    bool untouched() const { return same(0, memory.size()); }
     bool stripsUntouched() const { return same(0, kStrip) && same(memory.size() - kStrip, kStrip); }
+    bool untouched() const { return same(0, memory.size()); }
 
   private:
     bool same(size_t from, size_t count) const {
@@ -66,17 +61,15 @@ struct Buses {
     std::deque<std::vector<Sample*>> pointers;
     std::vector<Vst::AudioBusBuffers> buffers;
 
-    Buses(const std::vector<Hosting::Bus>& wanted, int frames, bool written, Dice& dice) {
-        const int count =
-            static_cast<int>(wanted.size()) + (dice.oneIn(25) ? 1 : 0) - (dice.oneIn(25) ? 1 : 0);
-        for (int i = 0; i < count; ++i) {
+    Buses(const std::vector<Hosting::Bus>& wanted, size_t frames, bool written, Dice& dice) {
+        std::vector<int> counts;
+        for (const auto& bus : wanted) counts.push_back(bus.channels);
+        if (dice.oneIn(12)) counts.resize(static_cast<size_t>(dice.below(4)), 2);
+        for (const int usual : counts) {
             const bool odd = dice.oneIn(12);
-            const size_t index = static_cast<size_t>(i);
-            const int usual = index < wanted.size() ? wanted[index].channels : 2;
             auto& list = pointers.emplace_back(static_cast<size_t>(odd ? dice.below(5) : usual));
             for (Sample*& pointer : list) {
-                auto& channel =
-                    channels.emplace_back(std::max(frames, 0), written ? nullptr : &dice);
+                auto& channel = channels.emplace_back(frames, written ? nullptr : &dice);
                 pointer = dice.oneIn(odd ? 3 : 100) ? nullptr : channel.data();
             }
             auto& bus = buffers.emplace_back();
@@ -178,13 +171,15 @@ void takeReports(Changes& reports, Guest& guest) {
 
 template <typename Sample>
 void processBlockOf(Guest& guest, int frames, Dice& dice) {
-    Buses<Sample> inputs(guest.plugin->buses(Vst::kInput), frames, false, dice);
-    Buses<Sample> outputs(guest.plugin->buses(Vst::kOutput), frames, true, dice);
-    const bool inPlace = dice.oneIn(3);
-    for (size_t bus = 0; inPlace && bus < outputs.pointers.size(); ++bus)
-        for (size_t i = 0; i < outputs.pointers[bus].size(); ++i)
-            if (bus < inputs.pointers.size() && i < inputs.pointers[bus].size())
-                outputs.pointers[bus][i] = inputs.pointers[bus][i];
+    const auto memory = static_cast<size_t>(std::max(frames, 0));
+    Buses<Sample> inputs(guest.plugin->buses(Vst::kInput), memory, false, dice);
+    Buses<Sample> outputs(guest.plugin->buses(Vst::kOutput), memory, true, dice);
+    const bool inPlace = dice.oneIn(3) && !inputs.pointers.empty() && !outputs.pointers.empty();
+    if (inPlace)
+        std::ranges::copy(
+            std::span(inputs.pointers[0])
+                .first(std::min(inputs.pointers[0].size(), outputs.pointers[0].size())),
+            outputs.pointers[0].begin());
 
     Changes changes, reports;
     fill(changes, guest, frames, dice);
@@ -202,7 +197,7 @@ void processBlockOf(Guest& guest, int frames, Dice& dice) {
     data.outputParameterChanges = dice.oneIn(8) ? nullptr : &reports;
     data.processContext = dice.oneIn(6) ? nullptr : &context;
 
-    Vst::IAudioProcessor* const processor = guest.plugin->processor();
+    auto* const processor = guest.plugin->processor();
     const unsigned usual = _mm_getcsr(), word = drawControlWord(dice);
     _mm_setcsr(word);
     const tresult result = processor->process(data);
@@ -220,15 +215,12 @@ void processBlockOf(Guest& guest, int frames, Dice& dice) {
         for (int32 i = 0; outputs.memoryOf(bus) && i < bus.numChannels; ++i) {
             const Sample* const samples = outputs.memoryOf(bus)[i];
             for (int frame = 0; samples && frame < frames; ++frame) {
-                if (std::abs(samples[frame]) <= kLoudest) continue;
+                const Sample sample = samples[frame];
                 // Suspended, it hands on whatever it gets.
-                require(std::ranges::any_of(inputs.channels,
-                                            [&](const auto& input) {
-                                                return input.holdsAt(static_cast<size_t>(frame),
-                                                                     samples[frame]);
-                                            }),
-                        "sample " + std::to_string(frame) + " of " + std::to_string(frames) +
-                            " is " + std::to_string(samples[frame]));
+                const auto holds = [=](const auto& input) { return input.heldAt(frame, sample); };
+                if (!(std::abs(sample) <= kLoudest) && std::ranges::none_of(inputs.channels, holds))
+                    require(false, "sample " + std::to_string(frame) + " of " +
+                                       std::to_string(frames) + " is " + std::to_string(sample));
             }
         }
     }

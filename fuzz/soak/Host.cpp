@@ -37,13 +37,6 @@ States statesOf(Guest& guest) {
     return {*component, *controller};
 }
 
-// What a preset has edited goes to the processor, as the host's list of parameters carries it.
-void carryEdits(Guest& guest) {
-    auto& edits = guest.plugin->editLog().edits;
-    for (const auto& [id, value] : edits) guest.pending.push_back({id, 0, value});
-    edits.clear();
-}
-
 void play(Scene& scene, Guest& guest) {
     for (int blocks = scene.dice.between(1, 12); blocks > 0; --blocks)
         processBlock(guest, scene.dice);
@@ -72,8 +65,10 @@ void setUp(Scene& scene, Guest& guest) {
     constexpr int kLargestBlocks[] = {1, 33, 64, 512, 1024, 8192};
     Dice& dice = scene.dice;
     auto& plugin = *guest.plugin;
-    plugin.setProcessing(false);
+    plugin.setProcessing(!dice.oneIn(4));
     require(plugin.setActive(false) == kResultOk, "doesn't stop");
+    // Hosts send parameters, and some even audio, to a plug-in that is off.
+    if (dice.oneIn(3)) processBlock(guest, dice);
     if (dice.oneIn(2)) arrange(guest, dice);
     guest.setup = {dice.of(kRefusedRates), dice.of(kLargestBlocks), dice.oneIn(2),
                    dice.below(Vst::kOffline + 1)};
@@ -87,15 +82,6 @@ void setUp(Scene& scene, Guest& guest) {
     plugin.setProcessing(!dice.oneIn(4));
 }
 
-void startAndStop(Scene& scene, Guest& guest) {
-    for (int i = scene.dice.between(1, 4); i > 0; --i) {
-        guest.plugin->setProcessing(scene.dice.oneIn(2));
-        require(guest.plugin->setActive(scene.dice.oneIn(2)) == kResultOk, "setActive fails");
-        // Hosts send parameters, and some even audio, to a plug-in that is off.
-        if (scene.dice.oneIn(2)) processBlock(guest, scene.dice);
-    }
-}
-
 // Into the same instance, or another.
 void restore(Guest& guest, const States& states) {
     require(guest.plugin->setComponentState(states.component) == kResultOk &&
@@ -104,14 +90,16 @@ void restore(Guest& guest, const States& states) {
 }
 
 void saveStates(Scene& scene, Guest& guest) {
+    const auto first = statesOf(guest);
+    guest.plugin->setComponentState(first.component);
+    require(statesOf(guest).component == first.component, "the component's state is another");
     // The two halves agree from then on, whatever this host told only one of them.
-    restore(guest, statesOf(guest));
+    restore(guest, first);
     const auto states = statesOf(guest);
     restore(guest, states);
     const auto again = statesOf(guest);
     require(again.component == states.component && again.controller == states.controller,
             "a state doesn't come back");
-    carryEdits(guest);
     scene.known.insert(scene.known.begin(), states);
     scene.known.resize(std::min(scene.known.size(), kMostKnown));
 }
@@ -161,11 +149,10 @@ constexpr struct Action {
 } kActions[] = {
     {40, 20, "play", play},
     {12, 2, "set up", setUp},
-    {6, 2, "start and stop", startAndStop},
     {8, 2, "save states", saveStates},
     {12, 6, "load states", loadStates},
     {6, 4, "choose a program", chooseProgram},
-    {8, 16, "edit in the host", editInHost},
+    {8, 16, "edit parameters", editParameters},
     {6, 2, "come and go", comeAndGo},
     {3, 0, "load while playing", loadWhilePlaying},
     {0, 200, "play in the editor", playInEditor},
@@ -181,13 +168,14 @@ const Action& drawAction(Dice& dice, bool editors) {
     return *action;
 }
 
-// What the controller told its host in this step, and what it is told of the processor.
-void settle(Guest& guest, bool editors) {
+// Hands on what the two halves of the plug-in have told their host in a step.
+void settle(Guest& guest) {
     auto& log = guest.plugin->editLog();
     for (const auto& misuse : log.misuses) require(false, misuse);
     require(log.groupsBegun == log.groupsEnded, "a group of edits has no end");
     require(guest.window || log.open.empty(), "an edit has no end");
-    if (editors) log.edits.clear();
+    for (const auto& [id, value] : std::exchange(log.edits, {}))
+        guest.pending.push_back({id, 0, value});
     for (const auto& point : std::exchange(guest.reported, {}))
         guest.plugin->controller()->setParamNormalized(point.id, point.value);
 }
@@ -205,11 +193,9 @@ void chooseProgram(Scene& scene, Guest& guest) {
     require(guest.plugin->controller()->setParamNormalized(kProgram, value) == kResultOk,
             "a program is refused");
     guest.pending.push_back({kProgram, 0, value});
-    carryEdits(guest);
-    processBlock(guest, scene.dice);
 }
 
-void editInHost(Scene& scene, Guest& guest) {
+void editParameters(Scene& scene, Guest& guest) {
     auto& controller = *guest.plugin->controller();
     Dice letters = scene.dice.fork();
     for (int i = scene.dice.between(1, 20); i > 0; --i) {
@@ -261,10 +247,9 @@ void loadStates(Scene& scene, Guest& guest) {
     if (scene.dice.oneIn(2)) plugin.showComponentState(states.component);
     if (scene.dice.oneIn(2)) plugin.setControllerState(states.controller);
     if (scene.dice.oneIn(2)) plugin.showComponentState(states.component);
-    carryEdits(guest);
 }
 
-void run(Dice dice, const Course& course) {
+void run(const Dice& dice, const Course& course) {
     Scene scene{dice, {}, {}};
     present = course.replay;
     scene.guests.push_back(makeGuest());
@@ -274,11 +259,16 @@ void run(Dice dice, const Course& course) {
         // A player stays at one for a while.
         if (scene.dice.oneIn(course.editors ? 50 : 2))
             who = static_cast<size_t>(scene.dice.below(kMostGuests));
-        who %= scene.guests.size();
+        Guest* const guest = scene.guests[who %= scene.guests.size()].get();
         present = course.replay + " --steps " + std::to_string(step) + ", " + action.name;
         if (course.tells) std::cerr << present << std::endl;
-        action.run(scene, *scene.guests[who]);
-        for (const auto& guest : scene.guests) settle(*guest, course.editors);
+        action.run(scene, *guest);
+        for (const auto& each : scene.guests) {
+            settle(*each);
+            const auto before = std::exchange(each->state, statesOf(*each).component);
+            require(each.get() == guest || before.empty() || each->state == before,
+                    "the state of another instance has changed");
+        }
     }
 }
 

@@ -25,14 +25,6 @@ void pass(Scene& scene, milliseconds time) {
         if (guest->window) guest->window->pass(time);
 }
 
-void open(Scene& scene, Guest& guest) {
-    if (guest.window) return;
-    auto opened = Hosting::EditorWindow::open(*guest.plugin);
-    if (!opened) require(false, opened.error());
-    guest.window = std::move(*opened);
-    pass(scene, kPicture);
-}
-
 void close(Scene&, Guest& guest) {
     guest.window->close();
     require(guest.window->handlerCount() == 0, "handlers are left in the host's loop");
@@ -50,9 +42,9 @@ void scaleContent(Scene& scene, Guest& guest) {
     constexpr float kFactors[] = {1.0F, 1.25F, 2.0F, 0.0F, -1.0F, NAN, INFINITY};
     const float factor = scene.dice.of(kFactors);
     FUnknownPtr<IPlugViewContentScaleSupport> view(&guest.window->view());
-    if (!view) return;
-    const bool taken = view->setContentScaleFactor(factor) == kResultTrue;
-    require(taken == (factor > 0.0F && std::isfinite(factor)), "takes or refuses a wrong scale");
+    require(
+        (view->setContentScaleFactor(factor) == kResultTrue) == (factor >= 1.0F && factor < 3.0F),
+        "takes or refuses a wrong scale");
 }
 
 void process(Scene& scene, Guest& guest) {
@@ -61,8 +53,8 @@ void process(Scene& scene, Guest& guest) {
 
 // What the host does meanwhile.
 void meddle(Scene& scene, Guest& guest) {
-    constexpr decltype(&close) kWays[] = {close,      resize,     scaleContent, editInHost,
-                                          editInHost, loadStates, process,      chooseProgram};
+    constexpr decltype(&close) kWays[] = {close,          resize,     scaleContent, editParameters,
+                                          editParameters, loadStates, process,      chooseProgram};
     scene.dice.of(kWays)(scene, guest);
 }
 
@@ -85,28 +77,21 @@ class Hand {
             scene.y = height / 2 + dice.between(-height, height) / 2 / share;
         }
     }
-    void click() {
+    // A click, two, or a drag, which may find no end.
+    void press() {
         aim();
-        const Button button = dice.oneIn(3) ? Button::Right : Button::Left;
-        const int held = modifiers();
+        const Button button = dice.oneIn(4) ? Button::Right : Button::Left;
+        const int held = modifiers(), stepX = dice.between(-6, 6), stepY = dice.between(-6, 6);
         point(Pointer::Move, button, 0);
         for (int times = dice.oneIn(4) ? 2 : 1; times > 0; --times) {
             point(Pointer::Press, button, held);
-            point(Pointer::Release, button, held);
+            for (int steps = dice.oneIn(4) ? dice.between(1, 12) : 0; steps > 0; --steps) {
+                scene.x += stepX;
+                scene.y += stepY;
+                point(Pointer::Drag, button, held);
+            }
+            if (!dice.oneIn(100)) point(Pointer::Release, button, held);
         }
-    }
-    void drag() {
-        aim();
-        const Button button = dice.oneIn(12) ? Button::Right : Button::Left;
-        const int held = modifiers(), stepX = dice.between(-6, 6), stepY = dice.between(-6, 6);
-        point(Pointer::Move, button, 0);
-        point(Pointer::Press, button, held);
-        for (int steps = dice.between(1, 12); steps > 0; --steps) {
-            scene.x += stepX;
-            scene.y += stepY;
-            point(Pointer::Drag, button, held);
-        }
-        if (!dice.oneIn(20)) point(Pointer::Release, button, held);
     }
     void turnWheel() {
         aim();
@@ -115,27 +100,25 @@ class Hand {
             point(Pointer::Press, way, modifiers());
     }
     void type() {
-        constexpr std::string_view kCharacters = "0123456789abcdefgmnoprstuz./-, ";
-        constexpr std::string_view kEditing = "acxvz";
-        constexpr int16 kCodes[] = {KEY_SPACE,  KEY_UP,     KEY_DOWN, KEY_LEFT,
-                                    KEY_RIGHT,  KEY_HOME,   KEY_END,  KEY_BACK,
-                                    KEY_DELETE, KEY_PAGEUP, KEY_TAB,  KEY_RIGHT};
-        for (int keys = dice.between(1, 6); keys > 0; --keys) {
+        constexpr std::string_view kCharacters = "0123456789abcdefgmnoprstuz./-, ",
+                                   kEditing = "acxvz";
+        constexpr int16 kCodes[] = {KEY_SPACE,  KEY_UP,     KEY_DOWN,     KEY_LEFT,
+                                    KEY_RIGHT,  KEY_HOME,   KEY_END,      KEY_BACK,
+                                    KEY_DELETE, KEY_PAGEUP, KEY_PAGEDOWN, KEY_TAB};
+        for (int keys = dice.below(6); keys > 0; --keys) {
             const int lot = dice.below(5);
-            if (lot == 0)
-                key(dice.of(kEditing), 0, kCommandKey);
-            else if (lot < 3)
+            if (lot == 0) key(dice.of(kEditing), 0, kCommandKey);
+            if (lot == 1 || lot == 2)
                 key(0, dice.of(kCodes), dice.oneIn(2) ? int16{kShiftKey} : modifiers());
-            else
-                key(dice.of(kCharacters), 0, 0);
+            if (lot > 2) key(dice.of(kCharacters), 0, 0);
         }
+        if (dice.oneIn(2)) key(0, dice.oneIn(3) ? KEY_ESCAPE : KEY_RETURN, modifiers());
     }
-    void answer() { key(0, dice.oneIn(2) ? KEY_RETURN : KEY_ESCAPE, modifiers()); }
     // A menu, a question or a field opens, and the next comes at once.
     void hurry() {
-        click();
-        dice.oneIn(2) ? type() : click();
-        dice.oneIn(2) ? answer() : click();
+        press();
+        dice.oneIn(2) ? type() : press();
+        dice.oneIn(2) ? type() : press();
     }
 
   private:
@@ -168,16 +151,19 @@ class Hand {
 }  // namespace
 
 void playInEditor(Scene& scene, Guest& guest) {
-    open(scene, guest);
+    if (!guest.window) {
+        auto opened = Hosting::EditorWindow::open(*guest.plugin);
+        if (!opened) require(false, opened.error());
+        guest.window = std::move(*opened);
+    }
     if (guest.window->width() > kLargestWidth) resize(scene, guest);
+    pass(scene, kPicture);
     if (scene.dice.oneIn(20)) meddle(scene, guest);
-    constexpr void (Hand::*kGestures[])() = {&Hand::click, &Hand::click,     &Hand::click,
-                                             &Hand::drag,  &Hand::turnWheel, &Hand::type,
-                                             &Hand::hurry, &Hand::hurry};
+    constexpr void (Hand::*kGestures[])() = {&Hand::press, &Hand::press, &Hand::type,
+                                             &Hand::hurry, &Hand::hurry, &Hand::turnWheel};
     Hand hand(scene, guest);
     (hand.*scene.dice.of(kGestures))();
     if (scene.dice.oneIn(400)) std::this_thread::sleep_for(kHint);  // until hints show
-    pass(scene, kPicture);
 }
 
 }  // namespace Quorvant::Soak

@@ -18,6 +18,7 @@ struct Guest {
     Hosting::HostSetup setup;
     std::vector<Hosting::ParameterPoint> pending;   // for the next block
     std::vector<Hosting::ParameterPoint> reported;  // for the controller
+    Hosting::Bytes state;                           // the component's, after the last step
     double beats = 0.0;                             // position in the song
     bool playing = true;
 };
@@ -41,16 +42,19 @@ struct Course {
 };
 
 // Ends the process at the first fault.
-void run(Dice dice, const Course& course);
+void run(const Dice& dice, const Course& course);
 
 // Where `holds` is false: tells the step and what is wrong, and ends the process. Any thread.
 void require(bool holds, const std::string& fault);
 
-// Single deeds; of the main thread, apart from the first one.
+// One process call by lot. Audio thread of the guest.
 void processBlock(Guest& guest, Dice& dice);
+
+// What the host does while somebody plays.
 void chooseProgram(Scene& scene, Guest& guest);
-void editInHost(Scene& scene, Guest& guest);
+void editParameters(Scene& scene, Guest& guest);
 void loadStates(Scene& scene, Guest& guest);
+
 // Opens the editor, or does one thing in it, amid which the host may close it.
 void playInEditor(Scene& scene, Guest& guest);
 
