@@ -149,13 +149,9 @@ Vst::ProcessContext makeContext(Guest& guest, int frames, Dice& dice) {
 
 // Rounding, flushing of denormals and unmasked exceptions as a host may have them. Nobody lives
 // with the inexact result as an exception.
-unsigned drawControlWord(Dice& dice) {
-    constexpr unsigned kRoundings[] = {_MM_ROUND_NEAREST, _MM_ROUND_DOWN, _MM_ROUND_UP};
-    constexpr unsigned kMasks[] = {_MM_MASK_MASK, _MM_MASK_INEXACT,
-                                   _MM_MASK_INEXACT | _MM_MASK_UNDERFLOW | _MM_MASK_DENORM};
-    constexpr unsigned kFlushings[] = {0, _MM_FLUSH_ZERO_ON};
-    return dice.of(kRoundings) | dice.of(kMasks) | dice.of(kFlushings);
-}
+constexpr unsigned kControlWords[] = {
+    _MM_MASK_MASK, _MM_MASK_INEXACT, _MM_MASK_MASK | _MM_ROUND_UP | _MM_FLUSH_ZERO_ON,
+    _MM_MASK_INEXACT | _MM_MASK_UNDERFLOW | _MM_MASK_DENORM | _MM_ROUND_DOWN};
 
 void takeReports(Changes& reports, Guest& guest) {
     for (int32 i = 0; i < reports.getParameterCount(); ++i) {
@@ -175,11 +171,8 @@ void processBlockOf(Guest& guest, int frames, Dice& dice) {
     Buses<Sample> inputs(guest.plugin->buses(Vst::kInput), memory, false, dice);
     Buses<Sample> outputs(guest.plugin->buses(Vst::kOutput), memory, true, dice);
     const bool inPlace = dice.oneIn(3) && !inputs.pointers.empty() && !outputs.pointers.empty();
-    if (inPlace)
-        std::ranges::copy(
-            std::span(inputs.pointers[0])
-                .first(std::min(inputs.pointers[0].size(), outputs.pointers[0].size())),
-            outputs.pointers[0].begin());
+    for (size_t i = 0; inPlace && i < outputs.pointers[0].size(); ++i)
+        if (i < inputs.pointers[0].size()) outputs.pointers[0][i] = inputs.pointers[0][i];
 
     Changes changes, reports;
     fill(changes, guest, frames, dice);
@@ -198,7 +191,7 @@ void processBlockOf(Guest& guest, int frames, Dice& dice) {
     data.processContext = dice.oneIn(6) ? nullptr : &context;
 
     auto* const processor = guest.plugin->processor();
-    const unsigned usual = _mm_getcsr(), word = drawControlWord(dice);
+    const unsigned usual = _mm_getcsr(), word = dice.of(kControlWords);
     _mm_setcsr(word);
     const tresult result = processor->process(data);
     const unsigned after = _mm_getcsr();

@@ -4,12 +4,13 @@
 
 #include "pluginterfaces/vst/vstpresetkeys.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
-#include <limits>
 #include <thread>
+#include <utility>
 
 namespace Quorvant::Soak {
 
@@ -37,6 +38,13 @@ States statesOf(Guest& guest) {
     return {*component, *controller};
 }
 
+// What hosts and users may call a text. Ended by a zero.
+template <size_t size>
+void scribble(Vst::TChar (&text)[size], Dice dice) {
+    for (auto& character : text) character = static_cast<Vst::TChar>(dice.bits(2));
+    text[dice.below(size)] = text[size - 1] = 0;
+}
+
 void play(Scene& scene, Guest& guest) {
     for (int blocks = scene.dice.between(1, 12); blocks > 0; --blocks)
         processBlock(guest, scene.dice);
@@ -60,8 +68,7 @@ void arrange(Guest& guest, Dice& dice) {
 
 void setUp(Scene& scene, Guest& guest) {
     constexpr double kRates[] = {48000.0, 44100.0, 8000.0, 96000.0, 192000.0, 1234.5678, 5e5, 1.0};
-    constexpr double kRefusedRates[] = {0.0, -48000.0, std::numeric_limits<double>::infinity(),
-                                        std::numeric_limits<double>::quiet_NaN()};
+    constexpr double kRefusedRates[] = {0.0, -48000.0, INFINITY, NAN};
     constexpr int kLargestBlocks[] = {1, 33, 64, 512, 1024, 8192};
     Dice& dice = scene.dice;
     auto& plugin = *guest.plugin;
@@ -219,8 +226,7 @@ void editParameters(Scene& scene, Guest& guest) {
                 name + "doesn't read its own '" + told + "'");
         Vst::String128 text{};
         controller.getParamStringByValue(parameter.id, value * 4.0 - 2.0, text);
-        for (int length = letters.below(128); length > 0; --length)
-            text[length - 1] = static_cast<Vst::TChar>(letters.bits(2));
+        scribble(text, letters.fork());
         double typed = 0.0;
         controller.getParamValueByString(parameter.id, text, typed);
         require(std::isfinite(typed), name + "makes no number of a text");
@@ -232,11 +238,9 @@ void loadStates(Scene& scene, Guest& guest) {
     auto& plugin = *guest.plugin;
     const States states = scene.dice.of(scene.known);
     // Where a state comes from is a text of the host's, well-formed or not.
-    Dice letters = scene.dice.fork();
     Hosting::StateStream stream(states.component);
-    Vst::TChar text[200] = {};
-    for (int length = letters.below(200); length > 0; --length)
-        text[length - 1] = static_cast<Vst::TChar>(letters.bits(2));
+    Vst::TChar text[200];
+    scribble(text, scene.dice.fork());
     stream.getAttributes()->setString(Vst::PresetAttributes::kStateType, text);
     stream.getAttributes()->setString(Vst::PresetAttributes::kFilePathStringType, text);
     require(plugin.component()->setState(&stream) == kResultOk, "refuses a state");

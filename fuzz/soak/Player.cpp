@@ -3,9 +3,7 @@
 #include "fuzz/soak/Soak.h"
 
 #include "pluginterfaces/base/keycodes.h"
-#include "pluginterfaces/gui/iplugviewcontentscalesupport.h"
 
-#include <cmath>
 #include <thread>
 
 namespace Quorvant::Soak {
@@ -38,23 +36,14 @@ void resize(Scene& scene, Guest& guest) {
     require(guest.window->setWidth(width).operator bool(), "the editor can't be resized");
 }
 
-void scaleContent(Scene& scene, Guest& guest) {
-    constexpr float kFactors[] = {1.0F, 1.25F, 2.0F, 0.0F, -1.0F, NAN, INFINITY};
-    const float factor = scene.dice.of(kFactors);
-    FUnknownPtr<IPlugViewContentScaleSupport> view(&guest.window->view());
-    require(
-        (view->setContentScaleFactor(factor) == kResultTrue) == (factor >= 1.0F && factor < 3.0F),
-        "takes or refuses a wrong scale");
-}
-
 void process(Scene& scene, Guest& guest) {
     processBlock(guest, scene.dice);
 }
 
 // What the host does meanwhile.
 void meddle(Scene& scene, Guest& guest) {
-    constexpr decltype(&close) kWays[] = {close,          resize,     scaleContent, editParameters,
-                                          editParameters, loadStates, process,      chooseProgram};
+    constexpr decltype(&close) kWays[] = {close,   resize,        editParameters, loadStates,
+                                          process, chooseProgram, chooseProgram};
     scene.dice.of(kWays)(scene, guest);
 }
 
@@ -63,29 +52,30 @@ class Hand {
   public:
     Hand(Scene& whole, Guest& played) : scene(whole), guest(played), dice(whole.dice) {}
 
-    // Where a menu has opened, where questions are, or anywhere.
+    // Where a menu has opened, at the bar of buttons, where questions are, or anywhere.
     void aim() {
         if (!guest.window) return;
         const int width = guest.window->width(), height = guest.window->height();
-        const int lot = dice.below(8);
-        if (lot < 2) {
-            scene.x += dice.between(-10, 90);
-            scene.y += dice.between(-5, 60);
+        const int lot = dice.below(10);
+        if (lot < 3) {
+            scene.x += dice.between(-90, 90);
+            scene.y += dice.between(-5, 120);
         } else {
-            const int share = lot < 4 ? 5 : 1;  // of the editor, around its middle
-            scene.x = width / 2 + dice.between(-width, width) / 2 / share;
-            scene.y = height / 2 + dice.between(-height, height) / 2 / share;
+            scene.x = lot == 5 ? dice.between(width * 2 / 5, width * 3 / 5) : dice.below(width);
+            scene.y = lot == 5  ? dice.between(height * 2 / 5, height * 3 / 5)
+                      : lot > 5 ? dice.below(height)
+                                : dice.below(height / 10);
         }
     }
     // A click, two, or a drag, which may find no end.
     void press() {
         aim();
-        const Button button = dice.oneIn(4) ? Button::Right : Button::Left;
+        const Button button = dice.oneIn(5) ? Button::Right : Button::Left;
         const int held = modifiers(), stepX = dice.between(-6, 6), stepY = dice.between(-6, 6);
         point(Pointer::Move, button, 0);
-        for (int times = dice.oneIn(4) ? 2 : 1; times > 0; --times) {
+        for (int times = dice.oneIn(3) ? 2 : 1; times > 0; --times) {
             point(Pointer::Press, button, held);
-            for (int steps = dice.oneIn(4) ? dice.between(1, 12) : 0; steps > 0; --steps) {
+            for (int steps = dice.oneIn(4) ? dice.between(1, 20) : 0; steps > 0; --steps) {
                 scene.x += stepX;
                 scene.y += stepY;
                 point(Pointer::Drag, button, held);
@@ -100,19 +90,26 @@ class Hand {
             point(Pointer::Press, way, modifiers());
     }
     void type() {
-        constexpr std::string_view kCharacters = "0123456789abcdefgmnoprstuz./-, ",
-                                   kEditing = "acxvz";
-        constexpr int16 kCodes[] = {KEY_SPACE,  KEY_UP,     KEY_DOWN,     KEY_LEFT,
-                                    KEY_RIGHT,  KEY_HOME,   KEY_END,      KEY_BACK,
-                                    KEY_DELETE, KEY_PAGEUP, KEY_PAGEDOWN, KEY_TAB};
-        for (int keys = dice.below(6); keys > 0; --keys) {
-            const int lot = dice.below(5);
+        constexpr std::string_view kCharacters = "0123456789abcdefgmnoprstuz./-, ";
+        constexpr std::string_view kEditing = "acxvz";
+        constexpr int16 kSelecting[] = {KEY_LEFT, KEY_HOME, KEY_END};
+        constexpr int16 kCodes[] = {KEY_UP,  KEY_DOWN, KEY_LEFT,   KEY_RIGHT, KEY_HOME,
+                                    KEY_END, KEY_BACK, KEY_DELETE, KEY_SPACE, KEY_TAB};
+        for (int keys = dice.below(8); keys > 0; --keys) {
+            const int lot = dice.below(6);
+            if (lot == 0 && dice.oneIn(2)) key(0, dice.of(kSelecting), kShiftKey);
             if (lot == 0) key(dice.of(kEditing), 0, kCommandKey);
-            if (lot == 1 || lot == 2)
-                key(0, dice.of(kCodes), dice.oneIn(2) ? int16{kShiftKey} : modifiers());
-            if (lot > 2) key(dice.of(kCharacters), 0, 0);
+            if (lot > 0 && lot < 4) key(0, dice.of(kCodes), modifiers());
+            if (lot > 3) key(dice.of(kCharacters), 0, 0);
         }
         if (dice.oneIn(2)) key(0, dice.oneIn(3) ? KEY_ESCAPE : KEY_RETURN, modifiers());
+    }
+    // Until a hint shows.
+    void rest() {
+        aim();
+        point(Pointer::Move, Button::Left, 0);
+        std::this_thread::sleep_for(kHint);
+        pass(scene, kPicture);
     }
     // A menu, a question or a field opens, and the next comes at once.
     void hurry() {
@@ -139,7 +136,7 @@ class Hand {
         goOn();
     }
     void goOn() {
-        if (guest.window && dice.oneIn(60)) meddle(scene, guest);
+        if (guest.window && dice.oneIn(30)) meddle(scene, guest);
         if (!dice.oneIn(4)) pass(scene, dice.oneIn(4) ? kPicture : kMoment);
     }
 
@@ -163,7 +160,7 @@ void playInEditor(Scene& scene, Guest& guest) {
                                              &Hand::hurry, &Hand::hurry, &Hand::turnWheel};
     Hand hand(scene, guest);
     (hand.*scene.dice.of(kGestures))();
-    if (scene.dice.oneIn(400)) std::this_thread::sleep_for(kHint);  // until hints show
+    if (scene.dice.oneIn(300)) hand.rest();
 }
 
 }  // namespace Quorvant::Soak
