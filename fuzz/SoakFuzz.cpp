@@ -10,6 +10,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     constexpr int kMostSteps = 50;
-    Quorvant::Soak::run(Quorvant::Soak::Dice({data, size}), {"this input", kMostSteps});
+    Quorvant::Soak::run(Quorvant::Soak::Dice(std::span(data, size)), {"this input", kMostSteps});
     return 0;
 }
