@@ -36,9 +36,9 @@ struct NumberLaw {
     std::string_view unit = {};  // as hosts are told
     std::span<const ValueUnit> units = {};
     std::span<const ValueWord> words = {};
-    bool halvesUp = false;  // 0.25 becomes 0.3, where it is 0.2 otherwise
-    char mark = '.';        // decimal mark
-    std::string_view prefix = {};
+    bool halvesUp = false;         // 0.25 becomes 0.3, where it is 0.2 otherwise
+    char mark = '.';               // decimal mark
+    std::string_view prefix = {};  // may be left out when typed
     // A bare number of this size or above is in the last of the units.
     double lastUnitFrom = std::numeric_limits<double>::infinity();
     bool shortEndSpread = false;  // knobs give the lower values more of their travel

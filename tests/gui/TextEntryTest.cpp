@@ -34,6 +34,7 @@ TEST(TextEntry, TurnsWordsNumbersAndUnitsIntoValuesWithinTheRange) {
                  {kReferenceLevel, "-10", "-10.0"},
                  {kGlobalReferenceLevel, "+3,5 dB", "3.5"},
                  {kInput, "off", "-oo"},
+                 {kInput, "-119.6", "-119.6"},
                  {kInput, "-oo dB", "-oo"},
                  {kMix, "5 Hz", "refused"},
                  {kHighCutCutoff, "2k5", "2k5"},

@@ -22,10 +22,7 @@ TEST(TypedNumber, ReadsTheWaysPeopleWriteNumbers) {
         double value;
         std::initializer_list<const char*> texts;
     } cases[] = {
-        {1500.0,
-         {"1k5", "1.5k", "1m5k", "1 500", "+1500",
-          "\x01"
-          "1500"}},
+        {1500.0, {"1k5", "1.5k", "1m5k", "1 500", "+1500", "\0011500"}},
         {1205.0, {"1.2k5"}},
         {0.25, {"250m", ",25", ".25", "0..25"}},
         {1.5, {"1,5", "1,,5", "1..,5"}},
