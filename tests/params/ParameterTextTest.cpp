@@ -114,7 +114,7 @@ TEST(ParameterText, EveryTextComesBackUnchangedWithAndWithoutItsUnit) {
 TEST(ParameterText, ReadsWhatPeopleType) {
     const TextCase cases[] = {
         {kReferenceLevel, 0.65, "+3"},
-        {kReferenceLevel, 0.0, "-10 dB"},
+        {kReferenceLevel, 0.0, "-10.04 dB"},
         {kInput, 0.0, "-OO"},
         {kInput, 0.0, "-inf"},
         {kMix, 0.55, " 5,5 "},
@@ -153,7 +153,7 @@ TEST(ParameterText, RefusesWhatMeansNoValue) {
     } cases[] = {
         {kInput, {"", "12.1", "-120", "loud", "nan", "1e999", "1 2", "3 ms"}},
         {kInput, {"+-3", "--3", "-", "1.2.3", "dB"}},
-        {kMix, {"10.1", "-0.1"}},
+        {kMix, {"10.1", "-0.1", "-0.06"}},
         {kDelayTime, {"9601", "9.7 s", "-1", "5 kHz"}},
         {kHighCutCutoff, {"1k9", "18k1", "k5", "2.5k5", "2k5 kHz", "2500k0", "50", "12 Hz"}},
         {kLfoRate, {"0", "10.1"}},
