@@ -20,7 +20,7 @@ TEST(TextEntry, TurnsWordsNumbersAndUnitsIntoValuesWithinTheRange) {
         uint32_t index;
         const char* typed;
         const char* shown;
-    } cases[] = {{kDelayTime, "1k5", "1500"},
+    } cases[] = {{kDelayTime, "1K5", "1500"},
                  {kDelayTime, " 1.5 sec ", "1500"},
                  {kDelayTime, "333ms", "333"},
                  {kDelayTime, "99999", "9600"},

@@ -34,6 +34,7 @@ TEST(TypedNumber, ReadsTheWaysPeopleWriteNumbers) {
     for (const auto& c : cases) {
         for (const char* text : c.texts) {
             EXPECT_NEAR(parsed(text), c.value, 1e-9 * std::fabs(c.value)) << text;
+            EXPECT_EQ(std::signbit(parsed(text)), c.value < 0.0) << text;
         }
     }
 }
