@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <thread>
 #include <utility>
@@ -243,10 +244,18 @@ void loadStates(Scene& scene, Guest& guest) {
     scribble(text, scene.dice.fork());
     stream.getAttributes()->setString(Vst::PresetAttributes::kStateType, text);
     stream.getAttributes()->setString(Vst::PresetAttributes::kFilePathStringType, text);
+    // A value that a state leaves out stays as it was.
+    auto wanted = states.component;
+    const auto before = statesOf(guest).component;
+    for (size_t at = 0; at < wanted.size(); at += sizeof(double)) {
+        double value = 0.0;
+        std::memcpy(&value, &wanted[at], sizeof value);
+        if (value < 0.0) std::memcpy(&wanted[at], &before[at], sizeof value);
+    }
     require(plugin.component()->setState(&stream) == kResultOk, "refuses a state");
-    require(statesOf(guest).component == states.component, "a state is not in force");
+    require(statesOf(guest).component == wanted, "a state is not in force");
     plugin.flush({});
-    require(statesOf(guest).component == states.component, "a block loses a state");
+    require(statesOf(guest).component == wanted, "a block loses a state");
     // Hosts show it to the controller, too, in whatever order.
     if (scene.dice.oneIn(2)) plugin.showComponentState(states.component);
     if (scene.dice.oneIn(2)) plugin.setControllerState(states.controller);
