@@ -10,7 +10,7 @@
 namespace Quorvant {
 namespace {
 
-TEST(Mailbox, givesTheNewestValueOnce) {
+TEST(Mailbox, GivesTheNewestValueOnce) {
     Mailbox<int> box;
     EXPECT_EQ(box.take(), nullptr);
     for (int round = 0; round < 5; ++round) {
@@ -23,7 +23,7 @@ TEST(Mailbox, givesTheNewestValueOnce) {
     }
 }
 
-TEST(Mailbox, valuesArriveWholeAndInOrder) {
+TEST(Mailbox, ValuesArriveWholeAndInOrder) {
     constexpr uint64_t kLast = 200000;
     Mailbox<std::array<uint64_t, 40>> box;
     std::thread writer([&] {
