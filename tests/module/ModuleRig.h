@@ -2,89 +2,19 @@
 // signals in, stereo signals out.
 #pragma once
 
+#include "tests/Sound.h"
 #include "tools/hosting/HostedPlugin.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <functional>
-#include <map>
-#include <numbers>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace Quorvant::Test {
-
-using Signal = std::vector<double>;
-
-struct Stereo {
-    Signal left, right;
-
-    size_t size() const { return left.size(); }
-};
-
-inline Stereo both(const Signal& signal) {
-    return {signal, signal};
-}
-inline Signal silence(size_t frames) {
-    return Signal(frames, 0.0);
-}
-inline Signal impulse(size_t frames, double level = 0.5) {
-    Signal signal(frames, 0.0);
-    signal[0] = level;
-    return signal;
-}
-inline Signal sine(double hz, double level, size_t frames, double rate) {
-    Signal signal(frames);
-    for (size_t i = 0; i < frames; ++i)
-        signal[i] = level * std::sin(2.0 * std::numbers::pi * hz * static_cast<double>(i) / rate);
-    return signal;
-}
-inline Signal noise(double level, size_t frames, uint32_t seed = 1) {
-    Signal signal(frames);
-    for (double& x : signal) {
-        seed = seed * 1664525u + 1013904223u;
-        x = level * static_cast<int32_t>(seed) / 2147483648.0;
-    }
-    return signal;
-}
-inline double rms(const Signal& s, size_t from, size_t to) {
-    double sum = 0.0;
-    for (size_t i = from; i < to; ++i) sum += s[i] * s[i];
-    return std::sqrt(sum / static_cast<double>(to - from));
-}
-inline double peak(const Signal& s, size_t from = 0, size_t to = SIZE_MAX) {
-    double top = 0.0;
-    for (size_t i = from; i < std::min(to, s.size()); ++i) top = std::max(top, std::abs(s[i]));
-    return top;
-}
-inline size_t peakAt(const Signal& s, size_t from = 0, size_t to = SIZE_MAX) {
-    size_t at = from;
-    for (size_t i = from; i < std::min(to, s.size()); ++i)
-        if (std::abs(s[i]) > std::abs(s[at])) at = i;
-    return at;
-}
-// Frequency from the first and last upward zero crossing.
-inline double frequencyOf(const Signal& s, size_t from, size_t to, double rate) {
-    double first = -1.0, last = -1.0;
-    int periods = -1;
-    for (size_t i = from + 1; i < to; ++i) {
-        if (!(s[i - 1] < 0.0 && s[i] >= 0.0)) continue;
-        last = static_cast<double>(i) - s[i] / (s[i] - s[i - 1]);
-        if (first < 0.0) first = last;
-        ++periods;
-    }
-    return periods > 0 ? periods * rate / (last - first) : 0.0;
-}
-inline double largestDifference(const Stereo& a, const Stereo& b) {
-    double top = 0.0;
-    for (size_t i = 0; i < std::min(a.size(), b.size()); ++i)
-        top = std::max({top, std::abs(a.left[i] - b.left[i]), std::abs(a.right[i] - b.right[i])});
-    return top;
-}
 
 // Settings by name and text, as a host shows them.
 using Settings = std::vector<std::pair<std::string, std::string>>;
@@ -177,8 +107,13 @@ class ModuleRig {
         }
         return out;
     }
-    Stereo render(const Signal& in) { return render(both(in)); }
-
+    // Hands the controller's edits to the processor, as hosts do.
+    void forwardEdits() {
+        std::vector<Hosting::ParameterPoint> points;
+        for (const auto& [id, value] : plugin->editLog().edits) points.push_back({id, 0, value});
+        plugin->editLog().edits.clear();
+        EXPECT_EQ(plugin->flush(points), Steinberg::kResultOk);
+    }
     double reading(Hosting::ParamID id) { return plugin->outputValue(id).value_or(-1.0); }
 
     Hosting::Setup setup;
