@@ -140,6 +140,7 @@ TEST(ModulePresets, StatesOfAnyMomentBringBackEveryParameter) {
                 snapshot.restore(rig, shown);
                 EXPECT_NE(rig.plugin->editLog().restartFlags & Steinberg::Vst::kParamValuesChanged,
                           0);
+                EXPECT_TRUE(rig.plugin->editLog().edits.empty());
                 for (const auto& [id, value] : snapshot.values) {
                     EXPECT_EQ(rig.plugin->controllerValue(id), value) << id;
                     if (id < kStoredParameterCount) {

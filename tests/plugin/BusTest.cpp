@@ -13,58 +13,52 @@ namespace {
 using namespace Steinberg;
 using namespace Vst::SpeakerArr;
 using Arrangements = std::vector<Vst::SpeakerArrangement>;
-using Texts = std::vector<std::string>;
 
 tresult arrange(QVXVST3EffectWrapper& wrapper, Arrangements ins, Arrangements outs) {
     return wrapper.setBusArrangements(ins.data(), static_cast<int32>(ins.size()), outs.data(),
                                       static_cast<int32>(outs.size()));
 }
 
-// Name, channels, main or auxiliary, and whether the host should activate it by itself.
-Texts buses(QVXVST3EffectWrapper& wrapper, Vst::BusDirection direction) {
-    Texts found;
+// Name, channels, main or auxiliary, and whether the host should activate it by itself, of each.
+std::string buses(QVXVST3EffectWrapper& wrapper, Vst::BusDirection direction) {
+    std::string found;
     for (int32 i = 0; i < wrapper.getBusCount(Vst::kAudio, direction); ++i) {
         Vst::BusInfo info{};
         Vst::SpeakerArrangement speakers = 0;
         EXPECT_EQ(wrapper.getBusInfo(Vst::kAudio, direction, i, info), kResultOk);
         EXPECT_EQ(wrapper.getBusArrangement(direction, i, speakers), kResultOk);
         EXPECT_EQ(getChannelCount(speakers), info.channelCount);
-        found.push_back(VST3::StringConvert::convert(info.name) + ' ' +
-                        std::to_string(info.channelCount) +
-                        (info.busType == Vst::kAux ? " aux" : " main") +
-                        (info.flags & Vst::BusInfo::kDefaultActive ? " on" : ""));
+        found += VST3::StringConvert::convert(info.name) + ' ' + std::to_string(info.channelCount);
+        found += info.busType == Vst::kAux ? " aux" : " main";
+        found += info.flags & Vst::BusInfo::kDefaultActive ? " on;" : ";";
     }
     return found;
 }
 
 struct Layout {
     Arrangements ins, outs;  // none: as an instance starts
-    Texts inputs, outputs;
+    const char *inputs, *outputs;
 };
 
 const Layout kStart = {
-    {}, {}, {"AudioInput 2 main on", "SideChainIn 1 aux on"}, {"AudioOutput 2 main on"}};
+    {}, {}, "AudioInput 2 main on;SideChainIn 1 aux on;", "AudioOutput 2 main on;"};
 const Layout kStereoKeyed = {{kStereo, kStereo},
                              {kStereo},
-                             {"Stereo In 2 main on", "Stereo Aux In 2 aux"},
-                             {"Stereo Out 2 main on"}};
-const Layout kMonoKeyedByStereo = {{kMono, kStereo},
-                                   {kStereo},
-                                   {"Mono In 1 main on", "Stereo Aux In 2 aux"},
-                                   {"Stereo Out 2 main on"}};
-const Layout kStereoToMono = {{kStereo, kMono},
-                              {kMono},
-                              {"Stereo In 2 main on", "Mono Aux In 1 aux"},
-                              {"Mono Out 1 main on"}};
+                             "Stereo In 2 main on;Stereo Aux In 2 aux;",
+                             "Stereo Out 2 main on;"};
+const Layout kMonoKeyedByStereo = {
+    {kMono, kStereo}, {kStereo}, "Mono In 1 main on;Stereo Aux In 2 aux;", "Stereo Out 2 main on;"};
+const Layout kStereoToMono = {
+    {kStereo, kMono}, {kMono}, "Stereo In 2 main on;Mono Aux In 1 aux;", "Mono Out 1 main on;"};
 const Layout kWithoutSideChain = {
-    {kMono, kEmpty}, {kStereo}, {"Mono In 1 main on"}, {"Stereo Out 2 main on"}};
+    {kMono, kEmpty}, {kStereo}, "Mono In 1 main on;", "Stereo Out 2 main on;"};
 const Layout kThreeChannelSideChain = {
-    {kMono, k30Cine}, {kStereo}, {"Mono In 1 main on"}, {"Stereo Out 2 main on"}};
+    {kMono, k30Cine}, {kStereo}, "Mono In 1 main on;", "Stereo Out 2 main on;"};
 const Layout kSplitMono = {{kStereo},
                            {kStereo},
-                           {"Main Input L 1 main on", "Main Input R 1 main on",
-                            "Auxiliary Input L 1 aux", "Auxiliary Input R 1 aux"},
-                           {"Main Output L 1 main on", "Main Output R 1 main on"}};
+                           "Main Input L 1 main on;Main Input R 1 main on;"
+                           "Auxiliary Input L 1 aux;Auxiliary Input R 1 aux;",
+                           "Main Output L 1 main on;Main Output R 1 main on;"};
 
 constexpr int kNone = -1;
 
@@ -127,7 +121,7 @@ void expectRouting(const Routing& routing, int32 sampleSize, const char* call) {
             if (pointer == memory[static_cast<std::size_t>(i)].data()) return i;
         return kNone;
     };
-    EXPECT_EQ(rig.effect->calls, Texts{call});
+    EXPECT_EQ(rig.effect->calls, std::vector<std::string>{call});
     EXPECT_EQ(rig.effect->frames, kFrames);
     for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(number(rig.effect->in[i]), routing.in[i]) << i;
     for (std::size_t i = 0; i < 2; ++i) EXPECT_EQ(number(rig.effect->out[i]), routing.out[i]) << i;
