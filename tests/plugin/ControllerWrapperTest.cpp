@@ -161,11 +161,14 @@ TEST_F(Controller, TellsOfOneEditOfAParameterAtATime) {
     EXPECT_EQ(log->misuses, std::vector<std::string>{});
 }
 
-TEST_F(Controller, MirrorsTheProcessorsStateAndLeavesWhatItLacks) {
+TEST_F(Controller, MirrorsTheProcessorsStateWholeAndLeavesWhatItLacks) {
+    set(kInfRepeat, 1.0);
     std::vector<double> values(39, -1.0);
     values[kMix] = 0.75;
+    values[kDelayClockMode] = 1.0;
     values[kInput] = 2.0;
     EXPECT_EQ(setComponentState(values), kResultOk);
+    EXPECT_EQ(value(kDelayClockMode), 1.0) << "though the loop runs";
     values[kMix] = 0.1;
     values.resize(37);
     EXPECT_NE(setComponentState(values), kResultOk);
