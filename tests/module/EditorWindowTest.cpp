@@ -1,4 +1,5 @@
 // The built module's editor in a real window, with a host's event loop around it.
+#include "params/ParameterIndex.h"
 #include "tests/module/ModuleRig.h"
 #include "tests/module/ProcessUse.h"
 #include "tools/hosting/EditorWindow.h"
@@ -147,7 +148,7 @@ TEST(EditorWindow, TypedTextIsTakenByReturnAndTheNamedButtonAlone) {
     click(*window, kInputX, kInputY);
     type(*window, "minus 6 Return");
     ASSERT_FALSE(rig.plugin->editLog().edits.empty());
-    EXPECT_EQ(rig.plugin->editLog().edits.back().id, 4u);
+    EXPECT_EQ(rig.plugin->editLog().edits.back().id, uint32_t{kInput});
     const auto begun = rig.plugin->editLog().begun;
     for (int i = 0; i < 2; ++i) click(*window, kInputX, kInputY);
     type(*window, "1 2");
@@ -212,7 +213,7 @@ TEST(EditorWindow, OpensOnlyWhereItCanAndObeysOneThread) {
     EXPECT_EQ(view->attached(handle(root), x11), kResultFalse) << "open already";
 
     const int before = host->resized;
-    controller.setParamNormalized(40, 0.0);  // the extensions panel
+    controller.setParamNormalized(kShowHideExtensions, 0.0);
     std::thread([&] { host->runTimers(); }).join();
     EXPECT_EQ(host->resized, before);
     host->runTimers();
@@ -244,7 +245,7 @@ TEST(EditorWindow, ItsControlsReachTheHostAndAreDrawnAsIfAllAtOnce) {
     dragInputUp(*window);
     EXPECT_TRUE(window->runUntil([&] { return log.ended == 1; }));
     ASSERT_GT(log.edits.size(), 2u);
-    EXPECT_EQ(log.edits.back().id, 4u);
+    EXPECT_EQ(log.edits.back().id, uint32_t{kInput});
     EXPECT_GT(log.edits.back().value, 0.5);
     // Keys belong to the host while nobody types.
     EXPECT_NE(window->view().onKeyDown(' ', 0, 0), kResultTrue);
@@ -314,6 +315,10 @@ TEST(EditorWindow, EditorsOfSeveralInstancesLiveAndDieApart) {
     windows[0] = nullptr;
     EXPECT_TRUE(dragIn(1));
     EXPECT_TRUE(dragIn(2));
+    // Timers go on, too: they have the panel closed.
+    const int height = windows[1]->height();
+    rigs[1].plugin->controller()->setParamNormalized(kShowHideExtensions, 0.0);
+    EXPECT_TRUE(windows[1]->runUntil([&] { return windows[1]->height() < height; }));
     windows[1] = nullptr;
     EXPECT_TRUE(dragIn(2));
     windows[0] = open(rigs[0]);
