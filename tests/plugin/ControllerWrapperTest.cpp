@@ -74,7 +74,7 @@ TEST_F(Controller, OffersTheTableTheBypassTheProgramAndTheReadings) {
                     (entry.isList() ? HostInfo::kIsList : 0);
             EXPECT_EQ(convert(info.title), entry.name);
             EXPECT_EQ(convert(info.shortTitle), entry.shortName);
-            EXPECT_EQ(convert(info.units), entry.unit) << entry.name;
+            EXPECT_EQ(convert(info.units), entry.law ? entry.law->unit : "") << entry.name;
             EXPECT_EQ(info.stepCount, entry.stepCount()) << entry.name;
             EXPECT_EQ(info.defaultNormalizedValue, entry.defaultValue) << entry.name;
         } else if (info.id == kSuspend) {
