@@ -124,10 +124,8 @@ void NoteReadout::draw(VSTGUI::CDrawContext* context) {
     drawText(*context, noteText(editor().model(), parameter()), textRect, Theme::Face::Title,
              hovered() ? mix(Theme::kAccent, CColor(255, 255, 255, 255), 0.25) : Theme::kAccent,
              Align::Left);
-    const CPoint c(size.right - kArrowWidth / 2.0 - 1.0, size.getCenter().y);
-    polygon(*context,
-            {CPoint(c.x - 4.0, c.y - 2.0), CPoint(c.x + 4.0, c.y - 2.0), CPoint(c.x, c.y + 3.0)},
-            hovered() ? Theme::kText : Theme::kTextDim);
+    listArrow(*context, CPoint(size.right - kArrowWidth / 2.0 - 1.0, size.getCenter().y),
+              hovered() ? Theme::kText : Theme::kTextDim);
     setDirty(false);
 }
 
