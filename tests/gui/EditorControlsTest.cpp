@@ -32,7 +32,8 @@ class EditorControls : public EditorTest {
             model.gestures.clear();
             screen->rightClick(rect.getCenter());
             EXPECT_EQ(model.gestures, std::vector{"menu " + std::to_string(index)});
-            EXPECT_EQ(model.menuAt, rect.getCenter());
+            EXPECT_EQ(model.menuAt.x, rect.getCenter().x * 2.0);
+            EXPECT_EQ(model.menuAt.y, rect.getCenter().y * 2.0);
             if (index != ofPreset) {
                 EXPECT_EQ(model.value(ofPreset), other);
             }
@@ -44,6 +45,7 @@ class EditorControls : public EditorTest {
 
 TEST_F(EditorControls, ReachEveryParameterByOneGestureAtATime) {
     const Modifiers shift(ModifierKey::Shift);
+    screen->editor->setZoom(200);
     struct Turned {
         uint32_t index;
         const char *typed, *shown;
@@ -136,38 +138,38 @@ TEST_F(EditorControls, CopyTheSetThatIsSeenByCtrlOnGlobal) {
 
 TEST_F(EditorControls, StepDelayTimeAndNotesAndOpenTheirLists) {
     const Modifiers shift(ModifierKey::Shift);
-    const auto take = [&](uint32_t tag, const std::string& entry, Modifiers modifiers) {
-        const CRect rect = place(tag);
-        screen->click({rect.right - 8.0, rect.getCenter().y}, modifiers);
+    const auto type = [&](uint32_t tag, const char* text) {
+        screen->doubleClick(at(tag));
+        enter(text);
+    };
+    const auto take = [&](uint32_t tag, const char* entry, Modifiers modifiers = {}) {
+        screen->click(place(tag).getBottomRight() - CPoint(8.0, 8.0), modifiers);
         choose(entry);
     };
-    screen->click(at(kTimeUpId));
-    EXPECT_EQ(shown(kDelayTime), "251");
-    screen->click(at(kTimeDownId));
-    screen->click(at(kTimeDownId));
-    EXPECT_EQ(shown(kDelayTime), "249");
-    screen->wheel(at(kTimeReadoutId), 1.0);
-    EXPECT_EQ(shown(kDelayTime), "250");
-    screen->doubleClick(at(kTimeReadoutId));
-    enter("1.5 s");
-    EXPECT_EQ(shown(kDelayTime), "1500");
-    screen->click(at(kTimeReadoutId), Modifiers(ModifierKey::Alt));
-    EXPECT_EQ(shown(kDelayTime), "250");
-
-    screen->click(at(kNoteUpId));
-    EXPECT_EQ(shown(kDelayNote), "1/2 Triplet");  // from 1/4 past 9/32, 7/24 and 5/16
-    screen->click(at(kNoteDownId), shift);
-    EXPECT_EQ(shown(kDelayNote), "5/16");
-    screen->doubleClick(at(kNoteReadoutId));
-    enter("1/8 dotted");
-    EXPECT_EQ(shown(kDelayNote), "1/8 Dotted");
-    take(kNoteReadoutId, "7/24", shift);
-    EXPECT_EQ(shown(kDelayNote), "7/24");
-    take(kLfoNote, "1/1 Dotted", {});
-    EXPECT_EQ(shown(kLfoNote), "1/1 Dotted");
-    model.set(kNoteViewStyle, 1.0);
-    take(kLfoNote, "2/3", {});
-    EXPECT_EQ(shown(kLfoNote), "1/1 Triplet");
+    const struct {
+        std::function<void()> act;
+        uint32_t index;
+        const char* shown;
+    } steps[] = {
+        {[&] { screen->click(at(kTimeUpId)); }, kDelayTime, "251"},
+        {[&] { screen->click(at(kTimeDownId)); }, kDelayTime, "250"},
+        {[&] { screen->wheel(at(kTimeReadoutId), 1.0); }, kDelayTime, "251"},
+        {[&] { type(kTimeReadoutId, "1.5 s"); }, kDelayTime, "1500"},
+        {[&] { screen->click(at(kTimeReadoutId), Modifiers(ModifierKey::Alt)); }, kDelayTime,
+         "250"},
+        // from 1/4 past 9/32, 7/24 and 5/16
+        {[&] { screen->click(at(kNoteUpId)); }, kDelayNote, "1/2 Triplet"},
+        {[&] { screen->click(at(kNoteDownId), shift); }, kDelayNote, "5/16"},
+        {[&] { type(kNoteReadoutId, "1/8 dotted"); }, kDelayNote, "1/8 Dotted"},
+        {[&] { take(kNoteReadoutId, "7/24", shift); }, kDelayNote, "7/24"},
+        {[&] { take(kLfoNote, "1/1 Dotted"); }, kLfoNote, "1/1 Dotted"},
+        {[&] { model.set(kNoteViewStyle, 1.0); }, kLfoNote, "1/1 Dotted"},
+        {[&] { take(kLfoNote, "2/3"); }, kLfoNote, "1/1 Triplet"},
+    };
+    for (const auto& step : steps) {
+        step.act();
+        EXPECT_EQ(shown(step.index), step.shown);
+    }
     screen->click(place(kNoteReadoutId).getBottomRight() - CPoint(8.0, 8.0));
     EXPECT_LT(screen->find<PopupMenu>()->items().size(), 30u) << "the list without Shift";
 }
@@ -251,15 +253,20 @@ TEST_F(EditorControls, OfTheStripShowAndSetTheSource) {
         EXPECT_EQ(button.textColour(), CColor(look.grey, look.grey, look.grey, 255));
     }
     const CPoint p = at(kSideChainIntExt);
-    const auto after = [&](const std::function<void()>& act) {
-        act();
-        return model.value(kSideChainIntExt);
+    const std::pair<std::function<void()>, double> steps[] = {
+        {[&] { screen->click(at(kInternalButtonId)); }, 0.0},
+        {[&] { screen->click(at(kExternalButtonId)); }, 1.0},
+        {[&] { screen->wheel(p, -1.0); }, 0.95},
+        {[&] { screen->wheel(p, -1.0, Modifiers(ModifierKey::Shift)); }, 0.93},
+        {[&] {
+             screen->drag(p, {p.x - 32.0, p.y});
+         },
+         0.43},
     };
-    EXPECT_EQ(after([&] { screen->click(at(kInternalButtonId)); }), 0.0);
-    EXPECT_EQ(after([&] { screen->click(at(kExternalButtonId)); }), 1.0);
-    EXPECT_NEAR(after([&] { screen->wheel(p, -1.0); }), 0.95, 1e-9);
-    EXPECT_NEAR(after([&] { screen->wheel(p, -1.0, Modifiers(ModifierKey::Shift)); }), 0.93, 1e-9);
-    EXPECT_NEAR(after([&] { screen->drag(p, {p.x - 32.0, p.y}); }), 0.43, 1e-9);
+    for (const auto& [act, value] : steps) {
+        act();
+        EXPECT_NEAR(model.value(kSideChainIntExt), value, 1e-9);
+    }
 }
 
 TEST_F(EditorControls, OfMonitoringLayTheWarningOverAllAboveTheStrip) {

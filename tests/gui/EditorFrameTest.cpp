@@ -119,8 +119,7 @@ TEST_F(EditorFrame, GivesEveryControlTheHintOfItsId) {
         model.set(kGlobal, global);
         for (uint32_t id = 0; id <= kAboutLabelId; ++id) {
             const auto* control = screen->control(id);
-            if (!control || hintOf(*control) != hintText(id)) continue;
-            ++seen;
+            if (control && hintOf(*control) == hintText(id)) ++seen;
         }
     }
     EXPECT_EQ(seen, 2 * 39);
@@ -172,19 +171,12 @@ TEST_F(EditorFrame, CountsReadingsWhileThePlugInProcesses) {
     EXPECT_TRUE(live.suspended());
 }
 
-TEST_F(EditorFrame, ClosesAmidGesturesAndBesideOtherEditors) {
-    FakeModel other(folder);
-    OffScreen second(other, 150);
-    second.click(kMenuButton);
-    screen->click(kNameField);
-    reopen();
+TEST_F(EditorFrame, EndsGesturesThatItClosesAmid) {
     screen->down(at(kFeedback));
     screen->move(kNowhere);
+    screen->click(kNameField);
     reopen();
     EXPECT_EQ(model.gestures, (std::vector<std::string>{"begin 21", "21", "end 21"}));
-    second.editor->idle();
-    second.key(VirtualKey::Escape);
-    EXPECT_GT(second.draw().width, 0);
 }
 
 TEST(Manual, LiesInTheModulesBundle) {

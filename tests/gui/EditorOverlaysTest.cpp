@@ -107,18 +107,15 @@ TEST_F(EditorOverlays, DoWhatTheMenuSays) {
         chooseFromMenu("Use for new instances");
         EXPECT_EQ(loadUserSettings().zoom, zoom);
     }
-    chooseFromMenu("Hints: hidden");
-    EXPECT_FALSE(loadUserSettings().hints);
+    for (const bool on : {true, false}) {
+        chooseFromMenu(on ? "Hints: shown" : "Hints: hidden");
+        EXPECT_EQ(loadUserSettings().hints, on);
+        chooseFromMenu(on ? "As fractions (3/8)" : "As names (1/4 Dotted)");
+        EXPECT_EQ(model.value(kNoteViewStyle), on);
+        chooseFromMenu(on ? "Shown with every editor" : "As it was left");
+        EXPECT_EQ(model.value(kDefaultExtensionsPanel), on);
+    }
     chooseFromMenu("Hints: shown");
-    EXPECT_TRUE(loadUserSettings().hints);
-    chooseFromMenu("As fractions (3/8)");
-    EXPECT_EQ(model.value(kNoteViewStyle), 1.0);
-    chooseFromMenu("As names (1/4 Dotted)");
-    EXPECT_EQ(model.value(kNoteViewStyle), 0.0);
-    chooseFromMenu("Shown with every editor");
-    EXPECT_EQ(model.value(kDefaultExtensionsPanel), 1.0);
-    chooseFromMenu("As it was left");
-    EXPECT_EQ(model.value(kDefaultExtensionsPanel), 0.0);
 
     model.set(kFeedback, 0.66);
     ASSERT_EQ(model.manager.save(folder / "File.qvx"), PresetFault::None);

@@ -98,22 +98,6 @@ void OffScreen::up(CPoint at) {
     dispatch(VSTGUI::MouseUpEvent({}, VSTGUI::MouseButton::Left), at, {});
 }
 
-void OffScreen::click(CPoint at, VSTGUI::Modifiers modifiers) {
-    down(at, modifiers);
-    up(at);
-}
-
-void OffScreen::doubleClick(CPoint at, VSTGUI::Modifiers modifiers) {
-    click(at, modifiers);
-    click(at, modifiers);
-}
-
-void OffScreen::drag(CPoint from, CPoint to, VSTGUI::Modifiers modifiers) {
-    down(from, modifiers);
-    move(to, modifiers);
-    up(to);
-}
-
 void OffScreen::wheel(CPoint at, double steps, VSTGUI::Modifiers modifiers) {
     VSTGUI::MouseWheelEvent event;
     event.deltaY = steps;

@@ -43,10 +43,20 @@ class OffScreen {
               VSTGUI::MouseButton button = VSTGUI::MouseButton::Left);
     void move(CPoint to, VSTGUI::Modifiers modifiers = {}, bool held = true);
     void up(CPoint at);
-    void click(CPoint at, VSTGUI::Modifiers modifiers = {});
-    void doubleClick(CPoint at, VSTGUI::Modifiers modifiers = {});
+    void click(CPoint at, VSTGUI::Modifiers modifiers = {}) {
+        down(at, modifiers);
+        up(at);
+    }
+    void doubleClick(CPoint at, VSTGUI::Modifiers modifiers = {}) {
+        click(at, modifiers);
+        click(at, modifiers);
+    }
     void rightClick(CPoint at) { down(at, {}, VSTGUI::MouseButton::Right); }
-    void drag(CPoint from, CPoint to, VSTGUI::Modifiers modifiers = {});
+    void drag(CPoint from, CPoint to, VSTGUI::Modifiers modifiers = {}) {
+        down(from, modifiers);
+        move(to, modifiers);
+        up(to);
+    }
     void wheel(CPoint at, double steps, VSTGUI::Modifiers modifiers = {});
     // Whether the editor had a use for it.
     bool key(VSTGUI::VirtualKey key);
