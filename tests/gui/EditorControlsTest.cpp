@@ -258,10 +258,7 @@ TEST_F(EditorControls, OfTheStripShowAndSetTheSource) {
         {[&] { screen->click(at(kExternalButtonId)); }, 1.0},
         {[&] { screen->wheel(p, -1.0); }, 0.95},
         {[&] { screen->wheel(p, -1.0, Modifiers(ModifierKey::Shift)); }, 0.93},
-        {[&] {
-             screen->drag(p, {p.x - 32.0, p.y});
-         },
-         0.43},
+        {[&] { screen->drag(p, p - CPoint(32.0, 0.0)); }, 0.43},
     };
     for (const auto& [act, value] : steps) {
         act();

@@ -137,14 +137,20 @@ TEST_F(EditorOverlays, DoWhatTheMenuSays) {
 
 TEST_F(EditorOverlays, LeadToManualAndWebsite) {
     screen->click(at(kProductLabelId));
-    for (const bool works : {true, false}) {
-        screen->desk.works = works;
-        for (const auto& [title, opened] :
-             {std::pair{"MANUAL", "manual"}, {"WEBSITE", "https://www.quorvant.example"}}) {
-            press(title);
-            EXPECT_EQ(std::exchange(screen->desk.opened, ""), opened);
-            EXPECT_EQ(message().empty(), works) << title;
-        }
+    struct Door {
+        bool works;
+        const char *title, *opened, *told;
+    };
+    for (const Door& door :
+         {Door{true, "MANUAL", "manual", ""},
+          {true, "WEBSITE", "https://www.quorvant.example", ""},
+          {false, "MANUAL", "manual", "no manual"},
+          {false, "WEBSITE", "https://www.quorvant.example", "nothing to show https"}}) {
+        screen->desk.works = door.works;
+        press(door.title);
+        EXPECT_EQ(std::exchange(screen->desk.opened, ""), door.opened);
+        EXPECT_NE(message().find(door.told), std::string::npos) << message();
+        EXPECT_EQ(message().empty(), door.works);
     }
     screen->click(at(kAboutLabelId));
     EXPECT_EQ(screen->find<AboutBox>(), nullptr);
