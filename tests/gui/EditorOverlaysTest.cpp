@@ -10,7 +10,7 @@ namespace {
 using EditorOverlays = EditorTest;
 
 TEST_F(EditorOverlays, DoNothingOnceTheyAreCancelled) {
-    const auto before = presetName(model.manager.current());
+    const std::string before(presetName(model.manager.current()));
     const std::function<void()> cancels[] = {[&] { press("Cancel"); },
                                              [&] { screen->click(kNowhere); },
                                              [&] { EXPECT_TRUE(screen->key(VirtualKey::Escape)); },
