@@ -41,6 +41,7 @@ struct Chunk {
     bool nothingIn = false;  // and nothing left of what came in
     bool moving = false;     // controls
     bool silent = false;
+    bool listensToSide = false;  // the external side chain is in use
     Stages stages = Stages::Light;
     Clocking clocking = Clocking::Steady;
     double clockFactor = 1.0;  // without modulation
@@ -60,5 +61,20 @@ struct Chunk {
 
     const ControlFrame& control(int frame) const { return controls[moving ? frame : 0]; }
 };
+
+// Replaces each of `count` frames by process(block, frame). It works on a copy of the block, which
+// the compiler may keep in registers across stores.
+template <typename Block, typename Process>
+inline void runOver(Pair* frames, int count, Block& block, Process&& process) {
+    Block own = block;
+    for (int i = 0; i < count; ++i) frames[i] = process(own, frames[i]);
+    block = own;
+}
+
+inline Pair peakOf(const Pair* frames, int count) {
+    Pair peak{};
+    for (int i = 0; i < count; ++i) peak = larger(peak, absolute(frames[i]));
+    return peak;
+}
 
 }  // namespace Quorvant

@@ -142,6 +142,24 @@ void DelayMemory::recordSilence(int count) {
     untouched = false;
 }
 
+void DelayMemory::readAhead(Pair* heard, int count) {
+    *heard = lastRead;
+    const int first = forward(readIndex), beforeWrap = std::min(count, length - 1 - first);
+    std::copy_n(cells + first, beforeWrap, heard + 1);
+    std::copy_n(cells, count - beforeWrap, heard + 1 + beforeWrap);
+    readIndex = (first + count - 1) % (length - 1);
+    lastRead = heard[count];
+}
+
+void DelayMemory::recordAhead(const Pair* inputs, int count) {
+    const int first = forward(writeIndex), beforeWrap = std::min(count, length - 1 - first);
+    std::copy_n(inputs, beforeWrap, cells + first);
+    std::copy_n(inputs + beforeWrap, count - beforeWrap, cells);
+    if (first == 0 || beforeWrap < count) cells[length - 1] = cells[0];
+    writeIndex = (first + count - 1) % (length - 1);
+    untouched = false;
+}
+
 // An empty memory has nothing to fade from: a note on its very first tick keeps its attack.
 void DelayMemory::restartWriteFade(double shareSoFar) {
     if (untouched) return;

@@ -33,6 +33,12 @@ class DelayMemory {
         return direction == DirectionMode::Forward && fadeTicksLeft == 0 && writeFade >= 1.0 &&
                directTicks == 0 && !isShort() && isOnCourse();
     }
+    // While isPlain(), up to ticksAhead() ticks can be taken at once: first all that they return,
+    // `count` and one more pair as room for it, then what they record; `count` 1 and up.
+    int ticksAhead() const { return distance(readIndex, writeIndex); }
+    void readAhead(Pair* heard, int count);
+    void recordAhead(const Pair* inputs, int count);  // of a loop, what it returned
+    bool isLooping() const { return looping; }
     // How much of what is heard comes straight from the input, 0 ... 1: all of it while the delay
     // is too short for the memory.
     double directShare() const;
@@ -96,6 +102,8 @@ class DelayMemory {
         // Forward writing never reaches the top cell; it mirrors cell 0 for backward readers.
         if (writeIndex == 0 && direction != DirectionMode::Backward) cells[length - 1] = written;
     }
+    // Of the cells that forward movement uses, 1 ... length - 1.
+    int distance(int from, int to) const { return to > from ? to - from : to - from + length - 1; }
     bool isOnCourse() const { return wantedTicks == ticks && wantedDirection == direction; }
     bool isShort() const { return span < kFewestTicks && !looping; }
     int directTicksWanted() const { return isShort() ? usualFade : 0; }

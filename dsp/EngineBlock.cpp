@@ -34,8 +34,25 @@ bool isZero(const Sample* samples, int frames) {
 
 template <typename Sample>
 void load(const Sample* leftIn, const Sample* rightIn, Pair* to, int frames) {
-    for (int i = 0; i < frames; ++i)
-        to[i] = sane(makePair(static_cast<double>(leftIn[i]), static_cast<double>(rightIn[i])));
+    int i = 0;
+    for (; i + 1 < frames; i += 2) {
+        const Pair l = sane(loadTwo(leftIn + i)), r = sane(loadTwo(rightIn + i));
+        to[i] = lefts(l, r);
+        to[i + 1] = rights(l, r);
+    }
+    if (i < frames) to[i] = sane(makePair(leftIn[i], rightIn[i]));
+}
+
+template <typename Sample>
+void store(const Pair* from, Sample* leftOut, Sample* rightOut, int frames) {
+    int i = 0;
+    for (; i + 1 < frames; i += 2) {
+        storeTwo(leftOut + i, lefts(from[i], from[i + 1]));
+        storeTwo(rightOut + i, rights(from[i], from[i + 1]));
+    }
+    if (i == frames) return;
+    leftOut[i] = static_cast<Sample>(left(from[i]));
+    rightOut[i] = static_cast<Sample>(right(from[i]));
 }
 
 }  // namespace
@@ -72,6 +89,7 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
     for (int32_t at = 0; at < frames; at += chunk.frames) {
         chunk.frames = song.countRepeats(std::min<int32_t>(kChunkFrames, frames - at));
         followLoop();
+        fillControls(chunk);
         const int n = chunk.frames;
         const Sample* mainLeft = channel(in[0], kSilence.data(), at);
         const Sample* mainRight = channel(in[1], mainLeft, at);
@@ -79,17 +97,8 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
         const Sample* sideRight = channel(in[3], in[2] ? sideLeft : mainRight, at);
         chunk.nothingIn = hasForgotten() && isZero(mainLeft, n) && isZero(mainRight, n) &&
                           (!in[2] || (isZero(sideLeft, n) && isZero(sideRight, n)));
-        if (chunk.nothingIn) {
-            chunk.input.fill(Pair{});
-            chunk.side.fill(Pair{});
-        } else {
-            load(mainLeft, mainRight, chunk.input.data(), n);
-            if (in[2])
-                load(sideLeft, sideRight, chunk.side.data(), n);
-            else
-                std::copy_n(chunk.input.data(), n, chunk.side.data());
-        }
-
+        load(mainLeft, mainRight, chunk.input.data(), n);
+        if (chunk.listensToSide) load(sideLeft, sideRight, chunk.side.data(), n);
         renderChunk(chunk);
 
         if (suspended && suspension >= 1.0) {
@@ -103,10 +112,7 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
             for (Sample* zeroed : {out[0], out[1]})
                 if (zeroed) std::fill_n(zeroed + at, n, Sample{0});
         } else if (out[0] && out[1]) {
-            for (int i = 0; i < n; ++i) {
-                out[0][at + i] = static_cast<Sample>(left(chunk.output[i]));
-                out[1][at + i] = static_cast<Sample>(right(chunk.output[i]));
-            }
+            store(chunk.output.data(), out[0] + at, out[1] + at, n);
         } else if (out[0]) {
             for (int i = 0; i < n; ++i)
                 out[0][at + i] = static_cast<Sample>(0.5 * sum(chunk.output[i]));
@@ -135,7 +141,6 @@ void QVXCorvane77x_v2Effect::followLoop() {
 }
 
 void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
-    fillControls(chunk);
     path.chooseClocking(chunk);
     chunk.silent = chunk.nothingIn && !chunk.moving && !converts(chunk.stages);
     runLfo(chunk);
@@ -195,6 +200,7 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
                              .doubledFilter = controls[kCtlDoubledFilter]};
     }
     const ControlFrame& first = chunk.controls[0];
+    chunk.listensToSide = chunk.moving || first.external != 0.0;
     const auto fading = [](double weight) { return weight > 0.0 && weight < 1.0; };
     const bool modesCrossfade =
         fading(first.legacy) || fading(first.limits) || fading(first.converts);
@@ -209,33 +215,34 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
 }
 
 void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
-    const auto run = [&chunk](auto&& filtered) {
-        const bool throughInputStage = converts(chunk.stages);
-        for (int i = 0; i < chunk.frames; ++i) {
+    const int n = chunk.frames;
+    for (int i = 0; i < n; ++i) chunk.dry[i] = chunk.input[i] * both(chunk.control(i).inputGain);
+    if (converts(chunk.stages))
+        for (int i = 0; i < n; ++i) {
             const ControlFrame& control = chunk.control(i);
-            Pair dry = chunk.input[i] * both(control.inputGain);
-            if (throughInputStage)
-                dry = blended(dry, saturated(dry, control.ceiling), control.converts);
-            chunk.dry[i] = dry;
-            chunk.processed[i] = filtered(dry, control.doubledFilter);
+            chunk.dry[i] =
+                blended(chunk.dry[i], saturated(chunk.dry[i], control.ceiling), control.converts);
         }
-    };
+    const auto filter = [](InputFilter& inUse, Pair dry) { return inUse.process(dry); };
+    chunk.processed = chunk.dry;
     const double weight = chunk.controls[0].doubledFilter;
-    if (weight > 0.0 && weight < 1.0)
-        return run([this](Pair dry, double w) {
-            return blended(inputFilter.process(dry), doubledInputFilter.process(dry),
-                           w * w * (3.0 - 2.0 * w));
-        });
     InputFilter& inUse = weight > 0.0 ? doubledInputFilter : inputFilter;
-    InputFilter filter = inUse;  // so that the compiler may keep it in registers across stores
-    run([&filter](Pair dry, double) { return filter.process(dry); });
-    inUse = filter;
+    if (weight > 0.0 && weight < 1.0) {
+        for (int i = 0; i < n; ++i) {
+            const double w = chunk.control(i).doubledFilter;
+            chunk.processed[i] =
+                blended(inputFilter.process(chunk.dry[i]), doubledInputFilter.process(chunk.dry[i]),
+                        w * w * (3.0 - 2.0 * w));
+        }
+        return;
+    }
+    runOver(chunk.processed.data(), n, inUse, filter);
     (weight > 0.0 ? inputFilter : doubledInputFilter).clear();
 }
 
 // The third converter treats the side chain's input as the others treat the main one.
 void QVXCorvane77x_v2Effect::convertSideChain(Chunk& chunk) {
-    if (!limits(chunk.stages) || (!chunk.moving && chunk.controls[0].external == 0.0)) return;
+    if (!limits(chunk.stages) || !chunk.listensToSide) return;
     const bool converting = converts(chunk.stages);
     for (int i = 0; i < chunk.frames; ++i) {
         const ControlFrame& control = chunk.control(i);
@@ -268,20 +275,13 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk) {
 
 // The side-chain signal and the peaks that the editor shows.
 void QVXCorvane77x_v2Effect::measure(Chunk& chunk) {
-    Pair sidePeak = sideChainPeak;
-    if (!chunk.moving && chunk.controls[0].external == 0.0) {
-        chunk.sideChain = chunk.processed.data();
+    chunk.sideChain = chunk.listensToSide ? chunk.side.data() : chunk.processed.data();
+    if (chunk.listensToSide)
         for (int i = 0; i < chunk.frames; ++i)
-            sidePeak = larger(sidePeak, absolute(chunk.processed[i]));
-    } else {
-        chunk.sideChain = chunk.side.data();
-        for (int i = 0; i < chunk.frames; ++i) {
-            const double external = chunk.control(i).external;
-            chunk.side[i] = blended(chunk.processed[i], chunk.side[i], external);
-            sidePeak = larger(sidePeak, absolute(chunk.side[i]));
-        }
-    }
-    sideChainPeak = sidePeak;
+            chunk.side[i] = blended(chunk.processed[i], chunk.side[i], chunk.control(i).external);
+    const bool measured = !chunk.listensToSide && !limits(chunk.stages);
+    sideChainPeak =
+        larger(sideChainPeak, measured ? path.peak() : peakOf(chunk.sideChain, chunk.frames));
     noteHeadroom();
 }
 

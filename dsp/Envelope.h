@@ -19,6 +19,10 @@ class EnvelopeFollower {
 
     // One frame's level (linear, 0 and up).
     void follow(double input) { level = input * inputWeight + decay * level; }
+    // That many frames of silence.
+    void fade(int frames) {
+        for (int i = 0; i < frames; ++i) level *= decay;
+    }
 
     // Takes the root anew, of the level times `levelFactor`. To be called before the first
     // followBending of a chunk.

@@ -35,8 +35,9 @@ class LegacyStage {
         }
         const Pair mean = total * both(kMeterScale / static_cast<double>(window));
         const Pair soft = both(1.0) - both(0.25) * mean;
-        const Pair hard = both(1.0) / larger(mean, both(2.0));
-        return lastGain = select(atMost(mean, both(2.0)), soft, hard);
+        const Pair loud = above(mean, both(2.0));
+        if (noLane(loud)) return lastGain = soft;
+        return lastGain = select(loud, both(1.0) / larger(mean, both(2.0)), soft);
     }
 
     // The lower of the two channels' last gains, 1 meaning no reduction.

@@ -10,47 +10,49 @@ namespace Quorvant {
 
 class Lfo {
   public:
-    void reset() { phase = 0.0; }
+    void reset() { origin = samples = 0.0; }
     // 0.1 ... 240 Hz.
     void setFrequency(double hz, double sampleRate) {
+        origin = currentPhase();
+        samples = 0.0;
         increment = 2.0 * M_PI * hz / sampleRate;
         edgeSlope = 1.0 / std::min(M_PI * hz * kEdgeSeconds, M_PI_4);
     }
     // The phase of a song position: `cycles` since the song's start, `offset` in cycles.
     void setPosition(double cycles, double offset) {
-        const double within = cycles - std::floor(cycles) + offset;
-        phase = 2.0 * M_PI * (within - std::floor(within));
-        if (phase >= M_PI) phase -= 2.0 * M_PI;
+        origin = 2.0 * M_PI * (cycles - std::floor(cycles) + offset);
+        samples = 0.0;
     }
-    // Radians, -pi to below pi.
-    double currentPhase() const { return phase; }
+    // Radians, -pi to below pi. Never summed up, since a bent clock adds up what rounding does to
+    // it over the whole delay.
+    double currentPhase() const {
+        const double phase = origin + increment * samples;
+        const double wrapped = phase - 2.0 * M_PI * std::floor(phase * (0.5 / M_PI) + 0.5);
+        return wrapped < M_PI ? wrapped : -M_PI;
+    }
 
     // The phase of this sample; moves on to the next.
     double next() {
-        const double now = phase;
-        phase += increment;
-        if (phase >= M_PI) phase -= 2.0 * M_PI;
+        const double now = currentPhase();
+        advance(1);
         return now;
     }
-    // Moves on by `samples`, one at a time: any other way rounds differently, and a bent clock adds
-    // that up over the whole delay.
-    void advance(int samples) {
-        for (int i = 0; i < samples; ++i) next();
-    }
+    void advance(int count) { samples += count; }
     // Fills `wave` with the sine of the next samples' phases, times `gain`, and moves on.
-    void fillSine(double* wave, int samples, double gain) {
+    void fillSine(double* wave, int count, double gain) {
         // A phasor that turns by the increment. What a turn changes is added: the rounding of a
         // cosine near 1 would be the same at every turn.
         const Pair half = FastMath::sin(both(0.5 * increment));
         const Pair shortening = both(2.0) * half * half;
         const double sine = left(FastMath::sin(both(increment)));
         const Pair turning = makePair(sine, -sine);
+        const double phase = currentPhase();
         Pair phasor = FastMath::sin(makePair(phase, M_PI_2 - std::abs(phase))) * both(gain);
-        for (int i = 0; i < samples; ++i) {
+        for (int i = 0; i < count; ++i) {
             wave[i] = left(phasor);
             phasor = phasor + (swapped(phasor) * turning - phasor * shortening);
         }
-        advance(samples);
+        advance(count);
     }
 
     // The square wave at phase `at`, -1 ... 1, low where the phase is above 0. Its edges take
@@ -64,8 +66,8 @@ class Lfo {
   private:
     static constexpr double kEdgeSeconds = 0.002;
 
-    double phase = 0.0, increment = 0.0;
-    double edgeSlope = 1.0;  // of the square, per radian
+    double origin = 0.0, increment = 0.0, samples = 0.0;  // since the phase was `origin`
+    double edgeSlope = 1.0;                               // of the square, per radian
 };
 
 }  // namespace Quorvant
