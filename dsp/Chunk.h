@@ -62,6 +62,17 @@ struct Chunk {
     const ControlFrame& control(int frame) const { return controls[moving ? frame : 0]; }
 };
 
+// Calls process(frame, its controls) for every frame of the chunk. While nothing moves it is a copy
+// of the controls, which the compiler may keep in registers across stores.
+template <typename Process>
+inline void overFrames(const Chunk& chunk, Process&& process) {
+    const ControlFrame settled = chunk.controls[0];
+    if (chunk.moving)
+        for (int i = 0; i < chunk.frames; ++i) process(i, chunk.controls[i]);
+    else
+        for (int i = 0; i < chunk.frames; ++i) process(i, settled);
+}
+
 // Replaces each of `count` frames by process(block, frame). It works on a copy of the block, which
 // the compiler may keep in registers across stores.
 template <typename Block, typename Process>

@@ -215,28 +215,27 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
 }
 
 void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
-    const int n = chunk.frames;
-    for (int i = 0; i < n; ++i) chunk.dry[i] = chunk.input[i] * both(chunk.control(i).inputGain);
+    overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+        chunk.dry[i] = chunk.input[i] * both(control.inputGain);
+    });
     if (converts(chunk.stages))
-        for (int i = 0; i < n; ++i) {
-            const ControlFrame& control = chunk.control(i);
+        overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
             chunk.dry[i] =
                 blended(chunk.dry[i], saturated(chunk.dry[i], control.ceiling), control.converts);
-        }
-    const auto filter = [](InputFilter& inUse, Pair dry) { return inUse.process(dry); };
-    chunk.processed = chunk.dry;
+        });
     const double weight = chunk.controls[0].doubledFilter;
-    InputFilter& inUse = weight > 0.0 ? doubledInputFilter : inputFilter;
     if (weight > 0.0 && weight < 1.0) {
-        for (int i = 0; i < n; ++i) {
-            const double w = chunk.control(i).doubledFilter;
+        overFrames(chunk, [&](int i, const ControlFrame& control) {
+            const double w = control.doubledFilter;
             chunk.processed[i] =
                 blended(inputFilter.process(chunk.dry[i]), doubledInputFilter.process(chunk.dry[i]),
                         w * w * (3.0 - 2.0 * w));
-        }
+        });
         return;
     }
-    runOver(chunk.processed.data(), n, inUse, filter);
+    std::copy_n(chunk.dry.data(), chunk.frames, chunk.processed.data());
+    runOver(chunk.processed.data(), chunk.frames, weight > 0.0 ? doubledInputFilter : inputFilter,
+            [](InputFilter& filter, Pair x) { return filter.process(x); });
     (weight > 0.0 ? inputFilter : doubledInputFilter).clear();
 }
 
@@ -244,14 +243,13 @@ void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
 void QVXCorvane77x_v2Effect::convertSideChain(Chunk& chunk) {
     if (!limits(chunk.stages) || !chunk.listensToSide) return;
     const bool converting = converts(chunk.stages);
-    for (int i = 0; i < chunk.frames; ++i) {
-        const ControlFrame& control = chunk.control(i);
+    overFrames(chunk, [&](int i, const ControlFrame& control) {
         Pair x = chunk.side[i];
         x = blended(x, x * sideChainLimiter.gain(x, control.ceiling), control.limits);
         if (i == 0 || chunk.moving) sideChainAdConverter.setCeiling(control.ceiling);
         if (converting) x = blended(x, sideChainAdConverter.convert(x), control.converts);
         chunk.side[i] = x;
-    }
+    });
     const ControlFrame& last = chunk.control(chunk.frames - 1);
     if (last.limits == 0.0 || last.external == 0.0) {
         sideChainLimiter.clear();
@@ -277,8 +275,9 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk) {
 void QVXCorvane77x_v2Effect::measure(Chunk& chunk) {
     chunk.sideChain = chunk.listensToSide ? chunk.side.data() : chunk.processed.data();
     if (chunk.listensToSide)
-        for (int i = 0; i < chunk.frames; ++i)
-            chunk.side[i] = blended(chunk.processed[i], chunk.side[i], chunk.control(i).external);
+        overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+            chunk.side[i] = blended(chunk.processed[i], chunk.side[i], control.external);
+        });
     const bool measured = !chunk.listensToSide && !limits(chunk.stages);
     sideChainPeak =
         larger(sideChainPeak, measured ? path.peak() : peakOf(chunk.sideChain, chunk.frames));
@@ -292,19 +291,16 @@ void QVXCorvane77x_v2Effect::noteHeadroom() {
 }
 
 void QVXCorvane77x_v2Effect::mixOutput(Chunk& chunk) {
-    const ControlFrame& first = chunk.controls[0];
-    const bool neitherInputNorMonitor =
-        !chunk.moving && first.process == 1.0 && first.monitor == 0.0;
-    for (int i = 0; i < chunk.frames; ++i) {
-        const ControlFrame& control = chunk.control(i);
-        Pair mixed =
+    overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+        chunk.output[i] =
             chunk.delayed[i] * both(control.wetGain) + chunk.dry[i] * both(control.dryGain);
-        if (!neitherInputNorMonitor) {
-            mixed = blended(chunk.input[i], mixed, control.process);
-            mixed = blended(mixed, chunk.sideChain[i], control.monitor);
-        }
-        chunk.output[i] = mixed;
-    }
+    });
+    const ControlFrame& first = chunk.controls[0];
+    if (!chunk.moving && first.process == 1.0 && first.monitor == 0.0) return;
+    overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+        const Pair heard = blended(chunk.input[i], chunk.output[i], control.process);
+        chunk.output[i] = blended(heard, chunk.sideChain[i], control.monitor);
+    });
 }
 
 void QVXCorvane77x_v2Effect::crossfadeSuspension(Chunk& chunk, bool towardsInput) {

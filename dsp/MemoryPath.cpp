@@ -53,7 +53,7 @@ double bentFactor(const ControlFrame& control, double lfoTerm, bool inverted, do
 double envelopeInput(Pair processed, Pair side, const ControlFrame& control, bool limited) {
     const double external = control.external;
     const double mean = sum(absolute(processed)) * (0.5 * control.levelFactor);
-    const double internal = limited ? FastMath::tanhOfPositive(mean) : mean;
+    const double internal = limited ? left(FastMath::tanhOfPositive(both(mean))) : mean;
     if (external == 0.0) return internal;
     const Pair blend = both(1.0 - external) * processed + both(external) * side;
     return external * 0.5 * sum(absolute(blend)) + (1.0 - external) * internal;
@@ -220,15 +220,18 @@ bool MemoryPath::runAhead(Chunk& chunk) {
     const int n = chunk.frames;
     const bool unison = chunk.clocking == Clocking::Unison;
 
-    // Where the memory ticks between frames, how many times by the end of each frame, and where the
-    // frames lie between ticks.
+    // Where the memory ticks between frames, and where the frames lie between ticks.
     int ticks = unison ? n : 0;
     std::array<double, kMostTicks> tickAt;
+    std::array<int, kMostTicks> tickBehind;
     std::array<int, kChunkFrames> ticksBy;
     std::array<double, kChunkFrames> frameAt;
     MemoryClock vco = clock;
     for (int i = 0; i < n && !unison; ++i) {
-        vco.advance(chunk.factor[i], [&](double t) { tickAt[ticks++] = t; });
+        vco.advance(chunk.factor[i], [&](double t) {
+            tickAt[ticks] = t;
+            tickBehind[ticks++] = i;
+        });
         ticksBy[i] = ticks;
         frameAt[i] = vco.outputPosition(chunk.step[i]);
     }
@@ -281,9 +284,11 @@ bool MemoryPath::runAhead(Chunk& chunk) {
     for (int i = 0; i < n; ++i) recorded[kSplineReach + i] = recordable(processed[i], control);
     std::copy_n(&recorded[n], kSplineReach, recordedBefore.data());
     std::array<Pair, kMostTicks> coming;
-    if (unison) std::copy_n(&recorded[kSplineReach - 1], n, coming.data());
-    for (int i = 0, tick = 0; i < n && !unison; ++i)
-        for (; tick < ticksBy[i]; ++tick) coming[tick] = splineAt(&recorded[i + 1], tickAt[tick]);
+    if (unison)
+        std::copy_n(&recorded[kSplineReach - 1], n, coming.data());
+    else
+        for (int i = 0; i < ticks; ++i)
+            coming[i] = splineAt(&recorded[tickBehind[i] + 1], tickAt[i]);
     if (converts(chunk.stages)) {
         adConverter.setCeiling(control.ceiling);
         runOver(coming.data(), ticks, adConverter,
@@ -421,9 +426,7 @@ void MemoryPath::followLevels(const Chunk& chunk) {
             return sums(absolute(signal[i]), absolute(signal[second]));
         };
         Pair level = magnitudes(chunk.processed.data()) * both(scale);
-        if (chunk.envelopeLimited)
-            level = makePair(FastMath::tanhOfPositive(left(level)),
-                             FastMath::tanhOfPositive(right(level)));
+        if (chunk.envelopeLimited) level = FastMath::tanhOfPositive(level);
         if (external != 0.0)
             level =
                 both(external * 0.5) * magnitudes(chunk.sideChain) + both(1.0 - external) * level;
