@@ -264,8 +264,9 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk) {
     const double settled = chunk.controls[0].waveform - 0.5;
     if (!chunk.moving && settled < 0.0)
         return song.lfo.fillSine(chunk.lfo.data(), chunk.frames, settled);
+    if (!chunk.moving) return song.lfo.fillSquare(chunk.lfo.data(), chunk.frames, settled);
     for (int i = 0; i < chunk.frames; ++i) {
-        const double phase = song.lfo.next(), fromCentre = chunk.control(i).waveform - 0.5;
+        const double phase = song.lfo.next(), fromCentre = chunk.controls[i].waveform - 0.5;
         chunk.lfo[i] = fromCentre * (fromCentre < 0.0 ? left(FastMath::sin(both(phase)))
                                                       : song.lfo.squareAt(phase));
     }

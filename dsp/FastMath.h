@@ -111,17 +111,12 @@ inline constexpr auto kTanhTable = [] {
 }  // namespace detail
 
 // tanh(x) for x >= 0, within 4e-11.
-inline Pair tanhOfPositive(Pair x) {
-    const Pair held = smaller(x, both(detail::kTanhEnd));
+inline double tanhOfPositive(double x) {
     constexpr double kBias = detail::kRoundingBias / detail::kTanhNodes;  // rounds to the nodes
-    const Pair rounded = held + both(kBias);
-    const auto series = [](double biased) {
-        return detail::kTanhTable[std::bit_cast<uint64_t>(biased) & 0x7FF].coefficients;
-    };
-    const double *l = series(left(rounded)), *r = series(right(rounded));
-    const auto coefficient = [l, r](int i) { return makePair(l[i], r[i]); };
-    const Pair h = held - (rounded - both(kBias));
-    return ((coefficient(3) * h + coefficient(2)) * h + coefficient(1)) * h + coefficient(0);
+    const double held = std::min(x, detail::kTanhEnd), rounded = held + kBias;
+    const double* c = detail::kTanhTable[std::bit_cast<uint64_t>(rounded) & 0x7FF].coefficients;
+    const double h = held - (rounded - kBias);
+    return ((c[3] * h + c[2]) * h + c[1]) * h + c[0];
 }
 
 // sin(x) for |x| <= 4.

@@ -25,8 +25,8 @@ class Lfo {
     }
     // Radians, -pi to below pi. Never summed up, since a bent clock adds up what rounding does to
     // it over the whole delay.
-    double currentPhase() const {
-        const double phase = origin + increment * samples;
+    double currentPhase(int samplesLater = 0) const {
+        const double phase = origin + increment * (samples + samplesLater);
         const double wrapped = phase - 2.0 * M_PI * std::floor(phase * (0.5 / M_PI) + 0.5);
         return wrapped < M_PI ? wrapped : -M_PI;
     }
@@ -38,19 +38,32 @@ class Lfo {
         return now;
     }
     void advance(int count) { samples += count; }
-    // Fills `wave` with the sine of the next samples' phases, times `gain`, and moves on.
+    // Fills `wave` with the sine of the next samples' phases, times `gain`, and moves on; writes an
+    // even number of samples.
     void fillSine(double* wave, int count, double gain) {
-        // A phasor that turns by the increment. What a turn changes is added: the rounding of a
-        // cosine near 1 would be the same at every turn.
-        const Pair half = FastMath::sin(both(0.5 * increment));
+        // Phasors of two samples that turn by two increments. What a turn changes is added: the
+        // rounding of a cosine near 1 would be the same at every turn.
+        const Pair half = FastMath::sin(both(increment));
         const Pair shortening = both(2.0) * half * half;
-        const double sine = left(FastMath::sin(both(increment)));
-        const Pair turning = makePair(sine, -sine);
-        const double phase = currentPhase();
-        Pair phasor = FastMath::sin(makePair(phase, M_PI_2 - std::abs(phase))) * both(gain);
-        for (int i = 0; i < count; ++i) {
-            wave[i] = left(phasor);
-            phasor = phasor + (swapped(phasor) * turning - phasor * shortening);
+        const Pair turning = FastMath::sin(both(2.0 * increment));
+        const Pair phases = makePair(currentPhase(), currentPhase(1));
+        Pair sine = FastMath::sin(phases) * both(gain);
+        Pair cosine = FastMath::sin(both(M_PI_2) - absolute(phases)) * both(gain);
+        for (int i = 0; i < count; i += 2) {
+            storeTwo(wave + i, sine);
+            const Pair turned = sine + (cosine * turning - sine * shortening);
+            cosine = cosine - (sine * turning + cosine * shortening);
+            sine = turned;
+        }
+        advance(count);
+    }
+    // The same with the square.
+    void fillSquare(double* wave, int count, double gain) {
+        const double first = currentPhase();
+        if (gain == 0.0) std::fill_n(wave, count, 0.0);
+        for (int i = 0; i < count && gain != 0.0; ++i) {
+            const double phase = first + increment * i;
+            wave[i] = gain * squareAt(phase < M_PI ? phase : phase - 2.0 * M_PI);
         }
         advance(count);
     }

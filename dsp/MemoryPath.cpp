@@ -50,10 +50,11 @@ double bentFactor(const ControlFrame& control, double lfoTerm, bool inverted, do
 }
 
 // One frame's level for the envelope follower.
-double envelopeInput(Pair processed, Pair side, const ControlFrame& control, bool limited) {
+[[gnu::always_inline]] inline double envelopeInput(Pair processed, Pair side,
+                                                   const ControlFrame& control, bool limited) {
     const double external = control.external;
     const double mean = sum(absolute(processed)) * (0.5 * control.levelFactor);
-    const double internal = limited ? left(FastMath::tanhOfPositive(both(mean))) : mean;
+    const double internal = limited ? FastMath::tanhOfPositive(mean) : mean;
     if (external == 0.0) return internal;
     const Pair blend = both(1.0 - external) * processed + both(external) * side;
     return external * 0.5 * sum(absolute(blend)) + (1.0 - external) * internal;
@@ -426,7 +427,9 @@ void MemoryPath::followLevels(const Chunk& chunk) {
             return sums(absolute(signal[i]), absolute(signal[second]));
         };
         Pair level = magnitudes(chunk.processed.data()) * both(scale);
-        if (chunk.envelopeLimited) level = FastMath::tanhOfPositive(level);
+        if (chunk.envelopeLimited)
+            level = makePair(FastMath::tanhOfPositive(left(level)),
+                             FastMath::tanhOfPositive(right(level)));
         if (external != 0.0)
             level =
                 both(external * 0.5) * magnitudes(chunk.sideChain) + both(1.0 - external) * level;
