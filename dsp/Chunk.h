@@ -37,9 +37,8 @@ constexpr bool followsEnvelope(Clocking c) {
 
 struct Chunk {
     int frames = 0;
-    int ticks = 0;           // of the memory
-    bool nothingIn = false;  // and nothing left of what came in
-    bool moving = false;     // controls
+    int ticks = 0;        // of the memory
+    bool moving = false;  // controls
     bool silent = false;
     bool listensToSide = false;  // the external side chain is in use
     Stages stages = Stages::Light;
@@ -73,12 +72,12 @@ inline void overFrames(const Chunk& chunk, Process&& process) {
         for (int i = 0; i < chunk.frames; ++i) process(i, settled);
 }
 
-// Replaces each of `count` frames by process(block, frame). It works on a copy of the block, which
-// the compiler may keep in registers across stores.
+// to[i] = process(block, from[i]) for `count` frames. It works on a copy of the block, which the
+// compiler may keep in registers across stores.
 template <typename Block, typename Process>
-inline void runOver(Pair* frames, int count, Block& block, Process&& process) {
+inline void runOver(const Pair* from, Pair* to, int count, Block& block, Process&& process) {
     Block own = block;
-    for (int i = 0; i < count; ++i) frames[i] = process(own, frames[i]);
+    for (int i = 0; i < count; ++i) to[i] = process(own, from[i]);
     block = own;
 }
 

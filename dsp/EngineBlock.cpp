@@ -95,11 +95,17 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
         const Sample* mainRight = channel(in[1], mainLeft, at);
         const Sample* sideLeft = channel(in[2], mainLeft, at);
         const Sample* sideRight = channel(in[3], in[2] ? sideLeft : mainRight, at);
-        chunk.nothingIn = hasForgotten() && isZero(mainLeft, n) && isZero(mainRight, n) &&
-                          (!in[2] || (isZero(sideLeft, n) && isZero(sideRight, n)));
-        load(mainLeft, mainRight, chunk.input.data(), n);
-        if (chunk.listensToSide) load(sideLeft, sideRight, chunk.side.data(), n);
-        renderChunk(chunk);
+        const bool nothingIn = hasForgotten() && isZero(mainLeft, n) && isZero(mainRight, n) &&
+                               (!in[2] || (isZero(sideLeft, n) && isZero(sideRight, n)));
+        chunk.silent = nothingIn && !chunk.moving && !converts(chunk.stages) &&
+                       (suspension == (suspended ? 1.0 : 0.0));
+        if (chunk.silent)
+            passSilence(chunk);
+        else {
+            load(mainLeft, mainRight, chunk.input.data(), n);
+            if (chunk.listensToSide) load(sideLeft, sideRight, chunk.side.data(), n);
+            renderChunk(chunk);
+        }
 
         if (suspended && suspension >= 1.0) {
             // Bit for bit, whatever the samples hold.
@@ -107,11 +113,13 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
             if (out[0] && out[0] + at != mainLeft) std::copy_n(mainLeft, n, out[0] + at);
             continue;
         }
-        if (suspended || suspension > 0.0) crossfadeSuspension(chunk, suspended);
-        if (chunk.silent && suspension <= 0.0) {
+        if (chunk.silent) {
             for (Sample* zeroed : {out[0], out[1]})
                 if (zeroed) std::fill_n(zeroed + at, n, Sample{0});
-        } else if (out[0] && out[1]) {
+            continue;
+        }
+        if (suspended || suspension > 0.0) crossfadeSuspension(chunk, suspended);
+        if (out[0] && out[1]) {
             store(chunk.output.data(), out[0] + at, out[1] + at, n);
         } else if (out[0]) {
             for (int i = 0; i < n; ++i)
@@ -142,9 +150,7 @@ void QVXCorvane77x_v2Effect::followLoop() {
 
 void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
     path.chooseClocking(chunk);
-    chunk.silent = chunk.nothingIn && !chunk.moving && !converts(chunk.stages);
     runLfo(chunk);
-    if (chunk.silent) return passSilence(chunk);
     filterInput(chunk);
     convertSideChain(chunk);
     path.run(chunk);
@@ -159,12 +165,13 @@ bool QVXCorvane77x_v2Effect::hasForgotten() const {
 }
 
 void QVXCorvane77x_v2Effect::passSilence(Chunk& chunk) {
+    path.chooseClocking(chunk);
+    runLfo(chunk);
     path.passSilence(chunk);
     inputFilter.clear();
     doubledInputFilter.clear();
     sideChainLimiter.clear();
     noteHeadroom();
-    chunk.output.fill(Pair{});
 }
 
 void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
@@ -233,8 +240,8 @@ void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
         });
         return;
     }
-    std::copy_n(chunk.dry.data(), chunk.frames, chunk.processed.data());
-    runOver(chunk.processed.data(), chunk.frames, weight > 0.0 ? doubledInputFilter : inputFilter,
+    runOver(chunk.dry.data(), chunk.processed.data(), chunk.frames,
+            weight > 0.0 ? doubledInputFilter : inputFilter,
             [](InputFilter& filter, Pair x) { return filter.process(x); });
     (weight > 0.0 ? inputFilter : doubledInputFilter).clear();
 }

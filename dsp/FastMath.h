@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace Quorvant::FastMath {
 
@@ -110,13 +111,25 @@ inline constexpr auto kTanhTable = [] {
 
 }  // namespace detail
 
-// tanh(x) for x >= 0, within 4e-11.
-inline double tanhOfPositive(double x) {
+// tanh(x) for x >= 0, within 4e-11, of a number or of two.
+template <typename Lanes>
+inline Lanes tanhOfPositive(Lanes x) {
     constexpr double kBias = detail::kRoundingBias / detail::kTanhNodes;  // rounds to the nodes
-    const double held = std::min(x, detail::kTanhEnd), rounded = held + kBias;
-    const double* c = detail::kTanhTable[std::bit_cast<uint64_t>(rounded) & 0x7FF].coefficients;
-    const double h = held - (rounded - kBias);
-    return ((c[3] * h + c[2]) * h + c[1]) * h + c[0];
+    const auto series = [](double rounded) {
+        return detail::kTanhTable[std::bit_cast<uint64_t>(rounded) & 0x7FF].coefficients;
+    };
+    const auto sum = [](const auto& c, auto h) {
+        return ((c(3) * h + c(2)) * h + c(1)) * h + c(0);
+    };
+    if constexpr (std::is_same_v<Lanes, Pair>) {
+        const Pair held = smaller(x, both(detail::kTanhEnd)), rounded = held + both(kBias);
+        const double *l = series(left(rounded)), *r = series(right(rounded));
+        return sum([l, r](int i) { return makePair(l[i], r[i]); }, held - (rounded - both(kBias)));
+    } else {
+        const double held = std::min(x, detail::kTanhEnd), rounded = held + kBias;
+        const double* c = series(rounded);
+        return sum([c](int i) { return c[i]; }, held - (rounded - kBias));
+    }
 }
 
 // sin(x) for |x| <= 4.

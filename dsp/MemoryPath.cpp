@@ -249,7 +249,8 @@ bool MemoryPath::runAhead(Chunk& chunk) {
     std::array<Pair, kMostTicks> looped;
     if (memory.isLooping()) std::copy_n(read, ticks, looped.data());
     if (converts(chunk.stages))
-        runOver(read, ticks, daConverter, [](DaConverter& dac, Pair x) { return dac.convert(x); });
+        runOver(read, read, ticks, daConverter,
+                [](DaConverter& dac, Pair x) { return dac.convert(x); });
     Pair* const delayed = chunk.delayed.data();
     if (unison)
         std::copy_n(read - 2, n, delayed);
@@ -260,7 +261,8 @@ bool MemoryPath::runAhead(Chunk& chunk) {
     const auto limiting = [](double ceiling) {
         return [ceiling](Limiter& limiter, Pair x) { return x * limiter.gain(x, ceiling); };
     };
-    if (limits(chunk.stages)) runOver(delayed, n, outputLimiter, limiting(control.ceiling * 0.5));
+    if (limits(chunk.stages))
+        runOver(delayed, delayed, n, outputLimiter, limiting(control.ceiling * 0.5));
 
     // What goes back to the input, a frame later.
     Pair feedback = feedbackSignal;
@@ -273,11 +275,12 @@ bool MemoryPath::runAhead(Chunk& chunk) {
     }
     feedbackSignal = feedback;
     if (weighs(chunk.stages))
-        runOver(processed, n, legacyStage, [&control](LegacyStage& stage, Pair x) {
+        runOver(processed, processed, n, legacyStage, [&control](LegacyStage& stage, Pair x) {
             return x * stage.gain(x, control.levelFactor);
         });
     processedPeak = peakOf(processed, n);
-    if (limits(chunk.stages)) runOver(processed, n, inputLimiter, limiting(control.ceiling));
+    if (limits(chunk.stages))
+        runOver(processed, processed, n, inputLimiter, limiting(control.ceiling));
 
     // What goes to the memory.
     std::array<Pair, kSplineReach + kChunkFrames> recorded;
@@ -292,7 +295,7 @@ bool MemoryPath::runAhead(Chunk& chunk) {
             coming[i] = splineAt(&recorded[tickBehind[i] + 1], tickAt[i]);
     if (converts(chunk.stages)) {
         adConverter.setCeiling(control.ceiling);
-        runOver(coming.data(), ticks, adConverter,
+        runOver(coming.data(), coming.data(), ticks, adConverter,
                 [](AdConverter& adc, Pair x) { return adc.convert(x); });
     }
     memory.recordAhead(memory.isLooping() ? looped.data() : coming.data(), ticks);
@@ -427,9 +430,7 @@ void MemoryPath::followLevels(const Chunk& chunk) {
             return sums(absolute(signal[i]), absolute(signal[second]));
         };
         Pair level = magnitudes(chunk.processed.data()) * both(scale);
-        if (chunk.envelopeLimited)
-            level = makePair(FastMath::tanhOfPositive(left(level)),
-                             FastMath::tanhOfPositive(right(level)));
+        if (chunk.envelopeLimited) level = FastMath::tanhOfPositive(level);
         if (external != 0.0)
             level =
                 both(external * 0.5) * magnitudes(chunk.sideChain) + both(1.0 - external) * level;
