@@ -266,18 +266,19 @@ bool MemoryPath::runAhead(Chunk& chunk) {
 
     // What goes back to the input, a frame later.
     Pair feedback = feedbackSignal;
+    HighCut cut = highCut;
+    CouplingCapacitor capacitor = coupling;
     Pair* const processed = chunk.processed.data();
     for (int i = 0; i < n; ++i) {
         processed[i] = processed[i] + feedback;
-        Pair returned = highCut.process(delayed[i], control.highCutPole);
-        if (control.coupling != 0.0) returned = coupling.process(returned, control.coupling);
+        Pair returned = cut.process(delayed[i], control.highCutPole);
+        if (control.coupling != 0.0) returned = capacitor.process(returned, control.coupling);
         feedback = returned * both(control.feedback);
     }
     feedbackSignal = feedback;
-    if (weighs(chunk.stages))
-        runOver(processed, processed, n, legacyStage, [&control](LegacyStage& stage, Pair x) {
-            return x * stage.gain(x, control.levelFactor);
-        });
+    highCut = cut;
+    coupling = capacitor;
+    if (weighs(chunk.stages)) legacyStage.process(processed, n, control.levelFactor);
     processedPeak = peakOf(processed, n);
     if (limits(chunk.stages))
         runOver(processed, processed, n, inputLimiter, limiting(control.ceiling));
@@ -285,7 +286,10 @@ bool MemoryPath::runAhead(Chunk& chunk) {
     // What goes to the memory.
     std::array<Pair, kSplineReach + kChunkFrames> recorded;
     std::copy_n(recordedBefore.data(), kSplineReach, recorded.data());
-    for (int i = 0; i < n; ++i) recorded[kSplineReach + i] = recordable(processed[i], control);
+    if (control.notBypassed == 1.0 && largest(processedPeak) <= kLargestSample)
+        std::copy_n(processed, n, &recorded[kSplineReach]);
+    else
+        for (int i = 0; i < n; ++i) recorded[kSplineReach + i] = recordable(processed[i], control);
     std::copy_n(&recorded[n], kSplineReach, recordedBefore.data());
     std::array<Pair, kMostTicks> coming;
     if (unison)
@@ -354,8 +358,11 @@ void MemoryPath::runBySample(Memory ticks, Chunk& chunk) {
         if constexpr (converts(kStages) && kClocking == Clocking::Moving)
             adc.setCeiling(control.ceiling);
         Pair x = chunk.processed[i] + feedback;
-        if constexpr (weighs(kStages))
-            x = faded(x, x * legacyStage.gain(x, control.levelFactor), control.legacy);
+        if constexpr (weighs(kStages)) {
+            Pair weighed = x;
+            legacyStage.process(&weighed, 1, control.levelFactor);
+            x = faded(x, weighed, control.legacy);
+        }
         peak = larger(peak, absolute(x));
         if constexpr (limits(kStages))
             x = faded(x, x * limiterIn.gain(x, control.ceiling), control.limits);
