@@ -37,25 +37,32 @@ void fillClock(Chunk& chunk) {
     }
 }
 
-// The clock's factor where the envelope bends it, too. Arranged so that little waits for the root,
-// which waits for everything else.
-double bentFactor(const ControlFrame& control, double lfoTerm, bool inverted, double root) {
-    const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
-    const double rest =
-        inverted ? EnvelopeFollower::kRestingInvertedBend : EnvelopeFollower::kRestingBend;
-    const double gain = centre * control.depth * control.x2;
-    const double resting = ((lfoTerm + rest * centre) * control.depth + control.vco) * control.x2;
-    return std::clamp(resting + (inverted ? gain : -gain) * root, kLowestClockFactor,
-                      kHighestClockFactor);
-}
+// How the envelope and the LFO bend the clock: its factor is base + slope * LFO + gain * root.
+struct Bend {
+    double base, slope, gain;
+
+    Bend(const ControlFrame& control, bool inverted) {
+        const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
+        const double rest =
+            inverted ? EnvelopeFollower::kRestingInvertedBend : EnvelopeFollower::kRestingBend;
+        slope = control.depth * control.x2;
+        base = rest * centre * slope + control.vco * control.x2;
+        gain = (inverted ? centre : -centre) * slope;
+    }
+    // Arranged so that little waits for the root, which waits for everything else.
+    double factor(double lfo, double root) const {
+        return std::clamp((lfo * slope + base) + gain * root, kLowestClockFactor,
+                          kHighestClockFactor);
+    }
+};
 
 // One frame's level for the envelope follower.
-[[gnu::always_inline]] inline double envelopeInput(Pair processed, Pair side,
-                                                   const ControlFrame& control, bool limited) {
-    const double external = control.external;
+[[gnu::always_inline]] inline double envelopeInput(Pair processed, Pair side, const Chunk& chunk,
+                                                   const ControlFrame& control) {
     const double mean = sum(absolute(processed)) * (0.5 * control.levelFactor);
-    const double internal = limited ? FastMath::tanhOfPositive(mean) : mean;
-    if (external == 0.0) return internal;
+    const double internal = chunk.envelopeLimited ? FastMath::tanhOfPositive(mean) : mean;
+    if (!chunk.listensToSide) return internal;
+    const double external = control.external;
     const Pair blend = both(1.0 - external) * processed + both(external) * side;
     return external * 0.5 * sum(absolute(blend)) + (1.0 - external) * internal;
 }
@@ -153,10 +160,10 @@ bool MemoryPath::hasForgotten() const {
 void MemoryPath::passSilence(Chunk& chunk) {
     if (chunk.clocking == Clocking::Envelope) {
         envelope.beginBending(chunk.controls[0].levelFactor);
+        const Bend bend(chunk.controls[0], chunk.envelopeInverted);
         for (int i = 0; i < chunk.frames; ++i) {
             envelope.followBending(0.0);
-            chunk.factor[i] = bentFactor(chunk.controls[0], chunk.lfo[i], chunk.envelopeInverted,
-                                         envelope.bendingRoot());
+            chunk.factor[i] = bend.factor(chunk.lfo[i], envelope.bendingRoot());
         }
     } else {
         envelope.fade(chunk.frames);
@@ -331,6 +338,7 @@ void MemoryPath::runBySample(Memory ticks, Chunk& chunk) {
 
     double levelFactor = chunk.controls[0].levelFactor;
     if constexpr (followsEnvelope(kClocking)) follower.beginBending(levelFactor);
+    Bend bend(chunk.controls[0], chunk.envelopeInverted);
     double factor = chunk.clockFactor;
     double step = 1.0 / factor;
     Pair peak{};
@@ -371,9 +379,10 @@ void MemoryPath::runBySample(Memory ticks, Chunk& chunk) {
         if constexpr (followsEnvelope(kClocking)) {
             if (kClocking == Clocking::Moving && control.levelFactor != levelFactor)
                 follower.beginBending(levelFactor = control.levelFactor);
-            follower.followBending(envelopeInput(x, chunk.side[i], control, chunk.envelopeLimited));
-            factor =
-                bentFactor(control, chunk.lfo[i], chunk.envelopeInverted, follower.bendingRoot());
+            follower.followBending(envelopeInput(x, chunk.side[i], chunk, control));
+            if constexpr (kClocking == Clocking::Moving)
+                bend = Bend(control, chunk.envelopeInverted);
+            factor = bend.factor(chunk.lfo[i], follower.bendingRoot());
             step = 1.0 / factor;
         }
         if constexpr (kClocking == Clocking::Lfo) {
@@ -402,7 +411,9 @@ void MemoryPath::runBySample(Memory ticks, Chunk& chunk) {
         chunk.delayed[i] = delayed;
         Pair returned = cut.process(delayed, control.highCutPole);
         if constexpr (limits(kStages)) {
-            if (control.coupling != 0.0) returned = capacitor.process(returned, control.coupling);
+            if ((kStages == Stages::Full && kClocking != Clocking::Moving) ||
+                control.coupling != 0.0)
+                returned = capacitor.process(returned, control.coupling);
             if (control.regeneration != 0.0) [[unlikely]]
                 returned = returned * regeneratingGain(limiterOut.level(), control);
         }
