@@ -4,6 +4,7 @@
 #include "dsp/Pair.h"
 
 #include <array>
+#include <utility>
 
 namespace Quorvant {
 
@@ -14,18 +15,19 @@ class InputFilter {
 
     void setCorner(double cornerHz, double sampleRate);
     void clear() {
-        for (Section& s : sections) s.before = s.sum = s.y1 = s.y2 = Pair{};
+        for (Section& s : sections) s.sum = s.y1 = s.y2 = Pair{};
+        newest = Pair{};
     }
 
     // All zeros lie at half the rate, so that a numerator is two sums, and one gain serves all.
     Pair process(Pair x) {
         x = x * gain;
+        Pair before = std::exchange(newest, x);
         for (Section& s : sections) {
-            const Pair sum = x + s.before;
+            const Pair sum = x + before;
             const Pair y = (sum + s.sum) - s.a2 * s.y2 - s.a1 * s.y1;
-            s.before = x;
             s.sum = sum;
-            s.y2 = s.y1;
+            before = s.y2 = s.y1;
             x = s.y1 = y;
         }
         return x;
@@ -33,12 +35,12 @@ class InputFilter {
 
   private:
     struct Section {
-        Pair a1, a2;           // both lanes hold the same
-        Pair before{}, sum{};  // the input one frame ago, and what the two before that make
+        Pair a1, a2;  // both lanes hold the same
+        Pair sum{};   // of the last two frames that came in
         Pair y1{}, y2{};
     };
     std::array<Section, 3> sections{};
-    Pair gain{};
+    Pair gain{}, newest{};
 };
 
 }  // namespace Quorvant

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
+#include <utility>
 
 namespace Quorvant {
 
@@ -102,10 +104,17 @@ void MemoryPath::reset(double clockFactor) {
     feedbackSignal = Pair{};
     quietTicks = 0;
 
-    const auto length =
-        static_cast<std::size_t>(std::floor(sampleRate * kLongestDelayMs * 0.001)) + 1;
-    cells.assign(length, Pair{});
-    memory.attach(cells.data(), static_cast<int>(length), sampleRate);
+    const int count = static_cast<int>(std::floor(sampleRate * kLongestDelayMs * 0.001)) + 1;
+    if (count == cellCount) {
+        std::fill_n(cells.get(), memory.cellsInUse(), Pair{});
+    } else {
+        const auto size = static_cast<std::size_t>(count) * sizeof(Pair);
+        decltype(cells) fresh(static_cast<Pair*>(std::calloc(1, size)), &std::free);
+        if (!fresh) throw std::bad_alloc();
+        cells = std::move(fresh);
+        cellCount = count;
+    }
+    memory.attach(cells.get(), cellCount, sampleRate);
 }
 
 void MemoryPath::chooseClocking(Chunk& chunk) const {

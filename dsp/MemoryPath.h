@@ -11,7 +11,8 @@
 #include "dsp/MemoryClock.h"
 
 #include <array>
-#include <vector>
+#include <cstdlib>
+#include <memory>
 
 namespace Quorvant {
 
@@ -72,7 +73,9 @@ class MemoryPath {
     CouplingCapacitor coupling;
     EnvelopeFollower envelope;
     MemoryClock clock;
-    std::vector<Pair> cells;
+    // From calloc: the system hands out zeroed memory without touching it.
+    std::unique_ptr<Pair, decltype(&std::free)> cells{nullptr, &std::free};
+    int cellCount = 0;
     DelayMemory memory;
     std::array<Pair, kSplineReach> recordedBefore{}, playedBefore{};
     HighCut highCut;
