@@ -112,11 +112,13 @@ TEST(Full, SaturatesItsInputWithOddHarmonicsOnly) {
 
 TEST(Full, ALoopAtUnityNeitherGrowsNorGathersAnOffset) {
     for (const ProcessingMode mode : {ProcessingMode::Lims, ProcessingMode::Full}) {
-        for (const double rate : {44100.0, 192000.0}) {
+        for (const double rate : {44100.0, 96000.0}) {
             for (const double x2 : {0.0, 1.0}) {
                 EngineRig rig(at(mode, {{kFeedback, 1.0}, {kDelayX2, x2}, {kDelayTime, ms(50.0)}}),
                               rate);
-                rig.render(noise(rig.samples(0.3), 0.8));
+                Signal burst = noise(rig.samples(0.3), 0.6);
+                for (double& x : burst) x += 0.2;
+                rig.render(burst);
                 rig.settle(4.0);
                 const Signal early = rig.render(silence(rig.samples(1.0))).left;
                 rig.settle(4.0);

@@ -16,7 +16,7 @@ double echoAt(const EngineRig& rig, double seconds) {
 }
 
 TEST(EngineEcho, IsTheDelayInputUntouchedAfterTheDelay) {
-    for (const double rate : {44100.0, 96000.0, 384000.0}) {
+    for (const double rate : {44100.0, 192000.0}) {
         for (const double delay : {1.0, 33.3, 250.0}) {
             // With a delay of 0 what goes into the memory is heard at once.
             EngineRig straight({{kDelayTime, 0.0}}, rate), rig({{kDelayTime, ms(delay)}}, rate);
@@ -132,64 +132,36 @@ TEST(EngineFeedback, ShrinksEachEchoByItsAmountAndInvertsWhenTold) {
 
 TEST(EngineHighCut, ActsOnTheRepeatsWithItsCornerAndSparesTheFirstEcho) {
     for (const double v : {0.0, 0.5, 1.0}) {
-        const double corner = 1050.0 * std::pow(9.0, v);
-        const auto levels = [&](double hz, bool cut) {
-            EngineRig rig({{kDelayTime, ms(400.0)},
-                           {kFeedback, 0.9},
-                           {kHighCut, cut ? 1.0 : 0.0},
-                           {kHighCutCutoff, v}});
+        const double hz = highCutHz(v);
+        const auto levels = [&](double cut) {
+            EngineRig rig(
+                {{kDelayTime, ms(400.0)}, {kFeedback, 0.9}, {kHighCut, cut}, {kHighCutCutoff, v}});
             const Signal out = rig.render(padded(rig.sine(hz, 0.3), rig.samples(1.2))).left;
             return std::pair{rms(out, rig.samples(0.5), rig.samples(0.65)),
                              rms(out, rig.samples(0.9), rig.samples(1.05))};
         };
-        const auto at = levels(corner, true), below = levels(corner / 20.0, true);
-        const auto open = levels(corner, false);
-        EXPECT_NEAR(at.first, open.first, 1e-6);  // the first echo, heard before the filter
+        const auto cut = levels(1.0), open = levels(0.0);
+        EXPECT_NEAR(cut.first, open.first, 1e-6);  // the first echo, heard before the filter
         EXPECT_NEAR(open.second / open.first, 0.9, 1e-3);
-        EXPECT_NEAR(below.second / below.first, 0.9, 0.01);
         // A one-pole's 3 dB, a little less deep towards half the rate.
-        const double w = 2.0 * std::numbers::pi * corner / 48000.0, a = std::exp(-w);
+        const double w = 2.0 * std::numbers::pi * hz / 48000.0, a = std::exp(-w);
         const double gain = (1.0 - a) / std::sqrt(1.0 - 2.0 * a * std::cos(w) + a * a);
-        EXPECT_NEAR(at.second / at.first, 0.9 * gain, 0.01) << corner << " Hz";
+        EXPECT_NEAR(cut.second / cut.first, 0.9 * gain, 0.01) << hz << " Hz";
     }
 }
 
-TEST(EngineLevels, InputAndOutputFollowTheSquareLaw) {
-    for (const uint32_t index : {kInput, kOutput}) {
-        for (const double v : {0.0, 0.25, 0.5, 0.8, 1.0}) {
-            EngineRig rig({{kMix, 0.0}, {index, v}});
-            EXPECT_NEAR(rig.render(Signal(64, 0.1)).left.back(), 0.4 * v * v, 1e-9);
-        }
-    }
-}
-
-TEST(EngineLevels, TheGlobalSetIsHeardOnlyWhileItIsInForce) {
-    EngineRig rig({{kMix, 0.0}, {kGlobalMix, 0.0}, {kGlobalInput, 1.0}});
+TEST(EngineLevels, AreThoseOfTheSetInForce) {
+    EngineRig rig({{kMix, 0.0}, {kGlobalMix, 0.0}, {kGlobalInput, 1.0}, {kGlobalOutput, 0.25}});
     const auto levelWith = [&](uint32_t index, double value) {
         rig.set(index, value);
         return rig.render(Signal(24000, 0.1)).left.back();
     };
-    EXPECT_NEAR(levelWith(kGlobal, 0.0), 0.1, 1e-9);
-    EXPECT_NEAR(levelWith(kGlobal, 1.0), 0.4, 1e-9);
-    EXPECT_NEAR(levelWith(kInput, 0.0), 0.4, 1e-9);
+    EXPECT_NEAR(levelWith(kInput, 0.25), 0.025, 1e-9);
+    EXPECT_NEAR(levelWith(kOutput, 0.8), 0.025 * 2.56, 1e-9);
+    EXPECT_NEAR(levelWith(kGlobal, 1.0), 0.1, 1e-9);
+    EXPECT_NEAR(levelWith(kInput, 0.0), 0.1, 1e-9);
+    EXPECT_NEAR(levelWith(kGlobalOutput, 0.5), 0.4, 1e-9);
     EXPECT_NEAR(levelWith(kGlobal, 0.0), 0.0, 1e-9);
-}
-
-TEST(EngineLegacy, LowersTheGainByTheMeanLevel) {
-    // Constant levels, heard straight through; gentle, at the bend, and far above it.
-    for (const double input : {0.3, 0.6, 1.0}) {
-        EngineRig rig({{kProcessingMode, valueOf(ProcessingMode::Legacy)},
-                       {kDelayTime, 0.0},
-                       {kInput, input},
-                       {kSensitivity, 0.0}});
-        const double heard = rig.render(Signal(rig.samples(0.3), 0.9)).left.back();
-        const double levelFactor = 2.7542 * 2.7542 / std::pow(10.0, 0.5);
-        const double whole = 0.9 * gainFactor(input) * kFilterGain,
-                     m = whole * levelFactor * 0.363082;
-        const double gain = m <= 2.0 ? 1.0 - 0.25 * m : 1.0 / m;
-        EXPECT_NEAR(rig.read(kOutSecondGainReduction), 1.0 - gain, 1e-6) << input;
-        EXPECT_NEAR(heard / whole, gain, 1e-6) << input;
-    }
 }
 
 TEST(EngineBypass, MutesTheEchoesAndRecordsSilence) {

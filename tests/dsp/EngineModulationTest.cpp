@@ -92,6 +92,8 @@ TEST(EngineEnvelope, BendsTheClockByTheSideChainsLevel) {
         const Stereo keys = Signal(48000, side);
         rig.render(Signal(48000, main), &keys);
         EXPECT_NEAR(rig.clockFactor(), expected, 1e-6) << name;
+        const double reduction = mode == ProcessingMode::Legacy ? 0.25 * 0.363082 * own : 1e-15;
+        EXPECT_NEAR(rig.read(kOutSecondGainReduction), reduction, 1e-9) << name;
     }
 }
 

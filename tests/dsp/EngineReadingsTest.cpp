@@ -99,6 +99,10 @@ TEST(EngineReadings, TransportRateAndDelayAreReported) {
     expectReadings(kLowest, 0.014);
     rig.host.play(3.0);
     expectReadings(1.0, 0.014);
+    for (const double nowhere : {1e300, std::nan("")}) {
+        rig.host.play(nowhere);
+        expectReadings(kLowest, 0.014);
+    }
     rig.host.now = {};
     expectReadings(kLowest, 0.014);  // kept
 

@@ -93,7 +93,10 @@ class EngineRig {
                                     side ? &side->left[done] : nullptr,
                                     side ? &side->right[done] : nullptr};
             double* outs[2] = {&out.left[done], &out.right[done]};
-            engine.process64(ins, outs, frames);
+            if (suspended)
+                engine.processSuspended64(ins, outs, frames);
+            else
+                engine.process64(ins, outs, frames);
             host.advance(frames, rate);
             done += static_cast<size_t>(frames);
             if (afterBlock) afterBlock();
@@ -115,6 +118,7 @@ class EngineRig {
     QVXCorvane77x_v2Effect engine;
     double rate;
     int32_t blockSize = 256;
+    bool suspended = false;
     std::function<void()> afterBlock;
 };
 

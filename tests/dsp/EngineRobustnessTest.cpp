@@ -46,34 +46,20 @@ TEST(EngineRobustness, BadSamplesAreSilence) {
     }
 }
 
-TEST(EngineRobustness, SoundsAsBeforeOnceTheMemoryHasBeenReplaced) {
+TEST(EngineRobustness, HoldsWhatIsFarTooLoudAndForgetsItWithTheMemory) {
     for (const ProcessingMode mode : kModes) {
-        const Settings settings = {{kProcessingMode, valueOf(mode)}, {kFeedback, 0.5}};
+        const Settings settings = {
+            {kProcessingMode, valueOf(mode)}, {kFeedback, 0.5}, {kInput, 1.0}};
         EngineRig untouched(settings), shocked(settings);
-        EXPECT_TRUE(allFinite(shocked.render(stereoNoise(24000, 1024.0))));
+        const Stereo shock = shocked.render(stereoNoise(24000, 1024.0));
+        EXPECT_TRUE(allFinite(shock));
+        EXPECT_LT(peak(shock.left), 1.3 * 1024.0);  // a spline overshoots by a quarter
         untouched.render(silence(24000));
         shocked.settle(8.0);
         untouched.settle(8.0);
         const Stereo music = stereoNoise(24000);
         EXPECT_LT(largestDifference(shocked.render(music), untouched.render(music)),
                   mode == ProcessingMode::Full ? 1e-3 : 1e-9);
-    }
-}
-
-TEST(EngineRobustness, NoSettingMakesItNotFiniteNorRunAway) {
-    Dice dice(11);
-    for (const double rate : {44100.0, 96000.0, 384000.0}) {
-        EngineRig rig({}, rate);
-        for (int round = 0; round < 24; ++round) {
-            for (uint32_t index = 0; index < kParameterCount; ++index)
-                rig.set(index, dice.chance(0.3) ? dice.below(2) : dice.unit());
-            rig.set({{kInput, 0.5}, {kOutput, 0.5}, {kGlobalInput, 0.5}, {kGlobalOutput, 0.5}});
-            const double level = dice.chance(0.2) ? 1e3 : 1.0;
-            const Stereo out = rig.render(stereoNoise(6000, level, dice.next()));
-            ASSERT_TRUE(allFinite(out)) << rate << ' ' << round;
-            // 1024 is the most that the memory holds; a spline overshoots by a quarter.
-            ASSERT_LT(peak(out.left), 4.0 * 1024.0) << rate << ' ' << round;
-        }
     }
 }
 
@@ -120,12 +106,9 @@ TEST(EngineRobustness, ANegativeDenormalIsZero) {
 }
 
 TEST(EngineRobustness, EveryRateWorksAndTheUnfitOnesAreReplaced) {
-    const struct {
-        double asked, used;
-    } rates[] = {{22050.0, 44100.0},   {44100.0, 44100.0},   {48000.5, 48000.5},
-                 {176400.0, 176400.0}, {352800.0, 352800.0}, {384000.0, 384000.0},
-                 {500000.0, 384000.0}, {-1.0, 44100.0},      {kNan, 44100.0},
-                 {kInfinity, 384000.0}};
+    const std::pair<double, double> rates[] = {
+        {-1.0, 44100.0},      {44100.0, 44100.0},   {48000.5, 48000.5},    {176400.0, 176400.0},
+        {352800.0, 352800.0}, {500000.0, 384000.0}, {kInfinity, 384000.0}, {kNan, 44100.0}};
     for (const auto& [asked, used] : rates) {
         EngineRig rig({}, used);
         EXPECT_EQ(rig.engine.setSampleRate(asked), asked == used) << asked;
@@ -234,22 +217,15 @@ TEST(EngineSuspended, PassesTheInputBitForBit) {
 
 TEST(EngineSuspended, FadesInAndOutWithinAFewMilliseconds) {
     EngineRig rig({{kDelayTime, ms(33.7)}});
-    Signal heard;
-    const Signal in = rig.sine(100.0, 4.0);
-    for (size_t at = 0; at + 96 <= in.size(); at += 96) {
-        Signal block(96);
-        const double* ins[4] = {&in[at], &in[at], nullptr, nullptr};
-        double* outs[2] = {block.data(), block.data()};
-        if (at / 9600 % 2 == 0) {
-            rig.engine.process64(ins, outs, 96);
-        } else {
-            rig.engine.processSuspended64(ins, outs, 96);
-            // 20 ms after the switch nothing but the input is heard.
-            if (at % 9600 >= 960) {
-                ASSERT_EQ(std::memcmp(block.data(), &in[at], 96 * sizeof(double)), 0) << at;
-            }
+    const Signal in = rig.sine(100.0, 0.2);
+    Signal heard = rig.render(in).left;
+    for (int turn = 0; turn < 6; ++turn) {
+        rig.suspended = !rig.suspended;
+        const Signal part = rig.render(in).left;
+        heard = join(heard, part);
+        if (rig.suspended) {
+            EXPECT_EQ(largestDifference(part, in, rig.samples(0.02)), 0.0);
         }
-        heard = join(heard, block);
     }
     // The sine steps by 0.0066 and its echo by as much; a hard switch by up to 1.
     EXPECT_LT(largestStep(heard), 0.02);
