@@ -1,7 +1,11 @@
 #include "tools/corvane-host/AudioFile.h"
 #include "tools/corvane-host/PartialFile.h"
+#include "tools/hosting/Result.h"
+#include "tools/hosting/Text.h"
 
 #include <sndfile.h>
+
+#include <memory>
 
 namespace Quorvant::Hosting {
 
@@ -12,91 +16,30 @@ struct CloseSndfile {
 };
 using SndfilePtr = std::unique_ptr<SNDFILE, CloseSndfile>;
 
-std::string reason(SNDFILE* file) {
-    std::string text = sf_strerror(file);
-    while (!text.empty() && text.back() == '.') text.pop_back();
-    return text;
+[[noreturn]] void fail(const char* what, const std::string& path, SNDFILE* file) {
+    std::string reason = sf_strerror(file);
+    while (!reason.empty() && reason.back() == '.') reason.pop_back();
+    throw Failure{std::string("cannot ") + what + " " + inQuotes(path) + ": " + reason};
 }
-
-class SndfileSource : public FrameSource {
-  public:
-    SndfileSource(std::string name, SndfilePtr opened, const SF_INFO& about)
-        : path(std::move(name)), file(std::move(opened)), info(about) {}
-
-    int channels() const override { return info.channels; }
-    double rate() const override { return info.samplerate; }
-    int64_t frames() const override { return info.frames; }
-    Result<size_t> read(double* interleaved, size_t count) override {
-        const sf_count_t got =
-            sf_readf_double(file.get(), interleaved, static_cast<sf_count_t>(count));
-        if (sf_error(file.get()) != SF_ERR_NO_ERROR)
-            return Error{"cannot read '" + path + "': " + reason(file.get())};
-        return static_cast<size_t>(got);
-    }
-
-  private:
-    std::string path;
-    SndfilePtr file;
-    SF_INFO info;
-};
-
-class SndfileWriter : public AudioWriter {
-  public:
-    SndfileWriter(const std::string& name, const SampleFormat& format, int rate, int channels)
-        : path(name), partial(name) {
-        const std::string container = format.container;
-        SF_INFO info{};
-        info.samplerate = rate;
-        info.channels = channels;
-        info.format = container == "flac"   ? SF_FORMAT_FLAC
-                      : container == "aiff" ? SF_FORMAT_AIFF
-                                            : SF_FORMAT_WAV;
-        info.format |= format.isFloat      ? SF_FORMAT_FLOAT
-                       : format.bits == 24 ? SF_FORMAT_PCM_24
-                                           : SF_FORMAT_PCM_16;
-        if (sf_format_check(&info) == 0) {
-            failure =
-                "a " + container + " file cannot have a rate of " + std::to_string(rate) + " Hz";
-            return;
-        }
-        file.reset(sf_open(partial.temporaryPath().c_str(), SFM_WRITE, &info));
-        if (!file) {
-            failure = reason(nullptr);
-            return;
-        }
-        sf_command(file.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
-    }
-
-    Result<> opened() const {
-        if (file) return {};
-        return Error{"cannot write '" + path + "': " + failure};
-    }
-
-    Result<> write(const double* interleaved, size_t count) override {
-        const auto wanted = static_cast<sf_count_t>(count);
-        if (sf_writef_double(file.get(), interleaved, wanted) != wanted)
-            return Error{"cannot write '" + path + "': " + reason(file.get())};
-        return {};
-    }
-
-    Result<> finish() override {
-        if (sf_close(file.release()) != 0) return Error{"cannot write '" + path + "' to its end"};
-        return partial.keep();
-    }
-
-  private:
-    std::string path, failure;
-    PartialFile partial;
-    SndfilePtr file;  // closed before the partial file is removed
-};
 
 }  // namespace
 
-Result<std::unique_ptr<FrameSource>> openAudioFile(const std::string& path) {
+Audio readAudio(const std::string& path) {
+    constexpr size_t kChunkFrames = 65536;  // the header's own count may be unknown or wrong
     SF_INFO info{};
-    SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
-    if (!file) return Error{"cannot read '" + path + "': " + reason(nullptr)};
-    return std::unique_ptr<FrameSource>(new SndfileSource(path, std::move(file), info));
+    const SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
+    if (!file) fail("read", path, nullptr);
+    Audio audio{info.channels, info.samplerate, {}};
+    const auto channels = static_cast<size_t>(info.channels);
+    for (size_t got = kChunkFrames; got == kChunkFrames;) {
+        const size_t before = audio.samples.size();
+        audio.samples.resize(before + kChunkFrames * channels);
+        got = static_cast<size_t>(
+            sf_readf_float(file.get(), audio.samples.data() + before, kChunkFrames));
+        audio.samples.resize(before + got * channels);
+    }
+    if (sf_error(file.get()) != SF_ERR_NO_ERROR) fail("read", path, file.get());
+    return audio;
 }
 
 const std::vector<SampleFormat>& writableFormats() {
@@ -107,12 +50,30 @@ const std::vector<SampleFormat>& writableFormats() {
     return formats;
 }
 
-Result<std::unique_ptr<AudioWriter>> createAudioFile(const std::string& path,
-                                                     const SampleFormat& format, int rate,
-                                                     int channels) {
-    auto writer = std::make_unique<SndfileWriter>(path, format, rate, channels);
-    if (auto opened = writer->opened(); !opened) return Error{opened.error()};
-    return std::unique_ptr<AudioWriter>(std::move(writer));
+void writeAudio(const std::string& path, const SampleFormat& format, const Audio& audio) {
+    const std::string container = format.container;
+    SF_INFO info{};
+    info.samplerate = audio.rate;
+    info.channels = audio.channels;
+    info.format = container == "flac"   ? SF_FORMAT_FLAC
+                  : container == "aiff" ? SF_FORMAT_AIFF
+                                        : SF_FORMAT_WAV;
+    info.format |= format.isFloat      ? SF_FORMAT_FLOAT
+                   : format.bits == 24 ? SF_FORMAT_PCM_24
+                                       : SF_FORMAT_PCM_16;
+    if (sf_format_check(&info) == 0)
+        throw Failure{"a " + container + " file cannot have a rate of " +
+                      std::to_string(audio.rate) + " Hz"};
+    PartialFile partial(path);
+    SndfilePtr file(sf_open(partial.temporaryPath().c_str(), SFM_WRITE, &info));
+    if (!file) fail("write", path, nullptr);
+    sf_command(file.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    const auto frames = static_cast<sf_count_t>(audio.frames());
+    if (sf_writef_float(file.get(), audio.samples.data(), frames) != frames)
+        fail("write", path, file.get());
+    if (sf_close(file.release()) != 0)
+        throw Failure{"cannot write " + inQuotes(path) + " to its end"};
+    partial.keep();
 }
 
 }  // namespace Quorvant::Hosting

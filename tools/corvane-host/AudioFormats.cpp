@@ -1,41 +1,39 @@
 #include "tools/corvane-host/AudioFile.h"
+#include "tools/hosting/Result.h"
 #include "tools/hosting/Text.h"
 
-#include <algorithm>
-#include <cctype>
 #include <filesystem>
 
 namespace Quorvant::Hosting {
 
-namespace {
-
-std::string containerOf(const std::string& path) {
-    std::string extension = std::filesystem::path(path).extension().string();
-    std::ranges::transform(extension, extension.begin(),
-                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    if (extension == ".aif") return "aiff";
-    return extension.empty() ? extension : extension.substr(1);
+std::string formatNames() {
+    std::string names;
+    for (const SampleFormat& format : writableFormats()) appendItem(names, format.name);
+    return names;
 }
 
-}  // namespace
-
-Result<SampleFormat> chooseFormat(const std::string& name, const std::string& path) {
-    const auto& formats = writableFormats();
-    const std::string container = containerOf(path);
-    std::string names;
-    bool knownContainer = false;
-    for (const SampleFormat& format : formats) {
-        appendItem(names, format.name);
-        knownContainer = knownContainer || format.container == container;
+SampleFormat chooseFormat(const std::string& name, const std::string& path) {
+    const std::string extension = std::filesystem::path(path).extension().string();
+    const auto suits = [&](const SampleFormat& format) {
+        const std::string container = format.container;
+        return sameText(extension, "." + container) ||
+               (container == "aiff" && sameText(extension, ".aif"));
+    };
+    bool knownExtension = false, knownName = false;
+    for (const SampleFormat& format : writableFormats()) {
+        const bool named = name.empty() || name == format.name;
+        knownExtension = knownExtension || suits(format);
+        knownName = knownName || named;
+        if (named && suits(format)) return format;
     }
-    for (const SampleFormat& format : formats) {
-        if (name.empty() ? format.container != container : format.name != name) continue;
-        if (knownContainer && format.container != container)
-            return Error{"the format '" + name + "' does not suit the name '" + path + "'"};
-        return format;
-    }
-    if (!name.empty()) return Error{"there is no format '" + name + "', there are " + names};
-    return Error{"the extension of '" + path + "' tells no format, choose one of " + names};
+    if (!knownName)
+        throw Failure{"there is no format " + inQuotes(name) + ", there are " + formatNames()};
+    if (knownExtension)
+        throw Failure{"the format " + inQuotes(name) + " does not suit the name " + inQuotes(path)};
+    for (const SampleFormat& format : writableFormats())
+        if (name == format.name) return format;
+    throw Failure{"the extension of " + inQuotes(path) + " tells no format, choose one of " +
+                  formatNames()};
 }
 
 }  // namespace Quorvant::Hosting

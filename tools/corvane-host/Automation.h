@@ -15,7 +15,7 @@ struct AutomationPoint {
 
 // In order of time; points of one frame keep their order in the file. Empty lines and lines that
 // start with # count for nothing. Any other line that is wrong is an error with its number.
-Result<std::vector<AutomationPoint>> readAutomation(const HostedPlugin& plugin,
-                                                    const std::string& path, double rate);
+std::vector<AutomationPoint> readAutomation(const HostedPlugin& plugin, const std::string& path,
+                                            double rate);
 
 }  // namespace Quorvant::Hosting

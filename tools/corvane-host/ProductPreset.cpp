@@ -9,18 +9,12 @@
 #include "presets/PresetLocation.h"
 #include "tools/hosting/Text.h"
 
-#include "public.sdk/source/vst/utility/uid.h"
-
 namespace Quorvant::Hosting {
 
 namespace {
 
 constexpr std::size_t kLargestFile = 1 << 20;  // bytes; the product reads no more either
 constexpr uint32_t kLegacyInfRepeatSlot = 13;
-
-std::string reason(const std::error_code& error) {
-    return ": " + error.message();
-}
 
 std::vector<std::string> lossesOf(const BlobView& blob, BlobResult result) {
     std::vector<std::string> losses;
@@ -39,47 +33,42 @@ std::vector<std::string> lossesOf(const BlobView& blob, BlobResult result) {
     if (result == BlobResult::AppliedInPart)
         losses.emplace_back("it ends early, and what it lacks has default values");
     if (outside > 0)
-        losses.push_back(outside == 1 ? "1 value lies out of range and is replaced by a default"
-                                      : std::to_string(outside) +
-                                            " values lie out of range and are replaced by "
-                                            "defaults");
+        losses.push_back("values out of range are replaced by defaults: " +
+                         std::to_string(outside));
     if (loop) losses.emplace_back("a running Inf Repeat of the earlier version is left out");
     return losses;
 }
 
 }  // namespace
 
-Result<> checkIsProduct(const HostedPlugin& plugin, const std::string& file) {
-    const auto id = VST3::UID::fromString(plugin.description().id);
-    if (id && Steinberg::FUID::fromTUID(id->data()) == kEffectClassId) return {};
-    return Error{inQuotes(file) + " is a preset file of another plug-in than " +
-                 inQuotes(plugin.description().name)};
+void checkIsProduct(const HostedPlugin& plugin, const std::string& file) {
+    if (Steinberg::FUID::fromTUID(plugin.classInfo().ID().data()) == kEffectClassId) return;
+    throw Failure{inQuotes(file) + " is a preset file of another plug-in than " +
+                  inQuotes(plugin.name())};
 }
 
-Result<ProductPreset> readProductPreset(const std::filesystem::path& file,
-                                        const QVXPresetRecord& base) {
+ProductPreset readProductPreset(const std::filesystem::path& file, const QVXPresetRecord& base) {
     const std::string name = inQuotes(utf8FromPath(file));
     ProductPreset preset{base, {}, {}};
     std::vector<std::byte> bytes;
     if (const auto error = readFile(file, kLargestFile, bytes))
-        return Error{"cannot read " + name + reason(error)};
+        throw Failure{"cannot read " + name + ": " + error.message()};
     const auto blob = openBlob(bytes);
     const BlobResult result = readPreset(bytes, preset.record);
     if (!blob || (result != BlobResult::Applied && result != BlobResult::AppliedInPart))
-        return Error{name + " is no preset"};
+        throw Failure{name + " is no preset"};
     preset.losses = lossesOf(*blob, result);
     if (blob->magic == BlobView::Magic::Current && preset.losses.empty())
         preset.content = std::move(bytes);
     return preset;
 }
 
-Result<> writeProductPreset(const std::filesystem::path& file, const ProductPreset& preset) {
+void writeProductPreset(const std::filesystem::path& file, const ProductPreset& preset) {
     constexpr auto kNoPlace = static_cast<uint32_t>(kNotListed);
-    const auto error =
-        replaceFile(file, preset.content.empty() ? serialisePreset(preset.record, 0, kNoPlace)
-                                                 : preset.content);
-    if (error) return Error{"cannot write " + inQuotes(utf8FromPath(file)) + reason(error)};
-    return {};
+    if (const auto error =
+            replaceFile(file, preset.content.empty() ? serialisePreset(preset.record, 0, kNoPlace)
+                                                     : preset.content))
+        throw Failure{"cannot write " + inQuotes(utf8FromPath(file)) + ": " + error.message()};
 }
 
 QVXPresetRecord shownRecord(const HostedPlugin& plugin) {

@@ -13,7 +13,7 @@
 namespace Quorvant::Hosting {
 
 // An error that names `file` unless the plug-in is the one that these presets are for.
-Result<> checkIsProduct(const HostedPlugin& plugin, const std::string& file);
+void checkIsProduct(const HostedPlugin& plugin, const std::string& file);
 
 struct ProductPreset {
     QVXPresetRecord record;
@@ -22,11 +22,10 @@ struct ProductPreset {
 };
 
 // Values that the file lacks are those of `base`.
-Result<ProductPreset> readProductPreset(const std::filesystem::path& file,
-                                        const QVXPresetRecord& base);
+ProductPreset readProductPreset(const std::filesystem::path& file, const QVXPresetRecord& base);
 
 // At once or not at all; an existing file is replaced.
-Result<> writeProductPreset(const std::filesystem::path& file, const ProductPreset& preset);
+void writeProductPreset(const std::filesystem::path& file, const ProductPreset& preset);
 
 // What the plug-in's controller shows now; without a name.
 QVXPresetRecord shownRecord(const HostedPlugin& plugin);

@@ -9,9 +9,9 @@ namespace Quorvant::Hosting {
 
 // From now on windows of this process open on a display of its own, which ends with the process.
 // Windows has no such displays and needs none: there nothing happens.
-Result<> openPrivateDisplay();
+void openPrivateDisplay();
 
 // As a PNG that appears at its path only when it is complete.
-Result<> writePng(const Pixels& pixels, const std::string& path);
+void writePng(const Pixels& pixels, const std::string& path);
 
 }  // namespace Quorvant::Hosting

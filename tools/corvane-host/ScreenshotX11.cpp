@@ -1,5 +1,6 @@
 #include "tools/corvane-host/PartialFile.h"
 #include "tools/corvane-host/Screenshot.h"
+#include "tools/hosting/Text.h"
 
 #include <cairo/cairo.h>
 #include <fcntl.h>
@@ -10,7 +11,6 @@
 
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 
 namespace Quorvant::Hosting {
 
@@ -47,9 +47,9 @@ std::string readNumber(int pipe) {
 
 }  // namespace
 
-Result<> openPrivateDisplay() {
+void openPrivateDisplay() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return Error{"no display could be made"};
+    if (pipe2(ends, O_CLOEXEC) != 0) throw Failure{"no display could be made"};
     const pid_t server = fork();
     if (server == 0) becomeServer(ends[1]);
     close(ends[1]);
@@ -57,31 +57,26 @@ Result<> openPrivateDisplay() {
     close(ends[0]);
     if (!number.empty()) {
         setenv("DISPLAY", (":" + number).c_str(), 1);
-        return {};
+        return;
     }
     if (server > 0) {
         kill(server, SIGTERM);
         waitpid(server, nullptr, 0);
     }
-    return Error{"a picture needs the program Xvfb, which is not installed or does not start"};
+    throw Failure{"a picture needs the program Xvfb, which is not installed or does not start"};
 }
 
-Result<> writePng(const Pixels& pixels, const std::string& path) {
+void writePng(const Pixels& pixels, const std::string& path) {
     PartialFile file(path);
-    auto* surface = cairo_image_surface_create(CAIRO_FORMAT_RGB24, pixels.width, pixels.height);
-    auto* memory = cairo_image_surface_get_data(surface);
-    const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface));
-    const auto columns = static_cast<size_t>(pixels.width);
-    for (size_t row = 0; memory != nullptr && row < static_cast<size_t>(pixels.height); ++row) {
-        std::memcpy(memory + row * stride, pixels.values.data() + row * columns,
-                    columns * sizeof(uint32_t));
-    }
-    cairo_surface_mark_dirty(surface);
+    // Rows of 32 bits leave no gaps in cairo's pictures.
+    auto* values = reinterpret_cast<unsigned char*>(const_cast<uint32_t*>(pixels.values.data()));
+    auto* surface = cairo_image_surface_create_for_data(values, CAIRO_FORMAT_RGB24, pixels.width,
+                                                        pixels.height, pixels.width * 4);
     const auto status = cairo_surface_write_to_png(surface, file.temporaryPath().c_str());
     cairo_surface_destroy(surface);
     if (status != CAIRO_STATUS_SUCCESS)
-        return Error{"'" + path + "' can't be written: " + cairo_status_to_string(status)};
-    return file.keep();
+        throw Failure{inQuotes(path) + " can't be written: " + cairo_status_to_string(status)};
+    file.keep();
 }
 
 }  // namespace Quorvant::Hosting

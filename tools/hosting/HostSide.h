@@ -1,7 +1,7 @@
 // What a host lends to a plug-in: its name, messages, the handler that hears edits, and streams.
 #pragma once
 
-#include "base/source/fobject.h"
+#include "pluginterfaces/base/funknownimpl.h"
 #include "pluginterfaces/vst/ivstattributes.h"
 #include "pluginterfaces/vst/ivsteditcontroller.h"
 #include "public.sdk/source/common/memorystream.h"
@@ -26,9 +26,9 @@ bool toWide(const std::string& utf8, Steinberg::Vst::String128 text);
 Steinberg::Vst::IHostApplication& hostApplication();
 
 // Counts what a controller tells its host. Main thread.
-class EditLog : public Steinberg::FObject,
-                public Steinberg::Vst::IComponentHandler,
-                public Steinberg::Vst::IComponentHandler2 {
+class EditLog
+    : public Steinberg::U::Implements<Steinberg::U::Directly<Steinberg::Vst::IComponentHandler,
+                                                             Steinberg::Vst::IComponentHandler2>> {
   public:
     struct Edit {
         Steinberg::Vst::ParamID id;
@@ -54,13 +54,6 @@ class EditLog : public Steinberg::FObject,
     Steinberg::tresult PLUGIN_API requestOpenEditor(Steinberg::FIDString name) override;
     Steinberg::tresult PLUGIN_API startGroupEdit() override;
     Steinberg::tresult PLUGIN_API finishGroupEdit() override;
-
-    OBJ_METHODS(EditLog, FObject)
-    DEFINE_INTERFACES
-    DEF_INTERFACE(Steinberg::Vst::IComponentHandler)
-    DEF_INTERFACE(Steinberg::Vst::IComponentHandler2)
-    END_DEFINE_INTERFACES(FObject)
-    REFCOUNT_METHODS(FObject)
 };
 
 // A stream in memory that also carries the attributes which hosts attach to states.
