@@ -32,8 +32,7 @@ const std::vector<SampleFormat>& writableFormats();
 // All of their names.
 std::string formatNames();
 
-// The format of that name, or by the path's extension where the name is empty; a name and an
-// extension that contradict each other are an error.
+// By the path's extension, and by the name unless that is empty; both must suit.
 SampleFormat chooseFormat(const std::string& name, const std::string& path);
 
 // At once or not at all. Integer formats clip at full scale.

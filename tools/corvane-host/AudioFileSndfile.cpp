@@ -5,11 +5,15 @@
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <memory>
+#include <span>
 
 namespace Quorvant::Hosting {
 
 namespace {
+
+constexpr size_t kChunk = 1 << 16;  // samples
 
 struct CloseSndfile {
     void operator()(SNDFILE* file) const { sf_close(file); }
@@ -25,18 +29,17 @@ using SndfilePtr = std::unique_ptr<SNDFILE, CloseSndfile>;
 }  // namespace
 
 Audio readAudio(const std::string& path) {
-    constexpr size_t kChunkFrames = 65536;  // the header's own count may be unknown or wrong
     SF_INFO info{};
     const SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
     if (!file) fail("read", path, nullptr);
     Audio audio{info.channels, info.samplerate, {}};
-    const auto channels = static_cast<size_t>(info.channels);
-    for (size_t got = kChunkFrames; got == kChunkFrames;) {
+    // The header's own count may be unknown or wrong.
+    for (size_t got = kChunk; got > 0;) {
         const size_t before = audio.samples.size();
-        audio.samples.resize(before + kChunkFrames * channels);
-        got = static_cast<size_t>(
-            sf_readf_float(file.get(), audio.samples.data() + before, kChunkFrames));
-        audio.samples.resize(before + got * channels);
+        audio.samples.resize(before + kChunk * static_cast<size_t>(info.channels));
+        got =
+            static_cast<size_t>(sf_readf_float(file.get(), audio.samples.data() + before, kChunk));
+        audio.samples.resize(before + got * static_cast<size_t>(info.channels));
     }
     if (sf_error(file.get()) != SF_ERR_NO_ERROR) fail("read", path, file.get());
     return audio;
@@ -68,9 +71,14 @@ void writeAudio(const std::string& path, const SampleFormat& format, const Audio
     SndfilePtr file(sf_open(partial.temporaryPath().c_str(), SFM_WRITE, &info));
     if (!file) fail("write", path, nullptr);
     sf_command(file.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
-    const auto frames = static_cast<sf_count_t>(audio.frames());
-    if (sf_writef_float(file.get(), audio.samples.data(), frames) != frames)
-        fail("write", path, file.get());
+    for (size_t at = 0; at < audio.samples.size(); at += kChunk) {
+        // As doubles, which become integers without a second rounding.
+        const auto rest = std::span(audio.samples).subspan(at);
+        const std::vector<double> chunk(rest.begin(), rest.begin() + std::min(kChunk, rest.size()));
+        const auto count = static_cast<sf_count_t>(chunk.size());
+        if (sf_write_double(file.get(), chunk.data(), count) != count)
+            fail("write", path, file.get());
+    }
     if (sf_close(file.release()) != 0)
         throw Failure{"cannot write " + inQuotes(path) + " to its end"};
     partial.keep();

@@ -14,26 +14,14 @@ std::string formatNames() {
 
 SampleFormat chooseFormat(const std::string& name, const std::string& path) {
     const std::string extension = std::filesystem::path(path).extension().string();
-    const auto suits = [&](const SampleFormat& format) {
-        const std::string container = format.container;
-        return sameText(extension, "." + container) ||
-               (container == "aiff" && sameText(extension, ".aif"));
-    };
-    bool knownExtension = false, knownName = false;
     for (const SampleFormat& format : writableFormats()) {
-        const bool named = name.empty() || name == format.name;
-        knownExtension = knownExtension || suits(format);
-        knownName = knownName || named;
-        if (named && suits(format)) return format;
+        const std::string suitable = std::string(".") + format.container;
+        const bool suits =
+            sameText(extension, suitable) || (sameText(extension, ".aif") && suitable == ".aiff");
+        if (suits && (name.empty() || name == format.name)) return format;
     }
-    if (!knownName)
-        throw Failure{"there is no format " + inQuotes(name) + ", there are " + formatNames()};
-    if (knownExtension)
-        throw Failure{"the format " + inQuotes(name) + " does not suit the name " + inQuotes(path)};
-    for (const SampleFormat& format : writableFormats())
-        if (name == format.name) return format;
-    throw Failure{"the extension of " + inQuotes(path) + " tells no format, choose one of " +
-                  formatNames()};
+    throw Failure{inQuotes(path) + (name.empty() ? "" : " and the format " + inQuotes(name)) +
+                  " tell no kind of file that can be written, there are " + formatNames()};
 }
 
 }  // namespace Quorvant::Hosting

@@ -25,7 +25,6 @@ using Clock = std::chrono::steady_clock;
 using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 constexpr int kBlock = 512;
-constexpr int kBits = 32;
 constexpr double kWarmUpSeconds = 1.0;
 constexpr double kInputLevel = 0.25;  // peak, -12 dBFS
 
@@ -93,8 +92,8 @@ void bench(const PluginChoice& choice, const BenchOptions& options, bool plain) 
     const auto start = Clock::now();
     for (int instance = 0; instance < options.instances; ++instance) {
         plugins.push_back(openPlugin(choice));
-        prepareAsItIs(*plugins.back(), options.rate, kBlock, kBits);
-        applySettings(*plugins.back(), choice, kBits);
+        prepareAsItIs(*plugins.back(), options.rate, kBlock);
+        applySettings(*plugins.back(), choice);
         starts.push_back(Clock::now() - start);
     }
     auto durations = measure(plugins, options);
@@ -113,8 +112,7 @@ void bench(const PluginChoice& choice, const BenchOptions& options, bool plain) 
     Report report(plain);
     report.add({"plug-in", plugins[0]->name() + " " + plugins[0]->classInfo().version()});
     report.add({"set-up", std::to_string(options.instances) + " x " + number(options.rate, 0) +
-                              " Hz, blocks of " + std::to_string(kBlock) + ", " +
-                              std::to_string(kBits) + " bits"});
+                              " Hz, blocks of " + std::to_string(kBlock) + ", 32 bits"});
     report.add({"frames a second", number(frames / seconds, 0)});
     report.add(
         {"speed", number(frames / options.rate / seconds, 1) + " times real time, one instance"});

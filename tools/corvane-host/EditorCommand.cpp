@@ -116,12 +116,12 @@ void drawEditor(EditorWindow& window, Playback& playback, const EditorOptions& o
 }  // namespace
 
 void showEditor(const PluginChoice& choice, const EditorOptions& options) {
-    if (!options.screenshot.empty()) openPrivateDisplay();
     const auto opened = openPlugin(choice);
     HostedPlugin& plugin = *opened;
-    prepareAsItIs(plugin, kPhraseRate, kFrames, 32);
-    applySettings(plugin, choice, 32);
+    prepareAsItIs(plugin, kPhraseRate, kFrames);
+    applySettings(plugin, choice);
     plugin.editLog().edits.clear();
+    if (!options.screenshot.empty()) openPrivateDisplay();
     const auto window = orThrow(EditorWindow::open(plugin));
     if (options.zoom != 100) orThrow(window->setWidth(window->width() * options.zoom / 100));
 

@@ -77,12 +77,11 @@ HostedPlugin::Ptr openPlugin(const PluginChoice& choice) {
     return orThrow(HostedPlugin::load(path));
 }
 
-void prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames, int bits) {
+void prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames) {
     using namespace Steinberg::Vst;
     HostSetup setup;
     setup.sampleRate = rate;
     setup.maxFrames = maxFrames;
-    setup.doublePrecision = bits == 64;
     setup.mainInputs = plugin.buses(kInput).empty() ? 0 : plugin.buses(kInput)[0].channels;
     setup.mainOutputs = plugin.buses(kOutput).empty() ? 0 : plugin.buses(kOutput)[0].channels;
     orThrow(plugin.prepare(setup));
@@ -110,16 +109,15 @@ ParameterPoint resolveSetting(const HostedPlugin& plugin, const std::string& nam
     return {parameter->id, 0, orThrow(value)};
 }
 
-void deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points, int bits) {
-    const auto answer = bits == 64 ? deliverIn<double>(plugin, std::move(points))
-                                   : deliverIn<float>(plugin, std::move(points));
+void deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points) {
+    const auto answer = plugin.isDoublePrecision() ? deliverIn<double>(plugin, std::move(points))
+                                                   : deliverIn<float>(plugin, std::move(points));
     if (answer != Steinberg::kResultOk)
         throw Failure{inQuotes(plugin.name()) + " failed to process a block"};
 }
 
-std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice,
-                                          int bits) {
-    if (!choice.preset.empty()) applyPreset(plugin, choice.preset, bits);
+std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice) {
+    if (!choice.preset.empty()) applyPreset(plugin, choice.preset);
     std::vector<ParameterPoint> points;
     for (const std::string& setting : choice.settings) {
         const size_t equals = setting.find('=');
@@ -127,7 +125,7 @@ std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoi
         points.push_back(point);
         plugin.setParameter(point.id, point.value);
     }
-    deliver(plugin, {}, bits);
+    deliver(plugin, {});
     plugin.setProcessing(false);
     plugin.setActive(false);
     if (plugin.setActive(true) != Steinberg::kResultOk)

@@ -17,7 +17,7 @@ struct PluginChoice {
 HostedPlugin::Ptr openPlugin(const PluginChoice& choice);
 
 // Activates the plug-in with the main buses that it has by default.
-void prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames, int bits);
+void prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames);
 
 // The normalised value that `text` means to the parameter called `name`; @0 … @1 is a normalised
 // value itself. Errors name the valid texts.
@@ -25,14 +25,12 @@ ParameterPoint resolveSetting(const HostedPlugin& plugin, const std::string& nam
                               const std::string& text);
 
 // Gives the processor the points, after what setParameter has put aside, with a frame of silence:
-// not every plug-in takes parameters in a call without audio.
-void deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points, int bits);
+// not every plug-in takes parameters in a call without audio. The plug-in is prepared.
+void deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points);
 
-// Applies preset and settings to the plug-in, which was prepared for samples of `bits` bits. It
-// then starts anew, so that nothing glides from its defaults when audio begins. Gives the
-// parameters that were set, in order.
-std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice,
-                                          int bits);
+// Applies preset and settings to the plug-in, which is prepared. It then starts anew, so that
+// nothing glides from its defaults when audio begins. Gives the parameters that were set, in order.
+std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice);
 
 // "500 ms" as the plug-in shows it.
 std::string shownValue(const HostedPlugin& plugin, const Parameter& parameter, double normalised);

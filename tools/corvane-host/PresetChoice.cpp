@@ -59,34 +59,32 @@ std::vector<Program> listPrograms(const HostedPlugin& plugin) {
     return programs;
 }
 
-void chooseProgram(HostedPlugin& plugin, const Program& program, int bits) {
+void chooseProgram(HostedPlugin& plugin, const Program& program) {
     auto& edits = plugin.editLog().edits;
     const size_t before = edits.size();
     std::vector<ParameterPoint> points = {{program.parameter, 0, program.value}};
     plugin.controller()->setParamNormalized(program.parameter, program.value);
     for (size_t index = before; index < edits.size(); ++index)
         points.push_back({edits[index].id, 0, edits[index].value});
-    deliver(plugin, std::move(points), bits);
+    deliver(plugin, std::move(points));
 }
 
-AppliedPreset applyPresetFile(HostedPlugin& plugin, const std::string& file, int bits,
-                              RecordPart part) {
+AppliedPreset applyPresetFile(HostedPlugin& plugin, const std::string& file, RecordPart part) {
     if (isVstPreset(file)) {
         auto notes = loadVstPreset(plugin, file);
         if (notes.name.empty()) notes.name = fs::path(file).stem().string();
-        deliver(plugin, {}, bits);
+        deliver(plugin, {});
         return {notes, true, std::nullopt};
     }
     auto preset = readProductPreset(file, shownRecord(plugin));
     checkIsProduct(plugin, file);
     setRecord(plugin, preset.record, part);
-    deliver(plugin, {}, bits);
+    deliver(plugin, {});
     // The controller's state would tell of the preset that was chosen before.
     return {{std::string(presetName(preset.record)), {}, false}, false, preset};
 }
 
-AppliedPreset applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, int bits,
-                          RecordPart part) {
+AppliedPreset applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, RecordPart part) {
     const auto programs = listPrograms(plugin);
     const Program* chosen = nullptr;
     for (size_t number = 0; number < programs.size(); ++number)
@@ -94,11 +92,11 @@ AppliedPreset applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, i
             (chosen == nullptr && std::to_string(number) == nameOrFile))
             chosen = &programs[number];
     if (chosen == nullptr) {
-        if (looksLikeFile(nameOrFile)) return applyPresetFile(plugin, nameOrFile, bits, part);
+        if (looksLikeFile(nameOrFile)) return applyPresetFile(plugin, nameOrFile, part);
         throw Failure{"there is no preset and no file " + inQuotes(nameOrFile) +
                       ", 'corvane-host presets list' shows the presets"};
     }
-    chooseProgram(plugin, *chosen, bits);
+    chooseProgram(plugin, *chosen);
     return {{chosen->name, chosen->category, true}, false, std::nullopt};
 }
 

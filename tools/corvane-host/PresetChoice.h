@@ -1,8 +1,7 @@
 // The preset that a user names: one that the plug-in offers itself, or a file.
 #pragma once
 
-#include "tools/corvane-host/ProductPreset.h"
-#include "tools/corvane-host/VstPreset.h"
+#include "tools/corvane-host/PresetFormats.h"
 
 #include <optional>
 #include <string>
@@ -20,9 +19,9 @@ struct Program {
 // Of all lists that a parameter chooses from, in order.
 std::vector<Program> listPrograms(const HostedPlugin& plugin);
 
-// Chooses it in the controller, and tells the processor, which was prepared for samples of `bits`
-// bits, what the plug-in wants it to know.
-void chooseProgram(HostedPlugin& plugin, const Program& program, int bits);
+// Chooses it in the controller, and tells the processor what the plug-in wants it to know. The
+// plug-in is prepared.
+void chooseProgram(HostedPlugin& plugin, const Program& program);
 
 // Where the settings that the plug-in has now came from.
 struct AppliedPreset {
@@ -33,11 +32,10 @@ struct AppliedPreset {
 
 // `nameOrFile` is a program's name, without regard to case, or its number from 0; or a .vstpreset,
 // taken as a state; or a preset file of the product, of which `part` is taken.
-AppliedPreset applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, int bits,
+AppliedPreset applyPreset(HostedPlugin& plugin, const std::string& nameOrFile,
                           RecordPart part = RecordPart::PresetChoice);
 
 // The same for a file alone.
-AppliedPreset applyPresetFile(HostedPlugin& plugin, const std::string& file, int bits,
-                              RecordPart part);
+AppliedPreset applyPresetFile(HostedPlugin& plugin, const std::string& file, RecordPart part);
 
 }  // namespace Quorvant::Hosting

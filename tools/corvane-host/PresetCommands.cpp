@@ -19,12 +19,11 @@ namespace {
 
 constexpr double kRate = 48000.0;
 constexpr int kBlock = 512;
-constexpr int kBits = 32;
 constexpr std::string_view kStateExtension = ".vstpreset";
 
 HostedPlugin::Ptr openPrepared(const PluginChoice& choice) {
     auto plugin = openPlugin(choice);
-    prepareAsItIs(*plugin, kRate, kBlock, kBits);
+    prepareAsItIs(*plugin, kRate, kBlock);
     return plugin;
 }
 
@@ -73,7 +72,7 @@ fs::path importFile(const PluginChoice& choice, const std::string& file, bool re
         throw Failure{inQuotes(utf8FromPath(target)) + " exists already, --force replaces it"};
     const auto plugin = openPrepared(choice);
     checkIsProduct(*plugin, file);
-    const auto applied = applyPresetFile(*plugin, file, kBits, RecordPart::Everything);
+    const auto applied = applyPresetFile(*plugin, file, RecordPart::Everything);
     const auto preset = productPreset(*plugin, applied);
     writeProductPreset(target, preset);
     tellLosses(file, preset.losses);
@@ -93,7 +92,7 @@ void listPresets(const PluginChoice& choice, bool plain) {
 
 void showPreset(const PluginChoice& choice, const std::string& nameOrFile, bool plain) {
     const auto plugin = openPrepared(choice);
-    const auto applied = applyPreset(*plugin, nameOrFile, kBits, RecordPart::Everything);
+    const auto applied = applyPreset(*plugin, nameOrFile, RecordPart::Everything);
     if (applied.product) tellLosses(nameOrFile, applied.product->losses);
     using Steinberg::Vst::ParameterInfo;
     Report report(plain);
@@ -112,7 +111,7 @@ void exportPreset(const PluginChoice& choice, const std::string& nameOrFile,
         throw Failure{inQuotes(path) + " ends in neither .qvx nor .vstpreset"};
     const auto plugin = openPrepared(choice);
     if (!toState) checkIsProduct(*plugin, path);
-    const auto applied = applyPreset(*plugin, nameOrFile, kBits, RecordPart::Everything);
+    const auto applied = applyPreset(*plugin, nameOrFile, RecordPart::Everything);
     if (toState) {
         saveVstPreset(*plugin, path, applied.notes);
         if (applied.product) tellLosses(nameOrFile, applied.product->losses);
@@ -139,7 +138,7 @@ void exportAllPresets(const PluginChoice& choice, const std::string& folder) {
         for (int again = 2; std::ranges::any_of(taken, isSame); ++again)
             name = base + " " + std::to_string(again);
         taken.push_back(name);
-        chooseProgram(*plugin, program, kBits);
+        chooseProgram(*plugin, program);
         saveVstPreset(*plugin, fs::path(folder) / pathFromUtf8(name.append(kStateExtension)),
                       {program.name, program.category, true});
     }

@@ -7,8 +7,8 @@
 
 namespace Quorvant::Hosting {
 
-// From now on windows of this process open on a display of its own, which ends with the process.
-// Windows has no such displays and needs none: there nothing happens.
+// From now on windows of this process open on a display of its own, which ends with the last of
+// them. Windows has no such displays and needs none: there nothing happens.
 void openPrivateDisplay();
 
 // As a PNG that appears at its path only when it is complete.

@@ -141,6 +141,7 @@ class HostedPlugin {
     Steinberg::int32 latency() const;             // frames
     Steinberg::uint32 tail() const;               // frames, kNoTail, kInfiniteTail
     bool canProcess(bool doublePrecision) const;  // canProcessSampleSize
+    bool isDoublePrecision() const { return sampleSize == Steinberg::Vst::kSample64; }
 
     tresult process(const Block<float>& block);
     tresult process(const Block<double>& block);

@@ -1,5 +1,6 @@
-// Presets in the product's own files, of today's version and the earlier one, and how they reach
-// the plug-in: as parameters, as when a user chooses them in the editor.
+// Presets as files: a .vstpreset, which hosts exchange and which holds a plug-in's state; and the
+// product's own files, of today's version and the earlier one, which reach the plug-in as
+// parameters, as when a user chooses them in the editor.
 #pragma once
 
 #include "presets/PresetRecord.h"
@@ -11,6 +12,22 @@
 #include <vector>
 
 namespace Quorvant::Hosting {
+
+// What a .vstpreset holds beside the component's state.
+struct PresetNotes {
+    std::string name, category;   // as hosts' browsers show them; empty: untold
+    bool controllerState = true;  // whether the controller's state is there
+};
+
+// At once or not at all.
+void saveVstPreset(const HostedPlugin& plugin, const std::filesystem::path& file,
+                   const PresetNotes& notes);
+
+// Whether the file's content is that of a .vstpreset, whatever its name.
+bool isVstPreset(const std::string& file);
+
+// A damaged preset and one of another class are an error.
+PresetNotes loadVstPreset(HostedPlugin& plugin, const std::string& file);
 
 // An error that names `file` unless the plug-in is the one that these presets are for.
 void checkIsProduct(const HostedPlugin& plugin, const std::string& file);
