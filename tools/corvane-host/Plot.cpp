@@ -35,7 +35,7 @@ set title 'Output'; plot $output using 1:2:3 with filledcurves notitle lc rgb '#
 )";
 constexpr const char* kReductionScript = R"(
 set title 'Gain reduction'; set ylabel 'dB'; set xlabel 'time (s)'; set yrange [*<-3:0.2]
-set key outside right top
+set key bottom right
 )";
 
 void addWaveform(std::ostream& script, const char* name, const Audio& audio) {
