@@ -1,4 +1,4 @@
-// The commands that only look: info, params.
+// The commands that only look: info, params, meters.
 #include "tools/corvane-host/Commands.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/hosting/Text.h"
@@ -12,6 +12,8 @@ using namespace Steinberg::Vst;
 namespace {
 
 constexpr int kMostListedTexts = 8;
+constexpr int kTimeDecimals = 3;
+constexpr int kValueDecimals = 6;
 
 std::string flagNames(const Parameter& parameter) {
     static constexpr std::pair<Steinberg::int32, const char*> kNames[] = {
@@ -62,6 +64,26 @@ void listParameters(const PluginChoice& choice, bool plain) {
                     parameter.units, std::to_string(parameter.stepCount),
                     plugin.textOf(parameter, parameter.defaultNormalised), flagNames(parameter),
                     valueTexts(plugin, parameter)});
+    report.print(std::cout);
+}
+
+void showMeters(const PluginChoice& choice, const RenderOptions& options,
+                const MeterOptions& meters, bool plain) {
+    Readings readings(meters.every);
+    const auto done = runRender(choice, options, readings);
+    if (readings.columns.empty())
+        throw Failure{inQuotes(done.plugin->name()) + " reports no readings"};
+    Report report = meters.csv ? Report(Report::Style::Csv) : Report(plain);
+    Report::Row titles = {"seconds"};
+    for (const auto& column : readings.columns) titles.push_back(column.title);
+    report.heading(titles);
+    for (const auto& row : readings.rows) {
+        Report::Row line = {number(row.seconds, kTimeDecimals)};
+        for (const auto& value : row.values)
+            line.push_back(value ? number(*value, kValueDecimals) : std::string());
+        line.resize(titles.size());
+        report.add(std::move(line));
+    }
     report.print(std::cout);
 }
 

@@ -50,10 +50,20 @@ class EditLog
                                               Steinberg::Vst::ParamValue value) override;
     Steinberg::tresult PLUGIN_API endEdit(Steinberg::Vst::ParamID id) override;
     Steinberg::tresult PLUGIN_API restartComponent(Steinberg::int32 flags) override;
-    Steinberg::tresult PLUGIN_API setDirty(Steinberg::TBool state) override;
-    Steinberg::tresult PLUGIN_API requestOpenEditor(Steinberg::FIDString name) override;
-    Steinberg::tresult PLUGIN_API startGroupEdit() override;
-    Steinberg::tresult PLUGIN_API finishGroupEdit() override;
+    Steinberg::tresult PLUGIN_API setDirty(Steinberg::TBool state) override {
+        return state ? counted(dirtyMarks) : Steinberg::kResultOk;
+    }
+    Steinberg::tresult PLUGIN_API requestOpenEditor(Steinberg::FIDString) override {
+        return Steinberg::kNotImplemented;
+    }
+    Steinberg::tresult PLUGIN_API startGroupEdit() override { return counted(groupsBegun); }
+    Steinberg::tresult PLUGIN_API finishGroupEdit() override { return counted(groupsEnded); }
+
+  private:
+    static Steinberg::tresult counted(int& count) {
+        ++count;
+        return Steinberg::kResultOk;
+    }
 };
 
 // A stream in memory that also carries the attributes which hosts attach to states.

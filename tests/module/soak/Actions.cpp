@@ -1,7 +1,6 @@
 #include "tests/module/soak/Actions.h"
 
 #include "params/ParameterIndex.h"
-#include "tools/hosting/ParameterText.h"
 
 #include "pluginterfaces/vst/ivstunits.h"
 
