@@ -207,10 +207,7 @@ void Editor::open(std::function<Overlay*(const CRect& size)> make) {
 }
 
 void Editor::typeValue(uint32_t index, const CRect& over) {
-    char text[kTextCapacity];
-    getParameterText(static_cast<int32_t>(index), owner.value(index), text);
-    std::string initial = text;
-    if (index == kManualTempo) initial = fixedText(manualTempoBpm(owner.value(index)), 1);
+    const std::string initial = textToType(index, owner.value(index));
     const auto take = [this, index](const std::string& typed) {
         if (const auto value = valueFromTyped(index, typed)) {
             setParameter(index, *value);

@@ -116,6 +116,9 @@ void Panel::add(const ControlSpec& spec) {
         case ControlKind::Choice:
             takeControl(new ChoiceRow(rect, owner, spec.id, choicesFor(spec.id)));
             break;
+        case ControlKind::LevelSet:
+            takeControl(new LevelSetRow(rect, owner, spec.id, choicesFor(spec.id)));
+            break;
         case ControlKind::TimeReadout:
             takeControl(takeLively(new TimeReadout(rect, owner)));
             break;

@@ -1,7 +1,7 @@
 #include "gui/StatusLine.h"
 
 #include "dsp/OutputIndex.h"
-#include "gui/Tempo.h"
+#include "params/ParameterText.h"
 
 #include <cmath>
 

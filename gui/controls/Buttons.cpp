@@ -151,14 +151,6 @@ bool ChoiceRow::pressed(VSTGUI::MouseDownEvent& event) {
     return false;
 }
 
-void ChoiceRow::ctrlPressed(VSTGUI::MouseDownEvent& event) {
-    if (parameter() == kGlobal) {
-        copyVisibleSet(editor());
-    } else {
-        ParameterControl::ctrlPressed(event);
-    }
-}
-
 void ChoiceRow::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
     fillRound(*context, size, 4.0, Theme::kButtonEdge);
@@ -168,7 +160,7 @@ void ChoiceRow::draw(VSTGUI::CDrawContext* context) {
         CRect rect = cell(i);
         rect.inset(0.75, 0.75);
         const bool on = i == chosen;
-        const CColor colour = parameter() == kGlobal && i == 1 ? Theme::kGlobalAccent : accent();
+        const CColor colour = colourOf(i);
         if (on) {
             fillRoundGradient(*context, rect, 3.0, mix(colour, CColor(255, 255, 255, 255), 0.15),
                               colour);
@@ -190,11 +182,16 @@ void ChoiceRow::draw(VSTGUI::CDrawContext* context) {
     setDirty(false);
 }
 
-void copyVisibleSet(EditorContext& context) {
-    const auto& from = context.globalMode() ? kGlobalSetIndices : kPresetSetIndices;
-    const auto& to = context.globalMode() ? kPresetSetIndices : kGlobalSetIndices;
+CColor LevelSetRow::colourOf(std::size_t choice) const {
+    return choice == 0 ? Theme::kAccent : Theme::kGlobalAccent;
+}
+
+void LevelSetRow::ctrlPressed(VSTGUI::MouseDownEvent&) {
+    const bool global = editor().globalMode();
+    const auto& from = global ? kGlobalSetIndices : kPresetSetIndices;
+    const auto& to = global ? kPresetSetIndices : kGlobalSetIndices;
     for (std::size_t i = 0; i < kGlobalSetSize; ++i) {
-        context.setParameter(to[i], context.model().value(from[i]));
+        editor().setParameter(to[i], editor().model().value(from[i]));
     }
 }
 

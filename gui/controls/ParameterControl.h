@@ -8,8 +8,7 @@
 
 namespace Quorvant {
 
-// The place of a value along a control's travel, 0 ... 1, and back. Delay Time is spread out at
-// its short end; all others are straight.
+// The place of a value along a control's travel, 0 ... 1, and back.
 double travelFromValue(uint32_t index, double value);
 double valueFromTravel(uint32_t index, double travel);
 
@@ -38,8 +37,8 @@ class ParameterControl : public Control {
     EditorContext& editor() const { return owner; }
     double modelValue() const { return owner.model().value(parameter()); }
     std::string valueText() const;  // as hosts show it, without the unit
-    std::string unitText() const;
-    CColor accent() const;  // of the set that is seen
+    std::string unitText() const;   // empty where the text tells it
+    CColor accent() const;          // of the set that is seen
     bool hovered() const { return pointerInside || dragging; }
     bool held() const { return dragging; }
 

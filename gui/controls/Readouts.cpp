@@ -5,6 +5,7 @@
 #include "params/NoteTable.h"
 #include "params/ParameterIndex.h"
 #include "params/ParameterLaws.h"
+#include "params/ParameterText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +22,7 @@ std::string bpmText(double bpm) {
 }  // namespace
 
 void stepDelayTime(EditorContext& context, double milliseconds) {
-    const double value = context.model().value(kDelayTime) + milliseconds / kLongestDelayMs;
+    const double value = context.model().value(kDelayTime) + delayTimeValue(milliseconds);
     context.setParameter(kDelayTime, std::clamp(value, 0.0, 1.0));
 }
 
@@ -153,7 +154,7 @@ void NoteReadout::openList(bool extended) {
     const int current = listState(modelValue(), kNoteCount);
     // The longest last, in either list.
     for (int i = 0; i < kNoteCount; ++i) {
-        const int index = parameter() == kLfoNote ? kNoteCount - 1 - i : i;
+        const int index = noteByLength(parameter(), i);
         if (!extended && !isEverydayNote(parameter(), index)) continue;
         const bool newColumn = !menu.empty() && menu.size() % kColumn == 0;
         menu.push_back(
