@@ -26,7 +26,7 @@ bool encode(const Pixels& pixels, const std::filesystem::path& path) {
     auto* bytes = reinterpret_cast<BYTE*>(const_cast<uint32_t*>(pixels.values.data()));
     Gdiplus::Bitmap bitmap(pixels.width, pixels.height, pixels.width * 4, PixelFormat32bppRGB,
                            bytes);
-    return bitmap.Save(path.c_str(), &kPngEncoder) == Gdiplus::Ok;
+    return bitmap.Save(path.c_str(), &kPngEncoder, nullptr) == Gdiplus::Ok;
 }
 
 }  // namespace
