@@ -102,11 +102,7 @@ ParameterPoint resolveSetting(const HostedPlugin& plugin, const std::string& nam
             throw Failure{inQuotes(text) + " is no normalised value, they go from @0 to @1"};
         return {parameter->id, 0, value};
     }
-    auto value = plugin.valueOf(*parameter, text);
-    const std::string unit = " " + parameter->units;  // as shownValue adds it
-    if (!value && text.ends_with(unit))
-        value = plugin.valueOf(*parameter, text.substr(0, text.size() - unit.size()));
-    return {parameter->id, 0, orThrow(value)};
+    return {parameter->id, 0, orThrow(plugin.valueOf(*parameter, text))};
 }
 
 void deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points) {
