@@ -53,9 +53,4 @@ void Grip::onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) {
     event.consumed = true;
 }
 
-void Grip::onMouseUpEvent(VSTGUI::MouseUpEvent& event) {
-    down = false;
-    event.consumed = true;
-}
-
 }  // namespace Quorvant

@@ -20,7 +20,7 @@ class KickButton : public ParameterControl {
     void doubleClicked(VSTGUI::MouseDownEvent& event) override { pressed(event); }
     virtual double light() const;  // of the lamp, 0 ... 1
     virtual CColor lightColour() const { return accent(); }
-    void drawKick(VSTGUI::CDrawContext& context, const std::string& text);
+    const std::string& text() const { return label; }
 
   private:
     std::string label;
@@ -98,12 +98,10 @@ class ActionButton : public Control {
 
     void draw(VSTGUI::CDrawContext* context) override;
     void onMouseDownEvent(VSTGUI::MouseDownEvent& event) override;
-    void onMouseUpEvent(VSTGUI::MouseUpEvent& event) override;
-    void onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) override;
-    void onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) override;
-    void onMouseExitEvent(VSTGUI::MouseExitEvent& event) override;
 
   private:
+    void released() override { down = false; }
+
     Look look;
     std::string label;
     Action action;
@@ -113,7 +111,6 @@ class ActionButton : public Control {
     bool repeating = false;
     bool enabled = true;
     bool lit = false;
-    bool inside = false;
     bool down = false;
     uint32_t nextRepeat = 0;  // tick count
 };

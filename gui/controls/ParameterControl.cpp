@@ -31,10 +31,6 @@ double valueFromTravel(uint32_t index, double travel) {
     return shortEndSpread(index) ? travel * travel * travel : travel;
 }
 
-CRect editorRect(const VSTGUI::CView& view) {
-    return view.translateToGlobal(view.getViewSize(), true);
-}
-
 ParameterControl::ParameterControl(const CRect& size, EditorContext& editorOf, uint32_t tagId,
                                    uint32_t index)
     : Control(size, static_cast<int32_t>(tagId)),
@@ -183,18 +179,9 @@ void ParameterControl::onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) {
     event.consumed = true;
 }
 
-void ParameterControl::onMouseUpEvent(VSTGUI::MouseUpEvent& event) {
+void ParameterControl::released() {
     dragging = false;
     endGesture();
-    invalid();
-    event.consumed = true;
-}
-
-void ParameterControl::onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) {
-    dragging = false;
-    endGesture();
-    invalid();
-    event.consumed = true;
 }
 
 void ParameterControl::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
@@ -205,21 +192,8 @@ void ParameterControl::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
     event.consumed = true;
 }
 
-void ParameterControl::onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) {
-    pointerInside = true;
-    invalid();
-    event.consumed = true;
-}
-
-void ParameterControl::onMouseExitEvent(VSTGUI::MouseExitEvent& event) {
-    pointerInside = false;
-    invalid();
-    event.consumed = true;
-}
-
 bool ParameterControl::removed(VSTGUI::CView* parent) {
-    dragging = false;
-    endGesture();
+    released();
     return Control::removed(parent);
 }
 

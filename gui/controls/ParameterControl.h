@@ -26,11 +26,7 @@ class ParameterControl : public Control {
 
     void onMouseDownEvent(VSTGUI::MouseDownEvent& event) override;
     void onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) override;
-    void onMouseUpEvent(VSTGUI::MouseUpEvent& event) override;
-    void onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) override;
     void onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) override;
-    void onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) override;
-    void onMouseExitEvent(VSTGUI::MouseExitEvent& event) override;
     bool removed(VSTGUI::CView* parent) override;
 
   protected:
@@ -39,7 +35,7 @@ class ParameterControl : public Control {
     std::string valueText() const;  // as hosts show it, without the unit
     std::string unitText() const;   // empty where the text tells it
     CColor accent() const;          // of the set that is seen
-    bool hovered() const { return pointerInside || dragging; }
+    bool hovered() const { return pointed() || dragging; }
     bool held() const { return dragging; }
 
     // A left press without modifiers that is no double click. Controls that are clicked, not
@@ -61,11 +57,12 @@ class ParameterControl : public Control {
     CPoint lastPoint;
 
   private:
+    void released() override;
+
     EditorContext& owner;
     uint32_t presetParameter;
     uint32_t shownParameter;
     uint32_t gestureParameter = 0;
-    bool pointerInside = false;
     bool dragging = false;
     bool gesture = false;
     double dragTravel = 0.0;  // unrounded, so that lists move evenly
