@@ -33,7 +33,7 @@ void close(Scene&, Guest& guest) {
 void resize(Scene& scene, Guest& guest) {
     const bool usual = scene.dice.oneIn(2) || guest.window->width() > kLargestWidth;
     const int width = usual ? kUsualWidth : scene.dice.between(300, 1500);
-    require(guest.window->setWidth(width).operator bool(), "the editor can't be resized");
+    require(guest.window->setWidth(width), "the editor can't be resized");
 }
 
 void process(Scene& scene, Guest& guest) {
@@ -149,9 +149,7 @@ class Hand {
 
 void playInEditor(Scene& scene, Guest& guest) {
     if (!guest.window) {
-        auto opened = Hosting::EditorWindow::open(*guest.plugin);
-        if (!opened) require(false, opened.error());
-        guest.window = std::move(*opened);
+        guest.window = Hosting::EditorWindow::open(*guest.plugin);
     }
     if (guest.window->width() > kLargestWidth) resize(scene, guest);
     pass(scene, kPicture);

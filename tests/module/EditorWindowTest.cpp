@@ -41,12 +41,7 @@ bool isDrawn(EditorWindow& window) {
 }
 
 EditorWindow::Ptr open(ModuleRig& rig) {
-    auto window = EditorWindow::open(*rig.plugin);
-    if (!window) {
-        ADD_FAILURE() << window.error();
-        std::abort();
-    }
-    return std::move(*window);
+    return EditorWindow::open(*rig.plugin);
 }
 
 EditorWindow::Ptr openDrawn(ModuleRig& rig) {

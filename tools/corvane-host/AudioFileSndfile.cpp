@@ -1,13 +1,12 @@
 #include "tools/corvane-host/AudioFile.h"
-#include "tools/corvane-host/PartialFile.h"
-#include "tools/hosting/Result.h"
+#include "tools/corvane-host/WholeFile.h"
 #include "tools/hosting/Text.h"
 
 #include <sndfile.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
-#include <span>
 
 namespace Quorvant::Hosting {
 
@@ -67,8 +66,10 @@ void writeAudio(const std::string& path, const SampleFormat& format, const Audio
     if (sf_format_check(&info) == 0)
         throw Failure{"a " + container + " file cannot have a rate of " +
                       std::to_string(audio.rate) + " Hz"};
-    PartialFile partial(path);
-    SndfilePtr file(sf_open(partial.temporaryPath().c_str(), SFM_WRITE, &info));
+    // A file without a name, which needs nobody to tidy up.
+    const std::unique_ptr<FILE, decltype(&std::fclose)> nameless(std::tmpfile(), &std::fclose);
+    SndfilePtr file(nameless ? sf_open_fd(fileno(nameless.get()), SFM_WRITE, &info, SF_FALSE)
+                             : nullptr);
     if (!file) fail("write", path, nullptr);
     sf_command(file.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
     for (size_t at = 0; at < audio.samples.size(); at += kChunk) {
@@ -79,9 +80,13 @@ void writeAudio(const std::string& path, const SampleFormat& format, const Audio
         if (sf_write_double(file.get(), chunk.data(), count) != count)
             fail("write", path, file.get());
     }
-    if (sf_close(file.release()) != 0)
+    FileBytes bytes;
+    if (sf_close(file.release()) == 0 && std::fseek(nameless.get(), 0, SEEK_END) == 0)
+        bytes.resize(static_cast<size_t>(std::ftell(nameless.get())));
+    std::rewind(nameless.get());
+    if (bytes.empty() || std::fread(bytes.data(), 1, bytes.size(), nameless.get()) != bytes.size())
         throw Failure{"cannot write " + inQuotes(path) + " to its end"};
-    partial.keep();
+    writeWhole(path, bytes);
 }
 
 }  // namespace Quorvant::Hosting

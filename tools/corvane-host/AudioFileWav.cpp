@@ -1,6 +1,5 @@
-#include "platform/AtomicFile.h"
 #include "tools/corvane-host/AudioFile.h"
-#include "tools/hosting/Result.h"
+#include "tools/corvane-host/WholeFile.h"
 #include "tools/hosting/Text.h"
 
 #include <algorithm>
@@ -30,18 +29,16 @@ struct Chunk {
     uint32_t size;
 };
 
-using Bytes = std::vector<std::byte>;
-
 // False where the bytes end before.
 template <typename Value>
-bool take(const Bytes& bytes, size_t at, Value& value) {
+bool take(const FileBytes& bytes, size_t at, Value& value) {
     if (at > bytes.size() || bytes.size() - at < sizeof value) return false;
     std::memcpy(&value, bytes.data() + at, sizeof value);
     return true;
 }
 
 template <typename Value>
-void put(Bytes& bytes, const Value& value, size_t size = sizeof(Value)) {
+void put(FileBytes& bytes, const Value& value, size_t size = sizeof(Value)) {
     const auto* start = reinterpret_cast<const std::byte*>(&value);
     bytes.insert(bytes.end(), start, start + size);
 }
@@ -65,9 +62,7 @@ float decode(const std::byte* bytes, const Format& format) {
 }  // namespace
 
 Audio readAudio(const std::string& path) {
-    Bytes bytes;
-    if (const auto error = readFile(path, kLongest, bytes))
-        throw Failure{"cannot read " + inQuotes(path) + ": " + error.message()};
+    const FileBytes bytes = readWhole(path, kLongest);
     const Failure refused{"cannot read " + inQuotes(path) +
                           ": it is no WAV file of 16, 24 or 32 bits or 32-bit float"};
     Format format{};
@@ -109,7 +104,7 @@ void writeAudio(const std::string& path, const SampleFormat& format, const Audio
     const auto rate = static_cast<uint32_t>(audio.rate);
     const auto frameBytes = static_cast<uint16_t>(sampleBytes * channels);
     const auto dataSize = static_cast<uint32_t>(size), padding = dataSize % 2;
-    Bytes bytes;
+    FileBytes bytes;
     bytes.reserve(size + 64);
     put(bytes, Chunk{{'R', 'I', 'F', 'F'}, 36 + dataSize + padding});
     put(bytes, Chunk{{'W', 'A', 'V', 'E'}, 0}, 4);
@@ -127,8 +122,7 @@ void writeAudio(const std::string& path, const SampleFormat& format, const Audio
                 sampleBytes);
     }
     bytes.resize(bytes.size() + padding);
-    if (const auto error = replaceFile(path, bytes))
-        throw Failure{"cannot write " + inQuotes(path) + ": " + error.message()};
+    writeWhole(path, bytes);
 }
 
 }  // namespace Quorvant::Hosting

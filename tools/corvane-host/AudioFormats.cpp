@@ -1,5 +1,4 @@
 #include "tools/corvane-host/AudioFile.h"
-#include "tools/hosting/Result.h"
 #include "tools/hosting/Text.h"
 
 #include <filesystem>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "tools/hosting/HostedPlugin.h"
+#include "tools/hosting/Text.h"
 
 #include <vector>
 
@@ -11,12 +12,17 @@ template <typename Sample>
 class BlockBuffers {
   public:
     // All buses get channels, the inactive ones silent. `maxFrames` is the largest block.
-    BlockBuffers(const HostedPlugin& plugin, int maxFrames) {
+    BlockBuffers(HostedPlugin& hosted, int maxFrames) : plugin(hosted) {
         block.inputs = channelsOf(plugin.buses(Steinberg::Vst::kInput), maxFrames);
         block.outputs = channelsOf(plugin.buses(Steinberg::Vst::kOutput), maxFrames);
     }
     BlockBuffers(const BlockBuffers&) = delete;
     BlockBuffers& operator=(const BlockBuffers&) = delete;
+
+    void process() {
+        if (plugin.process(block) != Steinberg::kResultOk)
+            throw Failure{inQuotes(plugin.name()) + " failed to process a block"};
+    }
 
     Block<Sample> block;
 
@@ -32,6 +38,7 @@ class BlockBuffers {
         return result;
     }
 
+    HostedPlugin& plugin;
     std::vector<std::vector<Sample>> storage;
 };
 

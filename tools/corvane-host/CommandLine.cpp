@@ -1,14 +1,21 @@
 // corvane-host: VST3 effects from the command line.
 #include "tools/corvane-host/Commands.h"
-#include "tools/corvane-host/PartialFile.h"
 #include "tools/corvane-host/Phrase.h"
 
 #include <CLI/CLI.hpp>
 
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <new>
+
+#ifdef _WIN32
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -27,10 +34,10 @@ struct Arguments {
     bool plain = false;
     PluginChoice choice;
     RenderOptions render;
-    MeterOptions meters;
+    double every = 0.1;  // seconds
     BenchOptions bench;
     EditorOptions editor;
-    std::string tail = "auto", preset, output, folder;
+    std::string preset, output, folder;
     std::vector<std::string> files;
     bool replace = false;
 };
@@ -47,12 +54,17 @@ CLI::Validator numberWithin(double lowest, double highest) {
     return CLI::Validator(check, "");
 }
 
+// An option with a value, which the help calls by the name of its kind.
+template <typename Value>
+CLI::Option* option(CLI::App& command, const char* name, const char* kind, Value& to,
+                    const std::string& what) {
+    return command.add_option(name, to, what)->type_name(kind);
+}
+
 void addPlugin(CLI::App& command, Arguments& to) {
-    command
-        .add_option("--plugin", to.choice.plugin,
-                    "The .vst3 to load, by its path or by its name where hosts look (default: the\n"
-                    "one delivered with this program, else the installed one)")
-        ->type_name("PATH|NAME");
+    option(command, "--plugin", "PATH|NAME", to.choice.plugin,
+           "The .vst3 to load, by its path or by its name where hosts look (default: the\n"
+           "one delivered with this program, else the installed one)");
 }
 
 void addSettings(CLI::App& command, Arguments& to) {
@@ -61,55 +73,43 @@ void addSettings(CLI::App& command, Arguments& to) {
         return text.find('=') == std::string::npos ? "'" + text + "' is not NAME=TEXT"
                                                    : std::string();
     };
-    command
-        .add_option("--param", to.choice.settings,
-                    "A parameter by title, short title or id, and a value text as the plug-in\n"
-                    "shows it, or @0 ... @1 for a normalised value; repeatable")
-        ->type_name("NAME=TEXT")
+    option(command, "--param", "NAME=TEXT", to.choice.settings,
+           "A parameter by title, short title or id, and a value text as the plug-in\n"
+           "shows it, or @0 ... @1 for a normalised value; repeatable")
         ->allow_extra_args(false)
         ->check(check);
-    command
-        .add_option("--preset", to.choice.preset,
-                    "A preset to choose before the parameters are set: a name that 'presets list'\n"
-                    "shows, or its number; a .qvx file; or a .vstpreset")
-        ->type_name("NAME|FILE");
+    option(command, "--preset", "NAME|FILE", to.choice.preset,
+           "A preset to choose before the parameters are set: a name that 'presets list'\n"
+           "shows, or its number; a .qvx file; or a .vstpreset");
 }
 
 // What render and meters have in common.
 void addRenderOptions(CLI::App& command, Arguments& to) {
     addSettings(command, to);
-    command
-        .add_option("--automate", to.render.automation,
-                    "A file of lines 'seconds,parameter,text', each a step at that very frame")
-        ->type_name("FILE");
-    command
-        .add_option("--tempo", to.render.tempo, "The song's tempo; it then plays from its start")
-        ->check(numberWithin(1.0, 1000.0))
-        ->type_name("BPM");
-    command
-        .add_option("--sidechain", to.render.sideChain,
-                    "A mono or stereo file of the same rate for the side-chain input")
-        ->type_name("FILE");
-    command.add_option("--block", to.render.block, "Frames in a block")
+    option(command, "--automate", "FILE", to.render.automation,
+           "A file of lines 'seconds,parameter,text', each a step at that very frame");
+    option(command, "--tempo", "BPM", to.render.tempo,
+           "The song's tempo; it then plays from its start")
+        ->check(numberWithin(1.0, 1000.0));
+    option(command, "--sidechain", "FILE", to.render.sideChain,
+           "A mono or stereo file of the same rate for the side-chain input");
+    option(command, "--block", "N", to.render.block, "Frames in a block")
         ->check(CLI::Range(1, 1 << 20))
-        ->type_name("N")
         ->capture_default_str();
+    const auto setTail = [&to](const std::string& text) {
+        if (text != "auto") to.render.tail = std::stod(text);
+    };
     command
-        .add_option("--tail", to.tail,
-                    "How long to go on after the input; auto ends a second after the output has\n"
-                    "fallen below -90 dBFS for good, and after 60 seconds at the latest")
+        .add_option_function<std::string>(
+            "--tail", setTail,
+            "How long to go on after the input; auto ends a second after the output has\n"
+            "fallen below -90 dBFS for good, and after 60 seconds at the latest")
         ->check(CLI::IsMember({"auto"}) | numberWithin(0.0, kLongestSeconds))
         ->type_name("SECONDS|auto")
-        ->capture_default_str();
+        ->default_str("auto");
     command.add_option("--bits", to.render.bits, "Samples that the plug-in processes")
         ->check(CLI::IsMember({32, 64}))
         ->capture_default_str();
-}
-
-RenderOptions renderOptions(const Arguments& given) {
-    RenderOptions options = given.render;
-    if (given.tail != "auto") options.tail = std::stod(given.tail);
-    return options;
 }
 
 void addRender(CLI::App& app, Arguments& to) {
@@ -117,30 +117,24 @@ void addRender(CLI::App& app, Arguments& to) {
     command.add_option("IN", to.render.input, "A mono or stereo audio file")->required();
     command.add_option("OUT", to.render.output, "The file to write")->required();
     addRenderOptions(command, to);
-    command
-        .add_option("--format", to.render.format,
-                    "One of " + formatNames() + " (default: by the extension of OUT)")
-        ->type_name("FORMAT");
-    command
-        .add_option("--plot", to.render.plot, "Also draw input, output and gain reduction as a PNG")
-        ->type_name("FILE.png");
-    command.callback([&to] { render(to.choice, renderOptions(to), to.plain); });
+    option(command, "--format", "FORMAT", to.render.format,
+           "One of " + formatNames() + " (default: by the extension of OUT)");
+    option(command, "--plot", "FILE.png", to.render.plot,
+           "Also draw input, output and gain reduction as a PNG");
+    command.callback([&to] { render(to.choice, to.render, to.plain); });
 }
 
 void addMeters(CLI::App& app, Arguments& to) {
     CLI::App& command = *app.add_subcommand(
         "meters", "Show what the effect reports of itself while a file runs through it");
     command.add_option("IN", to.render.input, "A mono or stereo audio file")->required();
-    command
-        .add_option("--every", to.meters.every,
-                    "Time between two rows; a row has each reading's last value, or its highest\n"
-                    "where the title tells of a peak, level, activity, headroom or reduction")
+    option(command, "--every", "SECONDS", to.every,
+           "Time between two rows; a row has each reading's last value, or its highest\n"
+           "where the title tells of a peak, level, activity, headroom or reduction")
         ->check(numberWithin(0.001, kLongestSeconds))
-        ->type_name("SECONDS")
         ->capture_default_str();
-    command.add_flag("--csv", to.meters.csv, "Print comma-separated values with a heading");
     addRenderOptions(command, to);
-    command.callback([&to] { showMeters(to.choice, renderOptions(to), to.meters, to.plain); });
+    command.callback([&to] { showMeters(to.choice, to.render, to.every, to.plain); });
 }
 
 void addInspection(CLI::App& app, Arguments& to) {
@@ -158,27 +152,16 @@ void addInspection(CLI::App& app, Arguments& to) {
 void addBench(CLI::App& app, Arguments& to) {
     CLI::App& command = *app.add_subcommand("bench", "Measure the effect's speed and memory");
     addSettings(command, to);
-    command.add_option("--instances", to.bench.instances, "Instances that take turns")
+    option(command, "--instances", "N", to.bench.instances, "Instances that take turns")
         ->check(CLI::Range(1, 1000))
-        ->type_name("N")
         ->capture_default_str();
-    command.add_option("--rate", to.bench.rate, "Sample rate")
+    option(command, "--rate", "HZ", to.bench.rate, "Sample rate")
         ->check(numberWithin(1000.0, 1e6))
-        ->type_name("HZ")
         ->capture_default_str();
-    command.add_option("--seconds", to.bench.seconds, "Seconds of audio for each instance")
+    option(command, "--seconds", "S", to.bench.seconds, "Seconds of audio for each instance")
         ->check(numberWithin(0.01, kLongestSeconds))
-        ->type_name("S")
         ->capture_default_str();
     command.callback([&to] { bench(to.choice, to.bench, to.plain); });
-}
-
-EditorClick readClick(const std::string& text) {
-    EditorClick click{};
-    char more = 0;
-    if (std::sscanf(text.c_str(), "%lf,%lf%c", &click.x, &click.y, &more) != 2)
-        throw CLI::ValidationError("--click", "'" + text + "' is not X,Y");
-    return click;
 }
 
 void addEditor(CLI::App& app, Arguments& to) {
@@ -192,19 +175,22 @@ void addEditor(CLI::App& app, Arguments& to) {
         "Draw it into this PNG instead, as it looks after two seconds; on Linux on a display of\n"
         "its own (by Xvfb), so that none is needed");
     screenshot->type_name("FILE.png");
-    command.add_option("--zoom", to.editor.zoom, "Percent of the size that the editor opens with")
+    option(command, "--zoom", "N", to.editor.zoom, "Percent of the size that the editor opens with")
         ->check(CLI::Range(10, 400))
-        ->type_name("N")
         ->capture_default_str();
-    const auto addClicks = [&to](const std::vector<std::string>& texts) {
-        for (const std::string& text : texts) to.editor.clicks.push_back(readClick(text));
+    const auto addClick = [&to](const std::string& text) {
+        double x = 0.0, y = 0.0;
+        char more = 0;
+        if (std::sscanf(text.c_str(), "%lf,%lf%c", &x, &y, &more) != 2)
+            throw CLI::ValidationError("--click", "'" + text + "' is not X,Y");
+        to.editor.clicks.emplace_back(x, y);
     };
     command
-        .add_option_function<std::vector<std::string>>(
-            "--click", addClicks,
+        .add_option_function<std::string>(
+            "--click", addClick,
             "Click there before the picture is drawn, in pixels of 100 %; repeatable")
         ->type_name("X,Y")
-        ->allow_extra_args(false)
+        ->trigger_on_parse()
         ->needs(screenshot);
     command.callback([&to] { showEditor(to.choice, to.editor); });
 }
@@ -274,10 +260,19 @@ int run(int argc, char** argv) {
     return 0;
 }
 
+extern "C" void onCrash(int) {
+    static const char sentence[] = "corvane-host: the plug-in crashed\n";
+    [[maybe_unused]] const auto written = write(2, sentence, sizeof sentence - 1);
+    std::_Exit(kFailure);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    tidyUpOnSignals();
+#ifdef SIGBUS
+    std::signal(SIGBUS, onCrash);
+#endif
+    for (const int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, onCrash);
     std::string failure;
     try {
         return run(argc, argv);

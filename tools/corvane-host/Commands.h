@@ -5,19 +5,16 @@
 #include "tools/corvane-host/RenderRun.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Quorvant::Hosting {
 
 void render(const PluginChoice& choice, const RenderOptions& options, bool plain);
 
-struct MeterOptions {
-    double every = 0.1;  // seconds
-    bool csv = false;
-};
-// What the plug-in reports while it renders the input; nothing is written.
-void showMeters(const PluginChoice& choice, const RenderOptions& options,
-                const MeterOptions& meters, bool plain);
+// What the plug-in reports while it renders the input, a row every so many seconds; nothing is
+// written.
+void showMeters(const PluginChoice& choice, const RenderOptions& options, double every, bool plain);
 
 struct BenchOptions {
     double seconds = 10.0;  // of audio for each instance
@@ -40,13 +37,10 @@ void exportAllPresets(const PluginChoice& choice, const std::string& folder);
 void importPresets(const PluginChoice& choice, const std::vector<std::string>& files, bool replace,
                    bool plain);
 
-struct EditorClick {
-    double x, y;  // pixels at 100 %
-};
 struct EditorOptions {
     int zoom = 100;  // percent of the size that the editor opens with
     std::string screenshot;
-    std::vector<EditorClick> clicks;
+    std::vector<std::pair<double, double>> clicks;  // x and y, in pixels at 100 %
 };
 // Shows the editor until its window is closed, or writes a picture of it as a PNG. The phrase plays
 // through the plug-in all the while, unheard.

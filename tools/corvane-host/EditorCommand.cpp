@@ -1,8 +1,10 @@
 #include "tools/corvane-host/BlockBuffers.h"
 #include "tools/corvane-host/Commands.h"
 #include "tools/corvane-host/Phrase.h"
+#include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Screenshot.h"
 #include "tools/hosting/EditorWindow.h"
+#include "tools/hosting/Text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -62,9 +64,9 @@ class Playback {
         transport.positionBeats = static_cast<double>(played) / kPhraseRate * kPhraseTempo / 60.0;
         const auto context = makeContext(transport, kPhraseRate);
         block.context = &context;
-        if (plugin.process(block) != Steinberg::kResultOk)
-            throw Failure{"the plug-in failed on a block"};
-        plugin.forwardOutputPoints();
+        buffers.process();
+        for (const ParameterPoint& point : plugin.outputPoints())
+            plugin.controller()->setParamNormalized(point.id, point.value);
         played += kFrames;
     }
 
@@ -96,9 +98,9 @@ Pixels settledPixels(EditorWindow& window) {
 void drawEditor(EditorWindow& window, Playback& playback, const EditorOptions& options) {
     playback.play(kPictureSeconds);
     settledPixels(window);
-    for (const EditorClick& click : options.clicks) {
-        const auto x = static_cast<int>(std::lround(click.x * options.zoom / 100.0));
-        const auto y = static_cast<int>(std::lround(click.y * options.zoom / 100.0));
+    for (const auto& click : options.clicks) {
+        const auto x = static_cast<int>(std::lround(click.first * options.zoom / 100.0));
+        const auto y = static_cast<int>(std::lround(click.second * options.zoom / 100.0));
         window.point(Pointer::Press, x, y);
         window.point(Pointer::Release, x, y);
         window.runUntil([] { return false; }, kAfterClick);
@@ -122,8 +124,9 @@ void showEditor(const PluginChoice& choice, const EditorOptions& options) {
     applySettings(plugin, choice);
     plugin.editLog().edits.clear();
     if (!options.screenshot.empty()) openPrivateDisplay();
-    const auto window = orThrow(EditorWindow::open(plugin));
-    if (options.zoom != 100) orThrow(window->setWidth(window->width() * options.zoom / 100));
+    const auto window = EditorWindow::open(plugin);
+    if (options.zoom != 100 && !window->setWidth(window->width() * options.zoom / 100))
+        throw Failure{"the editor can't be resized"};
 
     Playback playback(plugin);
     if (!options.screenshot.empty()) return drawEditor(*window, playback, options);

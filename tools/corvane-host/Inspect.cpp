@@ -27,28 +27,12 @@ std::string flagNames(const Parameter& parameter) {
     return names.empty() ? "-" : names;
 }
 
-// All texts of a short list, else the first and the last.
-std::string valueTexts(const HostedPlugin& plugin, const Parameter& parameter) {
-    if (parameter.stepCount < 1 || parameter.stepCount >= kMostListedTexts) {
-        const std::string first = plugin.textOf(parameter, 0.0);
-        const std::string last = plugin.textOf(parameter, 1.0);
-        return first.empty() && last.empty() ? std::string() : first + " ... " + last;
-    }
-    std::string texts;
-    for (int state = 0; state <= parameter.stepCount; ++state) {
-        const double value = static_cast<double>(state) / parameter.stepCount;
-        if (const auto text = plugin.textOf(parameter, value); !text.empty())
-            appendItem(texts, text);
-    }
-    return texts;
-}
-
 }  // namespace
 
 void showInfo(const PluginChoice& choice, bool plain) {
     const auto opened = openPlugin(choice);
     Report report(plain);
-    for (const auto& info : opened->moduleClasses())
+    for (const auto& info : opened->factory().classInfos())
         report.add({"class", info.name(), info.category(), info.subCategoriesString(),
                     info.vendor(), info.version(), info.sdkVersion(), info.ID().toString()});
     report.print(std::cout);
@@ -63,20 +47,20 @@ void listParameters(const PluginChoice& choice, bool plain) {
         report.add({std::to_string(parameter.id), parameter.title, parameter.shortTitle,
                     parameter.units, std::to_string(parameter.stepCount),
                     plugin.textOf(parameter, parameter.defaultNormalised), flagNames(parameter),
-                    valueTexts(plugin, parameter)});
+                    valueTexts(plugin, parameter, kMostListedTexts)});
     report.print(std::cout);
 }
 
-void showMeters(const PluginChoice& choice, const RenderOptions& options,
-                const MeterOptions& meters, bool plain) {
-    Readings readings(meters.every);
+void showMeters(const PluginChoice& choice, const RenderOptions& options, double every,
+                bool plain) {
+    Readings readings(every);
     const auto done = runRender(choice, options, readings);
     if (readings.columns.empty())
         throw Failure{inQuotes(done.plugin->name()) + " reports no readings"};
-    Report report = meters.csv ? Report(Report::Style::Csv) : Report(plain);
+    Report report(plain);
     Report::Row titles = {"seconds"};
     for (const auto& column : readings.columns) titles.push_back(column.title);
-    report.heading(titles);
+    report.add(titles);
     for (const auto& row : readings.rows) {
         Report::Row line = {number(row.seconds, kTimeDecimals)};
         for (const auto& value : row.values)

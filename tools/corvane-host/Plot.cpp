@@ -1,6 +1,6 @@
 #include "tools/corvane-host/Plot.h"
 
-#include "tools/corvane-host/PartialFile.h"
+#include "tools/corvane-host/WholeFile.h"
 #include "tools/hosting/Text.h"
 
 #include <algorithm>
@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <random>
 #include <sstream>
 
 #ifdef _WIN32
@@ -23,6 +24,7 @@ namespace Quorvant::Hosting {
 namespace {
 
 constexpr size_t kColumns = 1000;
+constexpr size_t kLargestPicture = 1 << 24;  // bytes
 
 // What gnuplot is told after the data and the values that differ from plot to plot.
 constexpr const char* kScript = R"(
@@ -111,7 +113,9 @@ void checkPlot(const std::string& path) {
 
 void drawPlot(const std::string& path, const std::string& title, const Audio& input,
               const Audio& output, const Readings& readings) {
-    PartialFile partial(path);
+    namespace fs = std::filesystem;
+    const fs::path drawn = fs::temp_directory_path() /
+                           ("corvane-plot-" + std::to_string(std::random_device()()) + ".png");
     std::ostringstream script;
     addWaveform(script, "$input", input);
     addWaveform(script, "$output", output);
@@ -119,12 +123,15 @@ void drawPlot(const std::string& path, const std::string& title, const Audio& in
     // Both waveforms on one scale, so that they can be compared.
     script << "seconds = " << std::max(frames / output.rate, 1e-3)
            << "\npeak = " << std::max(peakOf(input), peakOf(output))
-           << "\nname = " << literal(title) << "\nset output " << literal(partial.temporaryPath())
+           << "\nname = " << literal(title) << "\nset output " << literal(drawn.generic_string())
            << kScript;
     addReductions(script, readings);
     script << "unset multiplot\nset output\n";
-    if (!runGnuplot(script.str())) throw Failure{"gnuplot failed"};
-    partial.keep();
+    const bool done = runGnuplot(script.str());
+    const FileBytes picture = done ? readWhole(drawn, kLargestPicture) : FileBytes();
+    fs::remove(drawn);
+    if (!done) throw Failure{"gnuplot failed"};
+    writeWhole(path, picture);
 }
 
 }  // namespace Quorvant::Hosting

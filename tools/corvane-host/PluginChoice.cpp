@@ -1,7 +1,6 @@
 #include "tools/corvane-host/PluginChoice.h"
 
 #include "tools/corvane-host/BlockBuffers.h"
-#include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/hosting/Text.h"
 
@@ -56,11 +55,11 @@ std::string ownPlugin() {
 }
 
 template <typename Sample>
-Steinberg::tresult deliverIn(HostedPlugin& plugin, std::vector<ParameterPoint> points) {
+void deliverIn(HostedPlugin& plugin, std::vector<ParameterPoint> points) {
     BlockBuffers<Sample> silence(plugin, 1);
     silence.block.frames = 1;
     silence.block.points = std::move(points);
-    return plugin.process(silence.block);
+    silence.process();
 }
 
 }  // namespace
@@ -74,7 +73,7 @@ HostedPlugin::Ptr openPlugin(const PluginChoice& choice) {
             "--plugin"};
     if (!fs::exists(path, failure))
         if (const std::string found = installed(path); !found.empty()) path = found;
-    return orThrow(HostedPlugin::load(path));
+    return HostedPlugin::load(path);
 }
 
 void prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames) {
@@ -84,7 +83,7 @@ void prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames) {
     setup.maxFrames = maxFrames;
     setup.mainInputs = plugin.buses(kInput).empty() ? 0 : plugin.buses(kInput)[0].channels;
     setup.mainOutputs = plugin.buses(kOutput).empty() ? 0 : plugin.buses(kOutput)[0].channels;
-    orThrow(plugin.prepare(setup));
+    plugin.prepare(setup);
 }
 
 ParameterPoint resolveSetting(const HostedPlugin& plugin, const std::string& name,
@@ -102,32 +101,34 @@ ParameterPoint resolveSetting(const HostedPlugin& plugin, const std::string& nam
             throw Failure{inQuotes(text) + " is no normalised value, they go from @0 to @1"};
         return {parameter->id, 0, value};
     }
-    return {parameter->id, 0, orThrow(plugin.valueOf(*parameter, text))};
+    const auto value = plugin.valueOf(*parameter, text);
+    if (!value)
+        throw Failure{inQuotes(parameter->title) + " does not take " + inQuotes(text) +
+                      ", its values are " +
+                      valueTexts(plugin, *parameter, Parameter::kMostListedStates) +
+                      (parameter->units.empty() ? "" : " ") + parameter->units};
+    return {parameter->id, 0, *value};
 }
 
 void deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points) {
-    const auto answer = plugin.isDoublePrecision() ? deliverIn<double>(plugin, std::move(points))
-                                                   : deliverIn<float>(plugin, std::move(points));
-    if (answer != Steinberg::kResultOk)
-        throw Failure{inQuotes(plugin.name()) + " failed to process a block"};
+    if (plugin.isDoublePrecision())
+        deliverIn<double>(plugin, std::move(points));
+    else
+        deliverIn<float>(plugin, std::move(points));
 }
 
-std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice) {
-    if (!choice.preset.empty()) applyPreset(plugin, choice.preset);
-    std::vector<ParameterPoint> points;
-    for (const std::string& setting : choice.settings) {
-        const size_t equals = setting.find('=');
-        auto point = resolveSetting(plugin, setting.substr(0, equals), setting.substr(equals + 1));
-        points.push_back(point);
-        plugin.setParameter(point.id, point.value);
+std::string valueTexts(const HostedPlugin& plugin, const Parameter& parameter, int mostStates) {
+    std::string texts;
+    if (parameter.stepCount < 1 || parameter.stepCount >= mostStates) {
+        const std::string first = plugin.textOf(parameter, 0.0);
+        const std::string last = plugin.textOf(parameter, 1.0);
+        return first.empty() && last.empty() ? texts : first + " ... " + last;
     }
-    deliver(plugin, {});
-    plugin.setProcessing(false);
-    plugin.setActive(false);
-    if (plugin.setActive(true) != Steinberg::kResultOk)
-        throw Failure{inQuotes(plugin.name()) + " refused to start again"};
-    plugin.setProcessing(true);
-    return points;
+    for (int state = 0; state <= parameter.stepCount; ++state)
+        if (const auto text = plugin.textOf(parameter, parameter.valueOfState(state));
+            !text.empty())
+            appendItem(texts, text);
+    return texts;
 }
 
 std::string shownValue(const HostedPlugin& plugin, const Parameter& parameter, double normalised) {

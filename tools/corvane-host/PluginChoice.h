@@ -28,9 +28,8 @@ ParameterPoint resolveSetting(const HostedPlugin& plugin, const std::string& nam
 // not every plug-in takes parameters in a call without audio. The plug-in is prepared.
 void deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points);
 
-// Applies preset and settings to the plug-in, which is prepared. It then starts anew, so that
-// nothing glides from its defaults when audio begins. Gives the parameters that were set, in order.
-std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice);
+// All texts of a parameter that has so many states at most, else the first and the last.
+std::string valueTexts(const HostedPlugin& plugin, const Parameter& parameter, int mostStates);
 
 // "500 ms" as the plug-in shows it.
 std::string shownValue(const HostedPlugin& plugin, const Parameter& parameter, double normalised);

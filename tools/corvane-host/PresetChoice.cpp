@@ -1,6 +1,5 @@
 #include "tools/corvane-host/PresetChoice.h"
 
-#include "tools/corvane-host/PluginChoice.h"
 #include "tools/hosting/Text.h"
 
 #include "pluginterfaces/vst/ivstunits.h"
@@ -16,6 +15,8 @@ using namespace Steinberg::Vst;
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr size_t kLargestFile = 64U << 20U;  // bytes; no effect's state comes near
 
 // The list that the parameter of a unit chooses from; without programs where there is none.
 ProgramListInfo listOf(IUnitInfo& units, UnitID unit) {
@@ -70,13 +71,14 @@ void chooseProgram(HostedPlugin& plugin, const Program& program) {
 }
 
 AppliedPreset applyPresetFile(HostedPlugin& plugin, const std::string& file, RecordPart part) {
-    if (isVstPreset(file)) {
-        auto notes = loadVstPreset(plugin, file);
+    const FileBytes bytes = readWhole(file, kLargestFile);
+    if (isVstPreset(bytes)) {
+        auto notes = loadVstPreset(plugin, file, bytes);
         if (notes.name.empty()) notes.name = fs::path(file).stem().string();
         deliver(plugin, {});
         return {notes, true, std::nullopt};
     }
-    auto preset = readProductPreset(file, shownRecord(plugin));
+    auto preset = readProductPreset(file, bytes, shownRecord(plugin));
     checkIsProduct(plugin, file);
     setRecord(plugin, preset.record, part);
     deliver(plugin, {});
@@ -98,6 +100,24 @@ AppliedPreset applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, R
     }
     chooseProgram(plugin, *chosen);
     return {{chosen->name, chosen->category, true}, false, std::nullopt};
+}
+
+std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice) {
+    if (!choice.preset.empty()) applyPreset(plugin, choice.preset);
+    std::vector<ParameterPoint> points;
+    for (const std::string& setting : choice.settings) {
+        const size_t equals = setting.find('=');
+        const auto& point = points.emplace_back(
+            resolveSetting(plugin, setting.substr(0, equals), setting.substr(equals + 1)));
+        plugin.setParameter(point.id, point.value);
+    }
+    deliver(plugin, {});
+    plugin.setProcessing(false);
+    plugin.setActive(false);
+    if (plugin.setActive(true) != kResultOk)
+        throw Failure{inQuotes(plugin.name()) + " refused to start again"};
+    plugin.setProcessing(true);
+    return points;
 }
 
 }  // namespace Quorvant::Hosting

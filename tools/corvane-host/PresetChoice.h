@@ -1,6 +1,8 @@
-// The preset that a user names: one that the plug-in offers itself, or a file.
+// The preset that a user names: one that the plug-in offers itself, or a file; and the settings
+// beside it.
 #pragma once
 
+#include "tools/corvane-host/PluginChoice.h"
 #include "tools/corvane-host/PresetFormats.h"
 
 #include <optional>
@@ -37,5 +39,9 @@ AppliedPreset applyPreset(HostedPlugin& plugin, const std::string& nameOrFile,
 
 // The same for a file alone.
 AppliedPreset applyPresetFile(HostedPlugin& plugin, const std::string& file, RecordPart part);
+
+// Applies preset and settings to the plug-in, which is prepared. It then starts anew, so that
+// nothing glides from its defaults when audio begins. Gives the parameters that were set, in order.
+std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice);
 
 }  // namespace Quorvant::Hosting

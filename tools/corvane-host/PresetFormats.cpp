@@ -2,11 +2,11 @@
 
 #include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
-#include "platform/AtomicFile.h"
 #include "platform/Utf8Path.h"
 #include "plugin/ClassIds.h"
 #include "presets/LegacyImport.h"
 #include "presets/PresetLocation.h"
+#include "tools/corvane-host/WholeFile.h"
 #include "tools/hosting/Text.h"
 
 #include "public.sdk/source/vst/utility/uid.h"
@@ -21,10 +21,6 @@ using namespace Steinberg;
 using namespace Steinberg::Vst;
 
 namespace {
-
-using FileBytes = std::vector<std::byte>;
-
-constexpr size_t kLargestState = 64U << 20U;  // bytes; no effect's state comes near
 
 constexpr std::string_view kName = "Name", kCategory = "MusicalStyle";
 constexpr std::pair<char, std::string_view> kEntities[] = {
@@ -73,7 +69,7 @@ std::string attribute(std::string_view xml, std::string_view id) {
 
 // Of one that the SDK's reader has read. It takes a preset whose end is missing for one with fewer
 // chunks.
-bool isWhole(PresetFile& preset, const std::vector<std::byte>& bytes) {
+bool isWhole(PresetFile& preset, const FileBytes& bytes) {
     constexpr size_t kListPosition = 40;  // where the header tells the list of chunks to be
     const auto size = static_cast<TSize>(bytes.size());
     TSize list = 0;
@@ -89,7 +85,6 @@ bool isWhole(PresetFile& preset, const std::vector<std::byte>& bytes) {
     return whole;
 }
 
-constexpr std::size_t kLargestFile = 1 << 20;  // bytes; the product reads no more either
 constexpr uint32_t kLegacyInfRepeatSlot = 13;
 
 std::vector<std::string> lossesOf(const BlobView& blob, BlobResult result) {
@@ -126,20 +121,14 @@ void saveVstPreset(const HostedPlugin& plugin, const std::filesystem::path& file
                                 about.empty() ? nullptr : about.c_str()))
         throw Failure{inQuotes(plugin.name()) + " gave no state"};
     const Bytes bytes = stream->bytes();
-    if (const auto error = replaceFile(file, std::as_bytes(std::span(bytes))))
-        throw Failure{"cannot write " + inQuotes(utf8FromPath(file)) + ": " + error.message()};
+    writeWhole(file, std::as_bytes(std::span(bytes)));
 }
 
-bool isVstPreset(const std::string& file) {
-    std::vector<std::byte> start;
-    return !readFile(file, 4, start) && start.size() == 4 &&
-           std::memcmp(start.data(), "VST3", 4) == 0;
+bool isVstPreset(std::span<const std::byte> bytes) {
+    return bytes.size() > 4 && std::memcmp(bytes.data(), "VST3", 4) == 0;
 }
 
-PresetNotes loadVstPreset(HostedPlugin& plugin, const std::string& file) {
-    std::vector<std::byte> bytes;
-    if (const auto error = readFile(file, kLargestState, bytes))
-        throw Failure{"cannot read " + inQuotes(file) + ": " + error.message()};
+PresetNotes loadVstPreset(HostedPlugin& plugin, const std::string& file, const FileBytes& bytes) {
     const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
     auto stream = owned(new StateStream(std::span(data, bytes.size())));
     PresetFile preset(stream);
@@ -167,28 +156,22 @@ void checkIsProduct(const HostedPlugin& plugin, const std::string& file) {
                   inQuotes(plugin.name())};
 }
 
-ProductPreset readProductPreset(const std::filesystem::path& file, const QVXPresetRecord& base) {
-    const std::string name = inQuotes(utf8FromPath(file));
+ProductPreset readProductPreset(const std::string& file, const FileBytes& bytes,
+                                const QVXPresetRecord& base) {
     ProductPreset preset{base, {}, {}};
-    std::vector<std::byte> bytes;
-    if (const auto error = readFile(file, kLargestFile, bytes))
-        throw Failure{"cannot read " + name + ": " + error.message()};
     const auto blob = openBlob(bytes);
     const BlobResult result = readPreset(bytes, preset.record);
     if (!blob || (result != BlobResult::Applied && result != BlobResult::AppliedInPart))
-        throw Failure{name + " is no preset"};
+        throw Failure{inQuotes(file) + " is no preset"};
     preset.losses = lossesOf(*blob, result);
-    if (blob->magic == BlobView::Magic::Current && preset.losses.empty())
-        preset.content = std::move(bytes);
+    if (blob->magic == BlobView::Magic::Current && preset.losses.empty()) preset.content = bytes;
     return preset;
 }
 
 void writeProductPreset(const std::filesystem::path& file, const ProductPreset& preset) {
     constexpr auto kNoPlace = static_cast<uint32_t>(kNotListed);
-    if (const auto error =
-            replaceFile(file, preset.content.empty() ? serialisePreset(preset.record, 0, kNoPlace)
-                                                     : preset.content))
-        throw Failure{"cannot write " + inQuotes(utf8FromPath(file)) + ": " + error.message()};
+    writeWhole(file, preset.content.empty() ? serialisePreset(preset.record, 0, kNoPlace)
+                                            : preset.content);
 }
 
 QVXPresetRecord shownRecord(const HostedPlugin& plugin) {

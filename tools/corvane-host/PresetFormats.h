@@ -4,10 +4,9 @@
 #pragma once
 
 #include "presets/PresetRecord.h"
+#include "tools/corvane-host/WholeFile.h"
 #include "tools/hosting/HostedPlugin.h"
 
-#include <cstddef>
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -23,23 +22,25 @@ struct PresetNotes {
 void saveVstPreset(const HostedPlugin& plugin, const std::filesystem::path& file,
                    const PresetNotes& notes);
 
-// Whether the file's content is that of a .vstpreset, whatever its name.
-bool isVstPreset(const std::string& file);
+// Whether a file's content is that of a .vstpreset, whatever its name.
+bool isVstPreset(std::span<const std::byte> bytes);
 
-// A damaged preset and one of another class are an error.
-PresetNotes loadVstPreset(HostedPlugin& plugin, const std::string& file);
+// From the content of `file`, which errors name. A damaged preset and one of another class are an
+// error.
+PresetNotes loadVstPreset(HostedPlugin& plugin, const std::string& file, const FileBytes& bytes);
 
 // An error that names `file` unless the plug-in is the one that these presets are for.
 void checkIsProduct(const HostedPlugin& plugin, const std::string& file);
 
 struct ProductPreset {
     QVXPresetRecord record;
-    std::vector<std::byte> content;   // the file itself where it is of today's version and sound
+    FileBytes content;                // the file itself where it is of today's version and sound
     std::vector<std::string> losses;  // clauses: what of the file the record doesn't hold
 };
 
-// Values that the file lacks are those of `base`.
-ProductPreset readProductPreset(const std::filesystem::path& file, const QVXPresetRecord& base);
+// From the content of `file`, which errors name. Values that it lacks are those of `base`.
+ProductPreset readProductPreset(const std::string& file, const FileBytes& bytes,
+                                const QVXPresetRecord& base);
 
 // At once or not at all; an existing file is replaced.
 void writeProductPreset(const std::filesystem::path& file, const ProductPreset& preset);

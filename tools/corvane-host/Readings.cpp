@@ -40,13 +40,10 @@ void Readings::take(const HostedPlugin& plugin, double seconds) {
     constexpr double kRounding = 1e-6;  // of a frame's time, at most
     if (interval <= 0.0) return;
     if (rowIsWhole) {
-        rows.push_back({seconds, {}});
+        rows.push_back(rows.empty() ? Row() : rows.back());
         // Readings that aren't peaks hold until they change.
-        if (rows.size() > 1) {
-            rows.back().values = rows[rows.size() - 2].values;
-            for (size_t column = 0; column < rows.back().values.size(); ++column)
-                if (columns[column].isPeak) rows.back().values[column].reset();
-        }
+        for (size_t column = 0; column < rows.back().values.size(); ++column)
+            if (columns[column].isPeak) rows.back().values[column].reset();
     }
     Row& row = rows.back();
     row.seconds = seconds;

@@ -1,7 +1,7 @@
 #include "tools/corvane-host/Commands.h"
-#include "tools/corvane-host/PartialFile.h"
 #include "tools/corvane-host/Plot.h"
 #include "tools/corvane-host/Report.h"
+#include "tools/corvane-host/WholeFile.h"
 #include "tools/hosting/Text.h"
 
 #include <algorithm>

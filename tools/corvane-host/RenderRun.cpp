@@ -1,6 +1,7 @@
 #include "tools/corvane-host/RenderRun.h"
 
 #include "tools/corvane-host/BlockBuffers.h"
+#include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/hosting/Text.h"
 
@@ -9,6 +10,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 
 namespace Quorvant::Hosting {
 
@@ -35,17 +37,17 @@ std::string trimmed(const std::string& text) {
 }
 
 AutomationPoint readLine(const HostedPlugin& plugin, const std::string& line, double rate) {
-    const size_t first = line.find(',');
-    const size_t second = first == std::string::npos ? first : line.find(',', first + 1);
-    if (second == std::string::npos) throw Failure{"it is not 'seconds,parameter,text'"};
-    const std::string time = trimmed(line.substr(0, first));
+    std::istringstream fields(line);
+    std::string time, name, text;
+    if (!std::getline(fields, time, ',') || !std::getline(fields, name, ',') ||
+        !std::getline(fields, text))
+        throw Failure{"it is not 'seconds,parameter,text'"};
+    time = trimmed(time);
     char* end = nullptr;
     const double seconds = std::strtod(time.c_str(), &end);
     if (time.empty() || *end != '\0' || !(seconds >= 0.0 && seconds <= kLatestSeconds))
         throw Failure{inQuotes(time) + " is no time in seconds"};
-    const auto point = resolveSetting(plugin, trimmed(line.substr(first + 1, second - first - 1)),
-                                      trimmed(line.substr(second + 1)));
-    return {std::llround(seconds * rate), point};
+    return {std::llround(seconds * rate), resolveSetting(plugin, trimmed(name), trimmed(text))};
 }
 
 // In order of time; points of one frame keep their order in the file. Empty lines and lines that
@@ -105,98 +107,92 @@ TailRule tailRule(const HostedPlugin& plugin, const RenderOptions& options, doub
     const auto second = static_cast<int64_t>(std::llround(kKeptQuietSeconds * rate));
     // A sound may rest in a delay for as long as the plug-in says, so a shorter pause proves
     // nothing.
-    return {std::clamp(static_cast<int64_t>(plugin.tail()), second, longest), longest};
+    return {std::clamp(static_cast<int64_t>(plugin.processor()->getTailSamples()), second, longest),
+            longest};
 }
 
+template <typename Sample>
 class Renderer {
   public:
     Renderer(RenderOutcome& to, const RenderOptions& wanted, Readings& onlooker)
-        : outcome(to), plugin(*to.plugin), options(wanted), readings(onlooker) {}
+        : outcome(to),
+          plugin(*to.plugin),
+          options(wanted),
+          readings(onlooker),
+          buffers(plugin, wanted.block) {}
 
-    template <typename Sample>
-    void run(const Audio* sideChain, const std::vector<AutomationPoint>& automation);
+    void run(const std::optional<Audio>& sideChain,
+             const std::vector<AutomationPoint>& automation) {
+        const TailRule rule = tailRule(plugin, options, rate);
+        const auto inputEnd = static_cast<int64_t>(outcome.input.frames());
+        const int64_t end = inputEnd + latency + rule.longest;
+        auto nextPoint = automation.begin();
+        const auto quiet = [&] { return position - latency - std::max(loudEnd, inputEnd); };
+
+        while (position < end && (options.tail || quiet() < rule.quiet)) {
+            for (; nextPoint != automation.end() && nextPoint->frame <= position; ++nextPoint)
+                buffers.block.points.push_back(nextPoint->point);
+            // A plug-in may apply a block's changes at its start: so each block starts with its
+            // own.
+            int64_t blockEnd = std::min(position + options.block, end);
+            if (nextPoint != automation.end()) blockEnd = std::min(blockEnd, nextPoint->frame);
+            blockEnd = std::min(blockEnd, readings.nextEnd(position, rate));
+            const auto start = static_cast<size_t>(position);
+            const auto count = static_cast<size_t>(blockEnd - position);
+            copyTo(buffers.block.inputs[0], outcome.input, start, count);
+            if (sideChain) copyTo(buffers.block.inputs[1], *sideChain, start, count);
+            processBlock(count);
+            takeOutput(count);
+            readings.take(plugin, static_cast<double>(position) / rate);
+        }
+        outcome.pointsBeyondEnd = static_cast<size_t>(std::ranges::count_if(
+            automation, [this](const AutomationPoint& point) { return point.frame >= position; }));
+        if (options.tail) return;
+        outcome.endedQuiet = quiet() >= rule.quiet;
+        const auto second = static_cast<int64_t>(std::llround(kKeptQuietSeconds * rate));
+        const int64_t kept = std::min(position - latency, std::max(loudEnd + second, inputEnd));
+        outcome.output.samples.resize(static_cast<size_t>(kept * outcome.output.channels));
+    }
 
   private:
-    template <typename Sample>
-    void processBlock(BlockBuffers<Sample>& buffers, size_t frames);
-    template <typename Sample>
-    void takeOutput(const std::vector<Sample*>& bus, size_t frames);
+    void processBlock(size_t frames) {
+        Transport transport;
+        transport.tempoBpm = options.tempo;
+        transport.positionFrames = position;
+        if (options.tempo)
+            transport.positionBeats = static_cast<double>(position) / rate * *options.tempo / 60.0;
+        const ProcessContext context = makeContext(transport, rate);
+        buffers.block.context = &context;
+        buffers.block.frames = static_cast<Steinberg::int32>(frames);
+        buffers.process();
+        buffers.block.points.clear();
+    }
+
+    void takeOutput(size_t frames) {
+        auto& samples = outcome.output.samples;
+        for (size_t frame = 0; frame < frames; ++frame, ++position) {
+            if (position < latency) continue;
+            for (const Sample* channel : buffers.block.outputs[0]) {
+                const Sample sample = channel[frame];
+                if (!std::isfinite(sample))
+                    throw Failure{"the plug-in put out a sample that is not finite by second " +
+                                  number(static_cast<double>(position - latency) / rate, 3)};
+                if (std::abs(sample) >= kQuiet) loudEnd = position - latency + 1;
+                samples.push_back(static_cast<float>(sample));
+            }
+        }
+    }
 
     RenderOutcome& outcome;
     HostedPlugin& plugin;
     const RenderOptions& options;
     Readings& readings;
+    BlockBuffers<Sample> buffers;
     const double rate = outcome.input.rate;
-    const int64_t latency = plugin.latency();
+    const int64_t latency = plugin.processor()->getLatencySamples();
     int64_t position = 0;  // frames since the start
     int64_t loudEnd = 0;   // of the output, behind its last frame that can be heard
 };
-
-template <typename Sample>
-void Renderer::processBlock(BlockBuffers<Sample>& buffers, size_t frames) {
-    Transport transport;
-    transport.tempoBpm = options.tempo;
-    transport.positionFrames = position;
-    if (options.tempo)
-        transport.positionBeats = static_cast<double>(position) / rate * *options.tempo / 60.0;
-    const ProcessContext context = makeContext(transport, rate);
-    buffers.block.context = &context;
-    buffers.block.frames = static_cast<Steinberg::int32>(frames);
-    const auto answer = plugin.process(buffers.block);
-    buffers.block.context = nullptr;
-    buffers.block.points.clear();
-    if (answer != Steinberg::kResultOk)
-        throw Failure{inQuotes(plugin.name()) + " failed to process a block"};
-}
-
-template <typename Sample>
-void Renderer::takeOutput(const std::vector<Sample*>& bus, size_t frames) {
-    auto& samples = outcome.output.samples;
-    for (size_t frame = 0; frame < frames; ++frame, ++position) {
-        if (position < latency) continue;
-        for (const Sample* channel : bus) {
-            const Sample sample = channel[frame];
-            if (!std::isfinite(sample))
-                throw Failure{"the plug-in put out a sample that is not finite by second " +
-                              number(static_cast<double>(position - latency) / rate, 3)};
-            if (std::abs(sample) >= kQuiet) loudEnd = position - latency + 1;
-            samples.push_back(static_cast<float>(sample));
-        }
-    }
-}
-
-template <typename Sample>
-void Renderer::run(const Audio* sideChain, const std::vector<AutomationPoint>& automation) {
-    const TailRule rule = tailRule(plugin, options, rate);
-    const auto inputEnd = static_cast<int64_t>(outcome.input.frames());
-    const int64_t end = inputEnd + latency + rule.longest;
-    BlockBuffers<Sample> buffers(plugin, options.block);
-    auto nextPoint = automation.begin();
-    const auto quiet = [&] { return position - latency - std::max(loudEnd, inputEnd); };
-
-    while (position < end && (options.tail || quiet() < rule.quiet)) {
-        for (; nextPoint != automation.end() && nextPoint->frame <= position; ++nextPoint)
-            buffers.block.points.push_back(nextPoint->point);
-        // A plug-in may apply a block's changes at its start: so each block starts with its own.
-        int64_t blockEnd = std::min(position + options.block, end);
-        if (nextPoint != automation.end()) blockEnd = std::min(blockEnd, nextPoint->frame);
-        blockEnd = std::min(blockEnd, readings.nextEnd(position, rate));
-        const auto start = static_cast<size_t>(position);
-        const auto count = static_cast<size_t>(blockEnd - position);
-        copyTo(buffers.block.inputs[0], outcome.input, start, count);
-        if (sideChain != nullptr) copyTo(buffers.block.inputs[1], *sideChain, start, count);
-        processBlock(buffers, count);
-        takeOutput(buffers.block.outputs[0], count);
-        readings.take(plugin, static_cast<double>(position) / rate);
-    }
-    outcome.pointsBeyondEnd = static_cast<size_t>(std::ranges::count_if(
-        automation, [this](const AutomationPoint& point) { return point.frame >= position; }));
-    if (options.tail) return;
-    outcome.endedQuiet = quiet() >= rule.quiet;
-    const auto second = static_cast<int64_t>(std::llround(kKeptQuietSeconds * rate));
-    const int64_t kept = std::min(position - latency, std::max(loudEnd + second, inputEnd));
-    outcome.output.samples.resize(static_cast<size_t>(kept * outcome.output.channels));
-}
 
 // The file's own number of channels if the plug-in takes it, else stereo.
 HostSetup prepareFor(HostedPlugin& plugin, const RenderOptions& options, const Audio& input,
@@ -207,12 +203,13 @@ HostSetup prepareFor(HostedPlugin& plugin, const RenderOptions& options, const A
     setup.doublePrecision = options.bits == 64;
     setup.sideChain = sideChannels;
     setup.mainInputs = setup.mainOutputs = input.channels;
-    auto prepared = plugin.prepare(setup);
-    if (!prepared && input.channels == 1) {
+    try {
+        plugin.prepare(setup);
+    } catch (const Failure&) {
+        if (input.channels != 1) throw;
         setup.mainInputs = setup.mainOutputs = 2;
-        prepared = plugin.prepare(setup);
+        plugin.prepare(setup);
     }
-    orThrow(prepared);
     return setup;
 }
 
@@ -240,13 +237,11 @@ RenderOutcome runRender(const PluginChoice& choice, const RenderOptions& options
     std::vector<AutomationPoint> automation;
     if (!options.automation.empty()) automation = readAutomation(plugin, options.automation, rate);
 
-    Renderer renderer(outcome, options, readings);
-    const Audio* side = sideChain ? &*sideChain : nullptr;
     const auto start = std::chrono::steady_clock::now();
     if (options.bits == 64)
-        renderer.run<double>(side, automation);
+        Renderer<double>(outcome, options, readings).run(sideChain, automation);
     else
-        renderer.run<float>(side, automation);
+        Renderer<float>(outcome, options, readings).run(sideChain, automation);
     const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
     outcome.secondsTaken = taken.count();
     return outcome;

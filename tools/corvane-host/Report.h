@@ -9,25 +9,21 @@ namespace Quorvant::Hosting {
 
 std::string number(double value, int decimals);
 
+// Aligned columns, or fields separated by tabs where it is plain.
 class Report {
   public:
     using Row = std::vector<std::string>;
-    enum class Style {
-        Columns,  // aligned, for people
-        Tabs,     // without a heading
-        Csv,
-    };
-    explicit Report(Style wanted) : style(wanted) {}
-    explicit Report(bool plain) : Report(plain ? Style::Tabs : Style::Columns) {}
+    explicit Report(bool wantedPlain) : plain(wantedPlain) {}
 
+    // For people alone.
     void heading(Row row) {
-        if (style != Style::Tabs) rows.push_back(std::move(row));
+        if (!plain) add(std::move(row));
     }
     void add(Row row) { rows.push_back(std::move(row)); }
     void print(std::ostream& out) const;
 
   private:
-    Style style;
+    bool plain;
     std::vector<Row> rows;
 };
 

@@ -1,5 +1,5 @@
-#include "tools/corvane-host/PartialFile.h"
 #include "tools/corvane-host/Screenshot.h"
+#include "tools/corvane-host/WholeFile.h"
 #include "tools/hosting/Text.h"
 
 #include <cairo/cairo.h>
@@ -17,6 +17,13 @@ namespace {
 constexpr const char* kServer =
     "exec Xvfb -displayfd 1 -screen 0 4096x3072x24 -nolisten tcp -terminate 2>/dev/null";
 
+cairo_status_t append(void* bytes, const unsigned char* data, unsigned int length) {
+    const auto more = std::as_bytes(std::span(data, length));
+    static_cast<FileBytes*>(bytes)->insert(static_cast<FileBytes*>(bytes)->end(), more.begin(),
+                                           more.end());
+    return CAIRO_STATUS_SUCCESS;
+}
+
 }  // namespace
 
 void openPrivateDisplay() {
@@ -29,16 +36,16 @@ void openPrivateDisplay() {
 }
 
 void writePng(const Pixels& pixels, const std::string& path) {
-    PartialFile file(path);
     // Rows of 32 bits leave no gaps in cairo's pictures.
     auto* values = reinterpret_cast<unsigned char*>(const_cast<uint32_t*>(pixels.values.data()));
     auto* surface = cairo_image_surface_create_for_data(values, CAIRO_FORMAT_RGB24, pixels.width,
                                                         pixels.height, pixels.width * 4);
-    const auto status = cairo_surface_write_to_png(surface, file.temporaryPath().c_str());
+    FileBytes bytes;
+    const auto status = cairo_surface_write_to_png_stream(surface, append, &bytes);
     cairo_surface_destroy(surface);
     if (status != CAIRO_STATUS_SUCCESS)
         throw Failure{inQuotes(path) + " can't be written: " + cairo_status_to_string(status)};
-    file.keep();
+    writeWhole(path, bytes);
 }
 
 }  // namespace Quorvant::Hosting

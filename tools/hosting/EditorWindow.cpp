@@ -24,18 +24,17 @@ EditorWindow::~EditorWindow() {
     close();
 }
 
-Result<> EditorWindow::show(HostedPlugin& plugin, FIDString platform, IPlugFrame* frame) {
+void EditorWindow::show(HostedPlugin& plugin, FIDString platform, IPlugFrame* frame) {
     const std::string name = inQuotes(plugin.name());
     plugView = owned(plugin.controller()->createView(Vst::ViewType::kEditor));
-    if (!plugView) return Error{name + " has no editor"};
+    if (!plugView) throw Failure{name + " has no editor"};
     if (plugView->isPlatformTypeSupported(platform) != kResultTrue)
-        return Error{"the editor of " + name + " knows no windows of this system"};
+        throw Failure{"the editor of " + name + " knows no windows of this system"};
     void* const parent = makeWindow(plugin.name());
-    if (parent == nullptr) return Error{"there is no display to open it on"};
+    if (parent == nullptr) throw Failure{"there is no display to open it on"};
     plugView->setFrame(frame);
     attached = plugView->attached(parent, platform) == kResultOk;
-    if (!attached) return Error{"the editor of " + name + " refused to open"};
-    return {};
+    if (!attached) throw Failure{"the editor of " + name + " refused to open"};
 }
 
 void EditorWindow::close() {
@@ -53,15 +52,12 @@ int EditorWindow::height() const {
     return sizeOf(*plugView).getHeight();
 }
 
-Result<> EditorWindow::setWidth(int pixels) {
+bool EditorWindow::setWidth(int pixels) {
     ViewRect wanted = sizeOf(*plugView);
     wanted.bottom = wanted.top + wanted.getHeight() * pixels / wanted.getWidth();
     wanted.right = wanted.left + pixels;
-    if (plugView->canResize() != kResultTrue ||
-        plugView->checkSizeConstraint(&wanted) != kResultTrue || resizeTo(wanted) != kResultTrue) {
-        return Error{"the editor can't be resized"};
-    }
-    return {};
+    return plugView->canResize() == kResultTrue &&
+           plugView->checkSizeConstraint(&wanted) == kResultTrue && resizeTo(wanted) == kResultTrue;
 }
 
 bool EditorWindow::runUntil(const std::function<bool()>& done, milliseconds limit) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "tools/hosting/HostedPlugin.h"
-#include "tools/hosting/Result.h"
 
 #include "pluginterfaces/gui/iplugview.h"
 
@@ -27,9 +26,9 @@ class EditorWindow {
   public:
     using Ptr = std::unique_ptr<EditorWindow>;
 
-    // At the size that the plug-in wishes. An error where the plug-in has no editor, refuses to
-    // open it, or there is no display.
-    static Result<Ptr> open(HostedPlugin& plugin);
+    // At the size that the plug-in wishes. Throws a Failure where the plug-in has no editor,
+    // refuses to open it, or there is no display.
+    static Ptr open(HostedPlugin& plugin);
     virtual ~EditorWindow();
     EditorWindow(const EditorWindow&) = delete;
     EditorWindow& operator=(const EditorWindow&) = delete;
@@ -39,8 +38,9 @@ class EditorWindow {
     // The view's size in pixels.
     int width() const;
     int height() const;
-    // Gives the window and the view a width, and the height that the view wants with it.
-    Result<> setWidth(int pixels);
+    // Gives the window and the view a width, and the height that the view wants with it. False
+    // where the view refuses.
+    bool setWidth(int pixels);
 
     // Lets events and timers reach the view, and asks `done` between them, a hundred times a second
     // or more. False if the time is up or the user has closed the window.
@@ -67,8 +67,7 @@ class EditorWindow {
     EditorWindow() = default;
 
     // Opens the window, and the plug-in's view in it.
-    Result<> show(HostedPlugin& plugin, Steinberg::FIDString platform,
-                  Steinberg::IPlugFrame* frame);
+    void show(HostedPlugin& plugin, Steinberg::FIDString platform, Steinberg::IPlugFrame* frame);
     // The native window of the view's size; null where there is no display.
     virtual void* makeWindow(const std::string& title) = 0;
     // Answers the plug-in's wish for another size.

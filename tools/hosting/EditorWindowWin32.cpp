@@ -1,12 +1,10 @@
 #include "tools/hosting/EditorWindow.h"
 
 #include "pluginterfaces/base/funknownimpl.h"
-#include "pluginterfaces/base/keycodes.h"
 #include <windows.h>
 // Needs the types of windows.h.
 #include <windowsx.h>
 
-#include <algorithm>
 #include <string>
 
 namespace Quorvant::Hosting {
@@ -41,15 +39,14 @@ class Window final : public EditorWindow {
         if (window != nullptr) DestroyWindow(window);
     }
 
-    Result<> open(HostedPlugin& plugin) {
+    void open(HostedPlugin& plugin) {
         frame->onResize = [this](const ViewRect& size) { return resizeTo(size); };
-        if (auto shown = show(plugin, kPlatformTypeHWND, frame); !shown) return shown;
+        show(plugin, kPlatformTypeHWND, frame);
         inner = GetWindow(window, GW_CHILD);
         if (underWine() && inner != nullptr) standAlone();
         ShowWindow(window, underWine() ? SW_SHOWNOACTIVATE : SW_SHOWNORMAL);
         if (underWine())
             SetWindowPos(window, HWND_BOTTOM, 0, 0, 0, 0, SWP_NOSIZE | SWP_NOMOVE | SWP_NOACTIVATE);
-        return {};
     }
 
     Pixels pixels() override {
@@ -82,28 +79,13 @@ class Window final : public EditorWindow {
         return result;
     }
 
-    void point(Pointer action, int x, int y, Button button, int modifiers) override {
-        const bool wheel = button >= Button::WheelUp;
-        const int which = std::min(static_cast<int>(button), 3) - 1;
-        constexpr WPARAM kDown[] = {MK_LBUTTON, MK_MBUTTON, MK_RBUTTON};
-        constexpr UINT kPress[] = {WM_LBUTTONDOWN, WM_MBUTTONDOWN, WM_RBUTTONDOWN};
-        constexpr UINT kRelease[] = {WM_LBUTTONUP, WM_MBUTTONUP, WM_RBUTTONUP};
-        WPARAM keys =
-            (modifiers & kShiftKey ? MK_SHIFT : 0u) | (modifiers & kCommandKey ? MK_CONTROL : 0u);
-        POINT place = {x, y};
-        if (wheel) {
-            ClientToScreen(inner, &place);
-            keys |= static_cast<WPARAM>(static_cast<uint16_t>(
-                        button == Button::WheelUp ? WHEEL_DELTA : -WHEEL_DELTA))
-                    << 16;
-        } else if (action == Pointer::Press || action == Pointer::Drag) {
-            keys |= kDown[which];
-        }
-        const UINT message = wheel                        ? WM_MOUSEWHEEL
-                             : action == Pointer::Press   ? kPress[which]
-                             : action == Pointer::Release ? kRelease[which]
+    // The left button alone.
+    void point(Pointer action, int x, int y, Button, int) override {
+        const WPARAM held = action == Pointer::Press || action == Pointer::Drag ? MK_LBUTTON : 0;
+        const UINT message = action == Pointer::Press     ? WM_LBUTTONDOWN
+                             : action == Pointer::Release ? WM_LBUTTONUP
                                                           : WM_MOUSEMOVE;
-        PostMessageW(inner, message, keys, MAKELPARAM(place.x, place.y));
+        PostMessageW(inner, message, held, MAKELPARAM(x, y));
     }
 
   protected:
@@ -168,10 +150,10 @@ class Window final : public EditorWindow {
 
 }  // namespace
 
-Result<EditorWindow::Ptr> EditorWindow::open(HostedPlugin& plugin) {
+EditorWindow::Ptr EditorWindow::open(HostedPlugin& plugin) {
     auto window = std::make_unique<Window>();
-    if (auto opened = window->open(plugin); !opened) return Error{opened.error()};
-    return Ptr(std::move(window));
+    window->open(plugin);
+    return window;
 }
 
 }  // namespace Quorvant::Hosting

@@ -129,12 +129,10 @@ class Window final : public EditorWindow {
         xcb_disconnect(connection);
     }
 
-    Result<> open(HostedPlugin& plugin) {
-        if (xcb_connection_has_error(connection)) return Error{"there is no display to open it on"};
+    void open(HostedPlugin& plugin) {
         loop->onResize = [this](const ViewRect& size) { return resizeTo(size); };
-        auto shown = show(plugin, kPlatformTypeX11EmbedWindowID, loop);
-        if (shown) mapChildren();
-        return shown;
+        show(plugin, kPlatformTypeX11EmbedWindowID, loop);
+        mapChildren();
     }
 
     Pixels pixels() override {
@@ -248,6 +246,7 @@ class Window final : public EditorWindow {
         return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
     }
     void* makeWindow(const std::string& title) override {
+        if (xcb_connection_has_error(connection)) return nullptr;
         const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
         root = screen->root;
         window = xcb_generate_id(connection);
@@ -295,10 +294,10 @@ class Window final : public EditorWindow {
 
 }  // namespace
 
-Result<EditorWindow::Ptr> EditorWindow::open(HostedPlugin& plugin) {
+EditorWindow::Ptr EditorWindow::open(HostedPlugin& plugin) {
     auto window = std::make_unique<Window>();
-    if (auto opened = window->open(plugin); !opened) return Error{opened.error()};
-    return Ptr(std::move(window));
+    window->open(plugin);
+    return window;
 }
 
 }  // namespace Quorvant::Hosting

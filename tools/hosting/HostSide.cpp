@@ -10,17 +10,6 @@ namespace Quorvant::Hosting {
 using namespace Steinberg;
 using namespace Steinberg::Vst;
 
-namespace {
-
-class NamedHost : public HostApplication {
-  public:
-    tresult PLUGIN_API getName(String128 name) override {
-        return VST3::StringConvert::convert("corvane-host", name) ? kResultTrue : kInternalError;
-    }
-};
-
-}  // namespace
-
 std::string fromWide(const String128 text) {
     try {
         return VST3::StringConvert::convert(text, 128);
@@ -38,7 +27,7 @@ bool toWide(const std::string& utf8, String128 text) {
 }
 
 IHostApplication& hostApplication() {
-    static auto* host = new NamedHost;
+    static auto* host = new HostApplication;
     return *host;
 }
 

@@ -1,4 +1,4 @@
-// What a host lends to a plug-in: its name, messages, the handler that hears edits, and streams.
+// What a host lends to a plug-in: messages, the handler that hears edits, and streams.
 #pragma once
 
 #include "pluginterfaces/base/funknownimpl.h"
@@ -41,7 +41,6 @@ class EditLog
     Steinberg::int32 restartFlags = 0;  // all flags ever asked for, or-ed
     int groupsBegun = 0;
     int groupsEnded = 0;
-    int dirtyMarks = 0;
     std::set<Steinberg::Vst::ParamID> open;  // begun, not ended
     std::vector<std::string> misuses;        // what hosts don't expect, in a sentence each
 
@@ -50,8 +49,8 @@ class EditLog
                                               Steinberg::Vst::ParamValue value) override;
     Steinberg::tresult PLUGIN_API endEdit(Steinberg::Vst::ParamID id) override;
     Steinberg::tresult PLUGIN_API restartComponent(Steinberg::int32 flags) override;
-    Steinberg::tresult PLUGIN_API setDirty(Steinberg::TBool state) override {
-        return state ? counted(dirtyMarks) : Steinberg::kResultOk;
+    Steinberg::tresult PLUGIN_API setDirty(Steinberg::TBool) override {
+        return Steinberg::kResultOk;
     }
     Steinberg::tresult PLUGIN_API requestOpenEditor(Steinberg::FIDString) override {
         return Steinberg::kNotImplemented;

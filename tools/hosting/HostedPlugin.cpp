@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
-#include <mutex>
 
 namespace Quorvant::Hosting {
 
@@ -18,29 +18,24 @@ namespace {
 
 // Loaders report in several lines; one sentence is left.
 std::string oneLine(std::string text) {
-    while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == '.'))
-        text.pop_back();
     std::ranges::replace_if(
         text, [](char c) { return c == '\n' || c == '\r'; }, ' ');
-    return text;
+    return text.substr(0, text.find_last_not_of(" .") + 1);
 }
 
 // One module however many instances: a second load of the same path shares the first.
-Result<Module::Ptr> openModule(const std::string& path) {
-    static std::mutex mutex;
+Module::Ptr openModule(const std::string& path) {
     static std::map<std::string, std::weak_ptr<Module>> loaded;
     std::error_code failure;
-    const auto real = std::filesystem::canonical(path, failure);
-    if (failure) return Error{"there is no plug-in " + inQuotes(path)};
-    const std::string name = real.string();
+    const std::string name = std::filesystem::canonical(path, failure).string();
+    if (failure) throw Failure{"there is no plug-in " + inQuotes(path)};
 
-    const std::lock_guard lock(mutex);
     if (auto module = loaded[name].lock()) return module;
     std::string reason;
     auto module = Module::create(name, reason);
     if (!module) {
         if (reason.empty()) reason = "it holds no module for this system";
-        return Error{inQuotes(path) + " cannot be loaded as a VST3 plug-in: " + oneLine(reason)};
+        throw Failure{inQuotes(path) + " cannot be loaded as a VST3 plug-in: " + oneLine(reason)};
     }
     module->getFactory().setHostContext(&hostApplication());
     loaded[name] = module;
@@ -80,6 +75,24 @@ void describeBuses(const std::vector<std::vector<Sample*>>& buses,
     }
 }
 
+// The number that a text begins with, whatever unit follows; not a number where there is none.
+double leadingNumber(const std::string& text) {
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    return end == text.c_str() || !std::isfinite(value) ? std::nan("") : value;
+}
+
+// Some controllers clamp, or read as 0, what they don't know: only what they show then tells.
+bool isMeant(const std::string& asked, double value, const std::string& shown) {
+    if (sameText(asked, shown)) return true;
+    const double askedNumber = leadingNumber(asked);
+    if (std::isnan(askedNumber)) return false;
+    if (value > 0.0 && value < 1.0) return true;
+    const double shownNumber = leadingNumber(shown);  // or a word, "-oo" or "off"
+    const double tolerance = std::max(1.0, std::abs(shownNumber) * 0.02);
+    return std::isnan(shownNumber) || std::abs(askedNumber - shownNumber) <= tolerance;
+}
+
 }  // namespace
 
 ProcessContext makeContext(const Transport& transport, double sampleRate) {
@@ -100,22 +113,18 @@ ProcessContext makeContext(const Transport& transport, double sampleRate) {
     return context;
 }
 
-Result<HostedPlugin::Ptr> HostedPlugin::load(const std::string& path, std::string_view className) {
-    auto module = openModule(path);
-    if (!module) return Error{module.error()};
-    for (const auto& info : (*module)->getFactory().classInfos()) {
+HostedPlugin::Ptr HostedPlugin::load(const std::string& path) {
+    Ptr plugin(new HostedPlugin);
+    plugin->module = openModule(path);
+    for (const auto& info : plugin->factory().classInfos()) {
         if (info.category() != kVstAudioEffectClass) continue;
-        if (!className.empty() && !sameText(info.name(), className)) continue;
-        Ptr plugin(new HostedPlugin);
-        plugin->module = *module;
-        if (auto made = plugin->make(info); !made) return Error{made.error()};
+        plugin->make(info);
         return plugin;
     }
-    return Error{inQuotes(path) + " holds no audio effect" +
-                 (className.empty() ? std::string() : " " + inQuotes(className))};
+    throw Failure{inQuotes(path) + " holds no audio effect"};
 }
 
-Result<> HostedPlugin::make(const VST3::Hosting::ClassInfo& info) {
+void HostedPlugin::make(const VST3::Hosting::ClassInfo& info) {
     className = info.name();
     PlugProvider::setErrorStream(nullptr);
     PluginContextFactory::instance().setPluginContext(&hostApplication());
@@ -125,15 +134,14 @@ Result<> HostedPlugin::make(const VST3::Hosting::ClassInfo& info) {
     ownComponent = provider->getComponentPtr();
     ownController = provider->getControllerPtr();
     if (!ownComponent || !ownController)
-        return Error{inQuotes(className) + " does not start, or has no controller"};
+        throw Failure{inQuotes(className) + " does not start, or has no controller"};
     ownProcessor = FUnknownPtr<IAudioProcessor>(ownComponent);
-    if (!ownProcessor) return Error{inQuotes(className) + " is no audio processor"};
+    if (!ownProcessor) throw Failure{inQuotes(className) + " is no audio processor"};
     ownController->setComponentHandler(log);
     // Without it some controllers would show, and hosts write back, their defaults.
     if (auto state = componentState()) showComponentState(*state);
     readParameters();
     readBuses();
-    return {};
 }
 
 HostedPlugin::~HostedPlugin() {
@@ -161,15 +169,9 @@ void HostedPlugin::readBuses() {
             SpeakerArrangement arrangement = 0;
             if (ownComponent->getBusInfo(kAudio, direction, index, info) != kResultOk) continue;
             ownProcessor->getBusArrangement(direction, index, arrangement);
-            const bool byDefault = (info.flags & BusInfo::kDefaultActive) != 0;
-            list.push_back({fromWide(info.name), info.channelCount, arrangement,
-                            info.busType == kMain, byDefault, false});
+            list.push_back({info.channelCount, arrangement});
         }
     }
-}
-
-VST3::Hosting::PluginFactory::ClassInfos HostedPlugin::moduleClasses() const {
-    return module->getFactory().classInfos();
 }
 
 const Parameter* HostedPlugin::findParameter(std::string_view name) const {
@@ -188,14 +190,34 @@ const Parameter* HostedPlugin::findParameter(ParamID id) const {
     return found != listed.end() ? &*found : nullptr;
 }
 
+std::string HostedPlugin::textOf(const Parameter& parameter, double normalised) const {
+    String128 text{};
+    if (ownController->getParamStringByValue(parameter.id, normalised, text) != kResultOk)
+        return {};
+    return fromWide(text);
+}
+
+std::optional<double> HostedPlugin::valueOf(const Parameter& parameter,
+                                            const std::string& text) const {
+    if (text.empty()) return {};
+    if (parameter.isList()) {
+        for (int state = 0; state <= parameter.stepCount; ++state)
+            if (sameText(text, textOf(parameter, parameter.valueOfState(state))))
+                return parameter.valueOfState(state);
+        return {};
+    }
+    String128 wide{};
+    ParamValue value = 0.0;
+    if (!toWide(text, wide) ||
+        ownController->getParamValueByString(parameter.id, wide, value) != kResultOk ||
+        !(value >= 0.0 && value <= 1.0) || !isMeant(text, value, textOf(parameter, value)))
+        return {};
+    return value;
+}
+
 void HostedPlugin::setParameter(ParamID id, double normalised) {
     ownController->setParamNormalized(id, normalised);
     pending.push_back({id, 0, normalised});
-}
-
-void HostedPlugin::forwardOutputPoints() {
-    for (const ParameterPoint& point : reported)
-        ownController->setParamNormalized(point.id, point.value);
 }
 
 const std::vector<Bus>& HostedPlugin::buses(BusDirection direction) const {
@@ -212,11 +234,7 @@ tresult HostedPlugin::setArrangements(std::vector<SpeakerArrangement> wantedInpu
 }
 
 tresult HostedPlugin::activateBus(BusDirection direction, int index, bool active) {
-    const tresult answer = ownComponent->activateBus(kAudio, direction, index, active);
-    auto& list = direction == kInput ? inputs : outputs;
-    if (answer == kResultOk && index >= 0 && index < static_cast<int>(list.size()))
-        list[static_cast<size_t>(index)].active = active;
-    return answer;
+    return ownComponent->activateBus(kAudio, direction, index, active);
 }
 
 tresult HostedPlugin::setUp(const HostSetup& setup) {
@@ -237,7 +255,7 @@ tresult HostedPlugin::setProcessing(bool processing) {
     return ownProcessor->setProcessing(processing);
 }
 
-Result<> HostedPlugin::prepare(const HostSetup& setup) {
+void HostedPlugin::prepare(const HostSetup& setup) {
     const std::string who = inQuotes(className);
     if (isProcessing) setProcessing(false);
     if (isActive) setActive(false);
@@ -253,79 +271,53 @@ Result<> HostedPlugin::prepare(const HostSetup& setup) {
     // A plug-in may decline and yet be as wanted already, so its buses decide, not its answer.
     setArrangements(wantedInputs, wantedOutputs);
     if (channelsOf(inputs, 0) != setup.mainInputs || channelsOf(outputs, 0) != setup.mainOutputs)
-        return Error{who + " cannot run with " + std::to_string(setup.mainInputs) +
-                     " channels in and " + std::to_string(setup.mainOutputs) + " out"};
+        throw Failure{who + " cannot run with " + std::to_string(setup.mainInputs) +
+                      " channels in and " + std::to_string(setup.mainOutputs) + " out"};
     if (setup.sideChain > 0 && channelsOf(inputs, 1) != setup.sideChain)
-        return Error{who + " has no side-chain input of " + std::to_string(setup.sideChain) +
-                     (setup.sideChain == 1 ? " channel" : " channels")};
+        throw Failure{who + " has no side-chain input of " + std::to_string(setup.sideChain) +
+                      (setup.sideChain == 1 ? " channel" : " channels")};
 
-    if (!canProcess(setup.doublePrecision))
-        return Error{who + " does not process " + (setup.doublePrecision ? "64" : "32") +
-                     "-bit samples"};
+    if (ownProcessor->canProcessSampleSize(setup.doublePrecision ? kSample64 : kSample32) !=
+        kResultTrue)
+        throw Failure{who + " does not process " + (setup.doublePrecision ? "64" : "32") +
+                      "-bit samples"};
     if (setUp(setup) != kResultOk)
-        return Error{who + " refuses a sample rate of " +
-                     std::to_string(std::lround(setup.sampleRate)) + " Hz with blocks of " +
-                     std::to_string(setup.maxFrames) + " frames"};
+        throw Failure{who + " refuses a sample rate of " +
+                      std::to_string(std::lround(setup.sampleRate)) + " Hz with blocks of " +
+                      std::to_string(setup.maxFrames) + " frames"};
     for (size_t bus = 0; bus < inputs.size(); ++bus)
         activateBus(kInput, static_cast<int>(bus), bus == 0 || (bus == 1 && setup.sideChain > 0));
     for (size_t bus = 0; bus < outputs.size(); ++bus)
         activateBus(kOutput, static_cast<int>(bus), bus == 0);
-    if (setActive(true) != kResultOk) return Error{who + " refused to start"};
+    if (setActive(true) != kResultOk) throw Failure{who + " refused to start"};
     setProcessing(true);
-    return {};
-}
-
-int32 HostedPlugin::latency() const {
-    return static_cast<int32>(ownProcessor->getLatencySamples());
-}
-
-uint32 HostedPlugin::tail() const {
-    return ownProcessor->getTailSamples();
-}
-
-bool HostedPlugin::canProcess(bool doublePrecision) const {
-    return ownProcessor->canProcessSampleSize(doublePrecision ? kSample64 : kSample32) ==
-           kResultTrue;
 }
 
 template <typename Sample>
-tresult HostedPlugin::processBlock(const Block<Sample>& block, int32 size) {
+tresult HostedPlugin::process(const Block<Sample>& block) {
     describeBuses(block.inputs, inputBuffers);
     describeBuses(block.outputs, outputBuffers);
     inputChanges.clearQueue();
     fill(inputChanges, pending);
     pending.clear();
     fill(inputChanges, block.points);
+    outputChanges.clearQueue();
+    reported.clear();
 
     ProcessContext context{};
     if (block.context != nullptr) context = *block.context;
     ProcessData data;
     data.processMode = mode;
-    data.symbolicSampleSize = size;
+    data.symbolicSampleSize = sizeof(Sample) == sizeof(double) ? kSample64 : kSample32;
     data.numSamples = block.frames;
     data.numInputs = static_cast<int32>(inputBuffers.size());
     data.numOutputs = static_cast<int32>(outputBuffers.size());
     data.inputs = inputBuffers.empty() ? nullptr : inputBuffers.data();
     data.outputs = outputBuffers.empty() ? nullptr : outputBuffers.data();
     data.inputParameterChanges = &inputChanges;
-    data.outputParameterChanges = block.takeOutputPoints ? &outputChanges : nullptr;
+    data.outputParameterChanges = &outputChanges;
     data.processContext = block.context != nullptr ? &context : nullptr;
-    return process(data);
-}
-
-tresult HostedPlugin::process(const Block<float>& block) {
-    return processBlock(block, kSample32);
-}
-
-tresult HostedPlugin::process(const Block<double>& block) {
-    return processBlock(block, kSample64);
-}
-
-tresult HostedPlugin::process(ProcessData& data) {
-    outputChanges.clearQueue();
-    reported.clear();
     const tresult answer = ownProcessor->process(data);
-    if (data.outputParameterChanges != &outputChanges) return answer;
     for (int32 index = 0; index < outputChanges.getParameterCount(); ++index) {
         IParamValueQueue* queue = outputChanges.getParameterData(index);
         for (int32 point = 0; point < queue->getPointCount(); ++point) {
@@ -336,11 +328,12 @@ tresult HostedPlugin::process(ProcessData& data) {
     }
     return answer;
 }
+template tresult HostedPlugin::process(const Block<float>& block);
+template tresult HostedPlugin::process(const Block<double>& block);
 
 tresult HostedPlugin::flush(std::vector<ParameterPoint> points) {
-    Block<float> block;
-    block.points = std::move(points);
-    return processBlock(block, sampleSize);
+    pending.insert(pending.end(), points.begin(), points.end());
+    return isDoublePrecision() ? process(Block<double>()) : process(Block<float>());
 }
 
 std::optional<double> HostedPlugin::outputValue(ParamID id) const {
@@ -350,10 +343,9 @@ std::optional<double> HostedPlugin::outputValue(ParamID id) const {
     return last;
 }
 
-Result<Bytes> HostedPlugin::componentState() const {
+std::optional<Bytes> HostedPlugin::componentState() const {
     auto stream = owned(new StateStream);
-    if (ownComponent->getState(stream) != kResultOk)
-        return Error{inQuotes(className) + " gave no state"};
+    if (ownComponent->getState(stream) != kResultOk) return {};
     return stream->bytes();
 }
 
@@ -368,10 +360,9 @@ tresult HostedPlugin::showComponentState(std::span<const uint8_t> state) {
     return ownController->setComponentState(owned(new StateStream(state)));
 }
 
-Result<Bytes> HostedPlugin::controllerState() const {
+std::optional<Bytes> HostedPlugin::controllerState() const {
     auto stream = owned(new StateStream);
-    if (ownController->getState(stream) != kResultOk)
-        return Error{"the controller of " + inQuotes(className) + " gave no state"};
+    if (ownController->getState(stream) != kResultOk) return {};
     return stream->bytes();
 }
 

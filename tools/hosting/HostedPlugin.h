@@ -2,7 +2,6 @@
 #pragma once
 
 #include "tools/hosting/HostSide.h"
-#include "tools/hosting/Result.h"
 
 #include "pluginterfaces/vst/ivstaudioprocessor.h"
 #include "pluginterfaces/vst/ivstcomponent.h"
@@ -28,14 +27,13 @@ using Steinberg::Vst::ParamID;
 using Steinberg::Vst::SpeakerArrangement;
 
 struct Bus {
-    std::string name;
     int channels;
     SpeakerArrangement arrangement;
-    bool main, defaultActive;
-    bool active;  // as activateBus left it
 };
 
 struct Parameter {
+    static constexpr int kMostListedStates = 128;  // beyond it, steps are numbers, not a list
+
     ParamID id;
     std::string title, shortTitle, units;
     int stepCount;  // 0 continuous, n means n + 1 states
@@ -44,6 +42,8 @@ struct Parameter {
     Steinberg::Vst::UnitID unit;
 
     bool has(Steinberg::int32 flag) const { return (flags & flag) != 0; }
+    bool isList() const { return stepCount > 0 && stepCount < kMostListedStates; }
+    double valueOfState(int state) const { return static_cast<double>(state) / stepCount; }
 };
 
 struct ParameterPoint {
@@ -69,7 +69,6 @@ struct Block {
     std::vector<std::vector<Sample*>> inputs, outputs;
     std::vector<ParameterPoint> points;  // in any order; each identifier becomes one queue
     const Steinberg::Vst::ProcessContext* context = nullptr;  // null: the host gives none
-    bool takeOutputPoints = true;  // false: the plug-in gets no list to report to
 };
 
 struct HostSetup {
@@ -86,23 +85,22 @@ struct HostSetup {
 using Setup = HostSetup;
 
 // All calls from one thread, except that process() may have a thread of its own.
-// Functions that return a tresult hand on the plug-in's own answer.
+// Functions that return a tresult hand on the plug-in's own answer, the others throw a Failure.
 class HostedPlugin {
   public:
     using Ptr = std::unique_ptr<HostedPlugin>;
 
     // Loads the module at `path` (a .vst3 bundle, on Windows also a file) and makes one instance
-    // of the class of that name, or of its first audio effect, with its controller. Loading one
-    // path several times gives several instances of one module.
-    static Result<Ptr> load(const std::string& path, std::string_view className = {});
+    // of its first audio effect, with its controller. Loading one path several times gives several
+    // instances of one module.
+    static Ptr load(const std::string& path);
     ~HostedPlugin();
     HostedPlugin(const HostedPlugin&) = delete;
     HostedPlugin& operator=(const HostedPlugin&) = delete;
 
     const std::string& name() const { return className; }
     const VST3::Hosting::ClassInfo& classInfo() const { return provider->getClassInfo(); }
-    // All classes of the module.
-    VST3::Hosting::PluginFactory::ClassInfos moduleClasses() const;
+    const VST3::Hosting::PluginFactory& factory() const { return module->getFactory(); }
 
     // The plug-in's own interfaces, for calls that have no wrapper here.
     Steinberg::Vst::IComponent* component() const { return ownComponent; }
@@ -117,14 +115,12 @@ class HostedPlugin {
     const Parameter* findParameter(ParamID id) const;
     // What the controller shows for a normalised value; empty where it shows nothing.
     std::string textOf(const Parameter& parameter, double normalised) const;
-    // Normalised. A text that the controller refuses, or takes for something else (out of range),
-    // is an error that names the valid texts or the range.
-    Result<double> valueOf(const Parameter& parameter, const std::string& text) const;
+    // Normalised; none for a text that the controller refuses, or takes for something else (out of
+    // range).
+    std::optional<double> valueOf(const Parameter& parameter, const std::string& text) const;
     double controllerValue(ParamID id) const { return ownController->getParamNormalized(id); }
     // Tells the controller at once and the processor with the next process call.
     void setParameter(ParamID id, double normalised);
-    // Hands the output points of the last process call to the controller, as hosts do.
-    void forwardOutputPoints();
 
     // Set-up by single steps, for tests that leave the usual order.
     const std::vector<Bus>& buses(Steinberg::Vst::BusDirection direction) const;
@@ -135,17 +131,12 @@ class HostedPlugin {
     tresult setActive(bool active);
     tresult setProcessing(bool processing);
     // The usual order in one call: arrangements, set-up, bus activation, activation. An
-    // arrangement, rate or sample size that the plug-in refuses is an error.
-    Result<> prepare(const HostSetup& setup);
-
-    Steinberg::int32 latency() const;             // frames
-    Steinberg::uint32 tail() const;               // frames, kNoTail, kInfiniteTail
-    bool canProcess(bool doublePrecision) const;  // canProcessSampleSize
+    // arrangement, rate or sample size that the plug-in refuses is a failure.
+    void prepare(const HostSetup& setup);
     bool isDoublePrecision() const { return sampleSize == Steinberg::Vst::kSample64; }
 
-    tresult process(const Block<float>& block);
-    tresult process(const Block<double>& block);
-    tresult process(Steinberg::Vst::ProcessData& data);  // as it is, nothing added
+    template <typename Sample>
+    tresult process(const Block<Sample>& block);
     // Parameters without audio: 0 frames and no buses, of the sample size that is set up.
     tresult flush(std::vector<ParameterPoint> points);
     // What the last process or flush call reported.
@@ -155,20 +146,18 @@ class HostedPlugin {
 
     // States. `attributes` are key and text pairs that go with the stream, such as StateType.
     using Attributes = std::vector<std::pair<std::string, std::string>>;
-    Result<Bytes> componentState() const;
+    std::optional<Bytes> componentState() const;
     tresult setComponentState(std::span<const uint8_t> state, const Attributes& attributes = {});
     // Gives the component's state to the controller.
     tresult showComponentState(std::span<const uint8_t> state);
-    Result<Bytes> controllerState() const;
+    std::optional<Bytes> controllerState() const;
     tresult setControllerState(std::span<const uint8_t> state);
 
   private:
     HostedPlugin() = default;
-    Result<> make(const VST3::Hosting::ClassInfo& info);
+    void make(const VST3::Hosting::ClassInfo& info);
     void readParameters();
     void readBuses();
-    template <typename Sample>
-    tresult processBlock(const Block<Sample>& block, Steinberg::int32 size);
 
     VST3::Hosting::Module::Ptr module;  // first, so that it goes last
     Steinberg::IPtr<Steinberg::Vst::PlugProvider> provider;

@@ -1,11 +1,17 @@
-// Small helpers for names and sentences.
+// What is told to users: failures in a sentence, and small helpers for names and sentences.
 #pragma once
 
 #include <algorithm>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
 namespace Quorvant::Hosting {
+
+// Its text is one sentence for people, without a full stop.
+struct Failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
 
 // Without regard to case, ASCII only.
 inline bool sameText(std::string_view left, std::string_view right) {
