@@ -75,15 +75,17 @@ TEST(PresetBlob, ReadsBackTheSameRecordInBothByteOrdersAndFlavours) {
 TEST(PresetBlob, FileRepairsWhatMemoRejects) {
     const float infinity = std::numeric_limits<float>::infinity();
     const float notANumber = std::numeric_limits<float>::quiet_NaN();
+    const auto taken = [](float value) {
+        QVXPresetRecord record = before(kMix, 0.25f);
+        record.values[kSensitivity] = value;
+        return Outcome{BlobResult::Applied, record};
+    };
+    const Outcome rejected{BlobResult::BadValue, before()};
+    EXPECT_EQ(parameterDefault(kSensitivity), 1.0);
     for (const float bad : {1.5f, -0.1f, infinity, -infinity, 1.0000001f, notANumber}) {
-        const auto blob = BlobBytes::current().parameter(kMix, 0.5f).parameter(kSensitivity, bad);
-        const Outcome zeroed{BlobResult::Applied, before(kSensitivity, 0.0f)};
-        const Outcome rejected{BlobResult::BadValue, before()};
-        EXPECT_EQ(readAsMemo(blob.bytes()), bad == bad ? rejected : zeroed) << bad;
-        EXPECT_EQ(parameterDefault(kSensitivity), 1.0);
-        EXPECT_EQ(readAsFile(blob.bytes()),
-                  (Outcome{BlobResult::Applied, before(kSensitivity, 1.0f)}))
-            << bad;
+        const auto blob = BlobBytes::current().parameter(kMix, 0.25f).parameter(kSensitivity, bad);
+        EXPECT_EQ(readAsMemo(blob.bytes()), bad == bad ? rejected : taken(0.0f)) << bad;
+        EXPECT_EQ(readAsFile(blob.bytes()), taken(1.0f)) << bad;
     }
 }
 
@@ -91,7 +93,8 @@ TEST(PresetBlob, PassesOverUnknownIndicesAndChunks) {
     auto blob = BlobBytes::current();
     blob.parameter(38, 7.0f).parameter(0xFFFFFFFF, 7.0f);  // out of range, but nobody's value
     blob.chunk(2, 3, "xyz").chunk(0xFFFFFFFF, 0, "");
-    blob.chunk(1, 8, std::string(8, '\1')).chunk(0, 5, "short");  // too small for their type
+    blob.chunk(1, 8, std::string("\4\0\0\0\0\0\0\0", 8))
+        .chunk(0, 5, "short");  // too small for their type
     blob.parameter(3, 0.125f);
     EXPECT_EQ(readAsMemo(blob.bytes()), (Outcome{BlobResult::Applied, before(3, 0.125f)}));
 }
