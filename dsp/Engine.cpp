@@ -3,7 +3,6 @@
 #include "dsp/Engine.h"
 
 #include "dsp/OutputIndex.h"
-#include "params/NoteTable.h"
 #include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
 
@@ -38,18 +37,13 @@ int32_t QVXCorvane77x_v2Effect::getTail() {
 bool QVXCorvane77x_v2Effect::setSampleRate(double rate) {
     // Written so that not-a-number ends at the lowest rate.
     sampleRate = rate >= kLowestRate ? std::min(rate, kHighestRate) : kLowestRate;
-    sampleRateInt = static_cast<int>(sampleRate);
     controls.setSampleRate(sampleRate);
-    envelope.setSampleRate(sampleRate);
-    legacyStage.setSampleRate(sampleRateInt);
-    for (Limiter* limiter : {&inputLimiter, &outputLimiter, &sideChainLimiter})
-        limiter->setSampleRate(sampleRate);
-    daConverter.setSampleRate(sampleRate);
-    coupling.setSampleRate(sampleRate);
+    song.setSampleRate(sampleRate);
+    path.setSampleRate(sampleRate);
+    sideChainLimiter.setSampleRate(sampleRate);
     suspensionStep = 1.0 / (kSuspendFadeSeconds * sampleRate);
     inputFilter.setCorner(InputFilter::kCorner, sampleRate);
     doubledInputFilter.setCorner(InputFilter::kDoubledCorner, sampleRate);
-    applyLfoRate();
     applyHighCut();
     reset();
     return sampleRate == rate;
@@ -61,45 +55,27 @@ void QVXCorvane77x_v2Effect::reset() {
     headroomRead = false;
     sideChainPeak = Pair{};
     controls.jumpToTargets();
-    suspension = isOn(kSuspend) ? 1.0 : 0.0;
+    suspension = values.isOn(kSuspend) ? 1.0 : 0.0;
 
     inputFilter.clear();
     doubledInputFilter.clear();
-    legacyStage.clear();
-    for (Limiter* limiter : {&inputLimiter, &outputLimiter, &sideChainLimiter}) limiter->clear();
-    adConverter.reset();
+    sideChainLimiter.clear();
     sideChainAdConverter.reset();
-    daConverter.clear();
-    coupling.clear();
-    envelope.clear();
-    lfo.reset();
-    highCut.clear();
-    clockFactor = restingClockFactor;
-    clock.reset(clockFactor);
-    recordedBefore = playedBefore = {};
-    feedbackSignal = Pair{};
-    quietTicks = 0;
-    repeats.reset();
-    loopLamp = false;
-    lastHostPosition.reset();
-
-    const auto length =
-        static_cast<std::size_t>(std::floor(sampleRate * kLongestDelayMs * 0.001)) + 1;
-    memoryCells.assign(length, Pair{});
-    memory.attach(memoryCells.data(), static_cast<int>(length), sampleRate);
-    memory.setCourse(direction(), delayMs * sampleRate / 1000.0);
-    memory.setLooping(loopEngaged);
+    song.reset();
+    path.reset(restingClockFactor);
+    path.setCourse(direction(), song.delaySamples());
+    path.setLooping(looping);
 }
 
 DirectionMode QVXCorvane77x_v2Effect::direction() const {
-    return static_cast<DirectionMode>(listState(value(kDirectionMode), 4));
+    return static_cast<DirectionMode>(listState(values[kDirectionMode], 4));
 }
 
 void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
     if (index >= values.size() || std::isnan(received)) return;
     const double v = clampNormalised(received);
     // A loop keeps its length: these two must be sent again once it is off.
-    if (infRepeat && (index == kDelayTime || index == kDelayClockMode)) return;
+    if (song.infRepeatIsOn() && (index == kDelayTime || index == kDelayClockMode)) return;
     values[index] = v;
 
     switch (index) {
@@ -116,7 +92,7 @@ void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
         case kDelayTime:
         case kDelayClockMode:
         case kDelayNote:
-            applyDelayTime();
+            song.applyDelay();
             break;
         case kDelayX2:
             controls.setTarget(kCtlWetLevel, 1.0 / x2Factor(v));
@@ -132,7 +108,8 @@ void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
             applyHighCut();
             break;
         case kInfRepeat:
-            setInfRepeat(switchState(v));
+            song.setInfRepeat(switchState(v));
+            followLoop();
             break;
         case kManualVco:
         case kDepth:
@@ -144,10 +121,10 @@ void QVXCorvane77x_v2Effect::setParameter(uint32_t index, double received) {
         case kLfoRate:
         case kLfoSync:
         case kLfoNote:
-            applyLfoRate();
+            song.applyLfoRate();
             break;
         case kManualTempo:
-            setTempo(manualTempoBpm(v));
+            song.applyManualTempo();
             break;
         case kSideChainIntExt:
             controls.setTarget(kCtlExternal, v);
@@ -176,105 +153,68 @@ void QVXCorvane77x_v2Effect::applyLevels() {
 }
 
 void QVXCorvane77x_v2Effect::applyVco() {
-    const double vco = vcoRatio(value(kManualVco), value(kDepth));
-    const double x2 = x2Factor(value(kDelayX2));
-    restingClockFactor = clockFactor = vco * x2;
-    controls.setTarget(kCtlDepth, depthCurve(value(kDepth)));
+    const double vco = vcoRatio(values[kManualVco], values[kDepth]);
+    const double x2 = x2Factor(values[kDelayX2]);
+    restingClockFactor = vco * x2;
+    path.showClockFactor(restingClockFactor);
+    controls.setTarget(kCtlDepth, depthCurve(values[kDepth]));
     controls.setTarget(kCtlVco, vco);
     controls.setTarget(kCtlX2, x2);
 }
 
 void QVXCorvane77x_v2Effect::applyHighCut() {
-    controls.setTarget(
-        kCtlHighCutPole,
-        isOn(kHighCut) ? HighCut::poleOf(highCutHz(value(kHighCutCutoff)), sampleRate) : 0.0);
+    controls.setTarget(kCtlHighCutPole,
+                       values.isOn(kHighCut)
+                           ? HighCut::poleOf(highCutHz(values[kHighCutCutoff]), sampleRate)
+                           : 0.0);
 }
 
 void QVXCorvane77x_v2Effect::applyFeedback() {
-    const double knob = value(kFeedback);
+    const double knob = values[kFeedback];
     // Behind a limiter the last of the knob's way goes beyond unity, so that repeats build up to
     // a level that they keep.
     const double beyond = std::max(0.0, (knob - kRegenerationStart) / (1.0 - kRegenerationStart));
     const double regeneration = mode >= ProcessingMode::Lims ? beyond : 0.0;
-    const double polarity = isOn(kFeedbackInvert) ? -1.0 : 1.0;
-    controls.setTarget(kCtlFeedback, loopEngaged ? 1.0 : knob * polarity);
-    controls.setTarget(kCtlRegeneration, loopEngaged ? 0.0 : kRegeneration * regeneration);
+    const double polarity = values.isOn(kFeedbackInvert) ? -1.0 : 1.0;
+    controls.setTarget(kCtlFeedback, looping ? 1.0 : knob * polarity);
+    controls.setTarget(kCtlRegeneration, looping ? 0.0 : kRegeneration * regeneration);
     controls.setTarget(kCtlCoupling, mode == ProcessingMode::Full ? 1.0 : regeneration);
-}
-
-void QVXCorvane77x_v2Effect::applyLfoRate() {
-    lfoHz =
-        isOn(kLfoSync) ? noteHz(lfoNote(value(kLfoNote)), tempoBpm) : lfoRateHz(value(kLfoRate));
-    lfo.setFrequency(lfoHz, sampleRate);
-}
-
-void QVXCorvane77x_v2Effect::applyDelayTime() {
-    if (infRepeat) return;
-    delayMs = isOn(kDelayClockMode) ? noteMs(delayNote(value(kDelayNote)), tempoBpm)
-                                    : delayTimeMs(value(kDelayTime));
-}
-
-void QVXCorvane77x_v2Effect::setTempo(double bpm) {
-    const double held = std::clamp(bpm, kLowestTempo, kHighestTempo);
-    if (held == tempoBpm) return;
-    tempoBpm = held;
-    applyDelayTime();
-    applyLfoRate();
-}
-
-void QVXCorvane77x_v2Effect::setInfRepeat(bool on) {
-    if (on == infRepeat) return;
-    infRepeat = on;
-    // A synced loop waits for the next repeat: see beginRepeat.
-    if (!on || !isOn(kDelayClockMode)) setLoop(on);
-    applyDelayTime();
-}
-
-void QVXCorvane77x_v2Effect::setLoop(bool on) {
-    loopEngaged = on;
-    memory.setLooping(on);
-    applyFeedback();
 }
 
 bool QVXCorvane77x_v2Effect::getOutputValue(uint32_t index, double& reading) {
     double v = 0.0;
     switch (index) {
         case kOutHostSync:
-            v = hostSynced ? 1.0 : 0.0;
+            v = song.hasPosition() ? 1.0 : 0.0;
             break;
         case kOutTempo:
-            v = tempoBpm / 10000.0;
+            v = song.tempo() / 10000.0;
             break;
         case kOutSampleRate:
             v = sampleRate / 1000000.0;
             break;
         case kOutLfoLamp:
-            v = std::sin(lfo.currentPhase()) * 0.5 + 0.5;
+            v = std::sin(song.lfo.currentPhase()) * 0.5 + 0.5;
             break;
         case kOutHeadroom:
             v = headroomPeak * 0.5;
             headroomRead = true;
             break;
         case kOutDelayReadout:
-            v = delayMs * clockFactor / kLongestHeardDelayMs;
+            v = song.delayMs() * path.clockFactor() / kLongestHeardDelayMs;
             break;
         case kOutDelayActivity:
-            v = std::sqrt(repeats.takePeak());
+            v = std::sqrt(song.takeActivity());
             break;
         case kOutInfRepeatLamp:
-            if (isOn(kDelayClockMode)) {
-                v = loopLamp ? 1.0 : 0.0;
-            } else {
-                v = loopEngaged ? 1.0 : 0.0;
-                loopLamp = false;
-            }
+            v = song.takeLoopLamp() ? 1.0 : 0.0;
             break;
         case kOutFirstGainReduction:
-            v = mode >= ProcessingMode::Lims ? 1.0 - inputLimiter.reading() : 0.0;
+            v = mode >= ProcessingMode::Lims ? 1.0 - path.firstGain() : 0.0;
             break;
         case kOutSecondGainReduction:
-            v = mode >= ProcessingMode::Lims     ? 1.0 - outputLimiter.reading()
-                : mode == ProcessingMode::Legacy ? 1.0 - legacyStage.reading()
+            v = mode >= ProcessingMode::Lims     ? 1.0 - path.secondGain()
+                : mode == ProcessingMode::Legacy ? 1.0 - path.legacyGain()
                                                  : 0.0;
             break;
         case kOutProcessingActivity: {
