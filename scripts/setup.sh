@@ -25,7 +25,7 @@ declare -A sets=(
     [daw]="ardour python3-scipy"
     [fuzz]="clang libclang-rt-14-dev"
     [package]="pandoc weasyprint fonts-lato fonts-dejavu-core python3 nsis zip unzip xz-utils
-        dpkg-dev fakeroot lintian git"
+        dpkg-dev fakeroot file lintian git"
 )
 
 wanted=("$@")

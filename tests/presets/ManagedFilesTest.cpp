@@ -88,9 +88,15 @@ TEST_F(ManagedFilesTest, RenamingAFileRenamesThePresetThatIsNamedAfterIt) {
         choose(file(0));
         EXPECT_EQ(manager.nameDisplay(), shown);
     };
+    manager.selectSetup(1.0);
+    manager.setName("one");  // by itself
+    manager.selectSetup(0.0);
     ASSERT_EQ(manager.save(folder / "one.qvx"), PresetFault::None);
     host.turn(kMix, 0.125);
     renames("two", "00: two");
+    manager.selectSetup(1.0);
+    EXPECT_EQ(manager.nameDisplay(), "00: one");
+    manager.selectSetup(0.0);
     manager.undo();
     manager.undo();  // what was saved as "one", and edited
     EXPECT_EQ(manager.nameDisplay(), "00: two");
@@ -195,6 +201,9 @@ TEST_F(ManagedFilesTest, StatesNameFilesBelowThePresetFolderOnly) {
         manager.restoreState(state, host.values);
         EXPECT_EQ(manager.location(), file(path == name ? 0 : kNotListed)) << path;
     }
+    state.setups[0].slot.location = basic(999);
+    manager.restoreState(state, host.values);
+    EXPECT_EQ(manager.location(), basic(kNotListed));
 }
 
 TEST_F(ManagedFilesTest, StateIsReadWholeOrNotAtAll) {

@@ -94,16 +94,20 @@ TEST_F(MemoTest, MemoWithBadBytesChangesNothingOrFallsBackToTheLastOne) {
     host.turn(kMix, 0.875);
     EXPECT_EQ(pasted(bad.bytes()), PresetFault::None);
     EXPECT_EQ(host.values[kMix], 0.25);
+    EXPECT_EQ(pasted(BlobBytes::current().parameter(kMix, 0.375f).bytes()), PresetFault::None);
+    host.turn(kMix, 0.875);
+    EXPECT_EQ(pasted(bad.bytes()), PresetFault::None);
+    EXPECT_EQ(host.values[kMix], 0.375);
 }
 
 TEST(MemoName, IsNamedForTheMoment) {
-    std::tm morning{};
-    morning.tm_hour = 9;
-    morning.tm_min = 5;
-    morning.tm_sec = 7;
+    std::tm evening{};
+    evening.tm_hour = 21;
+    evening.tm_min = 5;
+    evening.tm_sec = 7;
     QVXPresetRecord record{};
-    nameMemo(record, morning);
-    EXPECT_EQ(presetName(record), "clipboard 09:05:07");
+    nameMemo(record, evening);
+    EXPECT_EQ(presetName(record), "clipboard 21:05:07");
 }
 
 #ifndef _WIN32

@@ -207,6 +207,8 @@ TEST_F(PresetManagerTest, TheSamePresetAgainIsNoChangeAndKeepsRedo) {
     EXPECT_FALSE(manager.canUndo());
     choose(basic(5));
     EXPECT_FALSE(manager.canRedo());
+    manager.undo();
+    EXPECT_FALSE(manager.canUndo()) << "what could be redone is forgotten";
 }
 
 TEST_F(PresetManagerTest, SetupsComeBackExactlyAsTheyWereLeft) {
