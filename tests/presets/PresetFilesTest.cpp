@@ -1,7 +1,7 @@
 #include "presets/FactoryBank.h"
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
-#include "tests/presets/TestFolder.h"
+#include "tests/TestFolder.h"
 
 #include <gtest/gtest.h>
 

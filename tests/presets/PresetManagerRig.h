@@ -3,7 +3,7 @@
 
 #include "params/ParameterTable.h"
 #include "presets/PresetManager.h"
-#include "tests/presets/TestFolder.h"
+#include "tests/TestFolder.h"
 
 #include <gtest/gtest.h>
 

@@ -18,7 +18,7 @@ class TestFolder {
     TestFolder() {
         // The same test may run in another build at this moment.
         path = std::filesystem::temp_directory_path() /
-               ("corvane-presets-" + std::to_string(std::random_device()()));
+               ("corvane-test-" + std::to_string(std::random_device()()));
         std::filesystem::create_directories(path);
     }
     ~TestFolder() {
