@@ -1,19 +1,18 @@
 #include "gui/AboutBox.h"
 
 #include "gui/Hints.h"
-#include "gui/Panels.h"
 #include "gui/controls/ProductLabel.h"
 
 namespace Quorvant {
 
-AboutBox::AboutBox(const CRect& size, PresetDesk& desk) : Overlay(size) {
+AboutBox::AboutBox(const CRect& size, EditorContext& editor) : Overlay(size) {
     addView(new ProductLabel(CRect(10, 12, 102, 62), kAboutLabelId, [this](auto) { cancel(); }));
     const auto addButton = [this](double left, const char* title, std::function<void()> action) {
         addView(new ActionButton(CRect(left, 156, left + 130, 180), -1, ActionButton::Look::Text,
                                  title, [action](auto) { action(); }));
     };
-    addButton(140, "MANUAL", [&desk] { desk.openManual(); });
-    addButton(280, "WEBSITE", [&desk] { desk.desk().openLink("https://www.quorvant.example"); });
+    addButton(140, "MANUAL", [&editor] { editor.openManual(); });
+    addButton(280, "WEBSITE", [&editor] { editor.openLink("https://www.quorvant.example"); });
     addButton(420, "BACK TO THE PANEL", [this] { cancel(); });
 }
 

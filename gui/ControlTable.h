@@ -16,6 +16,7 @@ enum class ControlKind : uint8_t {
     Loop,
     Power,
     Choice,
+    LevelSet,  // Global
     TimeReadout,
     NoteReadout,
     TempoReadout,
@@ -68,7 +69,7 @@ inline constexpr ControlSpec kFrontControls[] = {
 
     {ControlKind::Knob, kInput, {110, 27, 172, 103}, "INPUT"},
     {ControlKind::Caption, kNoHint, {108, 114, 174, 127}, "LEVELS"},
-    {ControlKind::Choice, kGlobal, {112, 129, 170, 171}},
+    {ControlKind::LevelSet, kGlobal, {112, 129, 170, 171}},
     {ControlKind::Caption, kNoHint, {164, 27, 222, 39}, "HEADROOM"},
     {ControlKind::Headroom, kHeadroomBarId, {182, 42, 214, 188}},
 

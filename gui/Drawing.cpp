@@ -52,6 +52,14 @@ void addArc(CGraphicsPath& path, CPoint centre, double radius, double from, doub
     }
 }
 
+void addPolygon(CGraphicsPath& path, std::initializer_list<CPoint> points) {
+    path.beginSubpath(*points.begin());
+    for (const CPoint* point = points.begin() + 1; point != points.end(); ++point) {
+        path.addLine(*point);
+    }
+    path.closeSubpath();
+}
+
 }  // namespace
 
 CPoint onCircle(CPoint centre, double radius, double angle) {
@@ -142,17 +150,14 @@ void line(CDrawContext& context, CPoint from, CPoint to, CColor colour, double w
 
 void polygon(CDrawContext& context, std::initializer_list<CPoint> points, CColor colour) {
     const Path path = newPath(context);
-    bool first = true;
-    for (const CPoint& point : points) {
-        if (first) {
-            path->beginSubpath(point);
-        } else {
-            path->addLine(point);
-        }
-        first = false;
-    }
-    path->closeSubpath();
+    addPolygon(*path, points);
     fillPath(context, *path, colour);
+}
+
+void listArrow(CDrawContext& context, CPoint c, CColor colour) {
+    polygon(context,
+            {CPoint(c.x - 4.0, c.y - 2.0), CPoint(c.x + 4.0, c.y - 2.0), CPoint(c.x, c.y + 3.0)},
+            colour);
 }
 
 void lamp(CDrawContext& context, CPoint centre, double radius, CColor colour, double level) {
@@ -168,6 +173,14 @@ void lamp(CDrawContext& context, CPoint centre, double radius, CColor colour, do
              *circlePath(context, CPoint(centre.x - radius * 0.3, centre.y - radius * 0.3),
                          radius * 0.3),
              CColor(255, 255, 255, static_cast<uint8_t>(30 + 90 * level)));
+}
+
+void drawFace(CDrawContext& context, const CRect& rect) {
+    fillRoundGradient(context, rect, 0.0, Theme::kFaceTop, Theme::kFaceBottom);
+    line(context, CPoint(rect.left, rect.top + 0.5), CPoint(rect.right, rect.top + 0.5),
+         CColor(255, 255, 255, 34));
+    line(context, CPoint(rect.left, rect.bottom - 0.5), CPoint(rect.right, rect.bottom - 0.5),
+         CColor(0, 0, 0, 120));
 }
 
 void glass(CDrawContext& context, const CRect& rect) {
@@ -244,13 +257,6 @@ void drawFigures(CDrawContext& context, std::string_view text, const CRect& rect
     const double gap = thick * 0.14;
 
     // All segments of a colour make one path.
-    const auto addPolygon = [](CGraphicsPath& path, std::initializer_list<CPoint> points) {
-        path.beginSubpath(*points.begin());
-        for (const CPoint* point = points.begin() + 1; point != points.end(); ++point) {
-            path.addLine(*point);
-        }
-        path.closeSubpath();
-    };
     const auto addCell = [&](CGraphicsPath& path, double left, uint8_t bits, bool point) {
         const double middle = rect.top + height / 2.0;
         const double h = thick / 2.0;

@@ -35,8 +35,12 @@ void strokePath(CDrawContext& context, VSTGUI::CGraphicsPath& path, CColor colou
 void fillPath(CDrawContext& context, VSTGUI::CGraphicsPath& path, CColor colour);
 void line(CDrawContext& context, CPoint from, CPoint to, CColor colour, double width = 1.0);
 void polygon(CDrawContext& context, std::initializer_list<CPoint> points, CColor colour);
+// Tells that a click opens a list.
+void listArrow(CDrawContext& context, CPoint centre, CColor colour);
 // A small light with its glow; `level` 0 ... 1.
 void lamp(CDrawContext& context, CPoint centre, double radius, CColor colour, double level);
+// The unit's face, behind a panel.
+void drawFace(CDrawContext& context, const CRect& rect);
 // A sunken black window.
 void glass(CDrawContext& context, const CRect& rect);
 // What menus and questions are written on, with its shadow.

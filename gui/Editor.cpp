@@ -3,6 +3,7 @@
 #include "gui/AboutBox.h"
 #include "gui/PopupMenu.h"
 #include "gui/PresetBrowser.h"
+#include "gui/QuestionBox.h"
 #include "gui/TextEntry.h"
 #include "gui/ValueField.h"
 #include "params/ParameterLaws.h"
@@ -90,13 +91,10 @@ void Editor::close() {
 // Takes the place of what was there.
 void Editor::build() {
     scene.reset();
-    const PanelActions panelActions = {
-        [this](bool open) { setParameter(kShowHideExtensions, open ? 1.0 : 0.0); },
-        [this] { openAbout(); }};
-    PresetDesk& presetDesk = *this;
-    scene = std::make_unique<Scene>(
-        *window, live, presetDesk, actions, panelActions,
-        [this](CPoint at) { setZoom(pixels(at.x / Theme::kWidth * zoom)); });
+    EditorContext& context = *this;
+    scene = std::make_unique<Scene>(*window, live, context, actions, [this](CPoint at) {
+        setZoom(pixels(at.x / Theme::kWidth * zoom));
+    });
     scene->bar().setZoomText(std::to_string(zoom) + " %");
     scene->bar().setMessage(message);
     fitFrame(scale());
@@ -207,10 +205,7 @@ void Editor::open(std::function<Overlay*(const CRect& size)> make) {
 }
 
 void Editor::typeValue(uint32_t index, const CRect& over) {
-    char text[kTextCapacity];
-    getParameterText(static_cast<int32_t>(index), owner.value(index), text);
-    std::string initial = text;
-    if (index == kManualTempo) initial = fixedText(manualTempoBpm(owner.value(index)), 1);
+    const std::string initial = textToType(index, owner.value(index));
     const auto take = [this, index](const std::string& typed) {
         if (const auto value = valueFromTyped(index, typed)) {
             setParameter(index, *value);
@@ -241,17 +236,24 @@ void Editor::tell(std::string text) {
     if (scene) scene->bar().setMessage(message);
 }
 
-void Editor::ask(std::string question, std::vector<QuestionBox::Answer> answers,
+void Editor::ask(std::string question, std::vector<Answer> answers,
                  std::optional<std::string> initial) {
     open([=](const CRect& size) { return new QuestionBox(size, question, answers, initial); });
 }
 
-std::function<void(std::filesystem::path)> Editor::whileOpen(
-    std::function<void(std::filesystem::path)> action) {
-    return [alive = scene ? scene->lifetime() : std::weak_ptr<int>(),
-            action = std::move(action)](std::filesystem::path file) {
-        if (!alive.expired()) action(std::move(file));
-    };
+void Editor::openLink(std::string_view address) {
+    if (!desktop->openLink(address)) tell("There is nothing to show " + std::string(address));
+}
+
+bool Editor::askForFile(bool forSaving, const std::string& title,
+                        const std::filesystem::path& folder, const std::string& name,
+                        std::function<void(std::filesystem::path)> done) {
+    if (!scene) return false;
+    return desktop->askForFile(
+        *window, forSaving, title, folder, name,
+        [alive = scene->lifetime(), done = std::move(done)](std::filesystem::path file) {
+            if (!alive.expired()) done(std::move(file));
+        });
 }
 
 void Editor::openBrowser() {

@@ -21,7 +21,6 @@
 namespace Quorvant {
 
 class Editor final : private EditorContext,
-                     private PresetDesk,
                      private VSTGUI::IKeyboardHook,
                      private VSTGUI::IMouseObserver {
   public:
@@ -63,27 +62,24 @@ class Editor final : private EditorContext,
   private:
     // EditorContext
     EditorModel& model() override { return live; }
-    const UserSettings& settings() const override { return userSettings; }
     bool globalMode() const override;
+    const UserSettings& settings() const override { return userSettings; }
+    void changeSettings(const std::function<void(UserSettings&)>& change) override;
     void edited(uint32_t index) override { parameterChanged(index); }
     void setParameter(uint32_t index, double value) override;
     void typeValue(uint32_t index, const CRect& over) override;
     void openHostMenu(uint32_t index, CPoint where) override;
     void openMenu(Menu menu, const CRect& anchor) override;
-
-    // PresetDesk
-    EditorContext& editor() override { return *this; }
-    Desk& desk() override { return *desktop; }
-    VSTGUI::CFrame* frame() override { return window; }
-    void tell(std::string text) override;
-    void ask(std::string question, std::vector<QuestionBox::Answer> answers,
-             std::optional<std::string> initial) override;
-    std::function<void(std::filesystem::path)> whileOpen(
-        std::function<void(std::filesystem::path)> action) override;
     void openBrowser() override;
     void openAbout() override;
     void openManual() override;
-    void changeSettings(const std::function<void(UserSettings&)>& change) override;
+    void tell(std::string text) override;
+    void ask(std::string question, std::vector<Answer> answers,
+             std::optional<std::string> initial) override;
+    void openLink(std::string_view address) override;
+    bool askForFile(bool forSaving, const std::string& title, const std::filesystem::path& folder,
+                    const std::string& name,
+                    std::function<void(std::filesystem::path)> done) override;
 
     // VSTGUI
     void onKeyboardEvent(VSTGUI::KeyboardEvent& event, VSTGUI::CFrame* frame) override;

@@ -1,6 +1,6 @@
 #include "gui/HintDisplay.h"
 
-#include "gui/EditorContext.h"
+#include "gui/controls/Control.h"
 
 #include <vstgui/lib/cframe.h>
 

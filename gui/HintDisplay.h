@@ -15,14 +15,6 @@ class CViewContainer;
 
 namespace Quorvant {
 
-// A view whose texts may be too long for their places: its hint begins with the whole.
-class CutText {
-  public:
-    virtual ~CutText() = default;
-    // What is written, cut, at a point of the editor; empty where nothing is cut.
-    virtual std::string wholeTextAt(CPoint where) const = 0;
-};
-
 // A hint near the control it belongs to; lines break at line feeds.
 class HintBubble final : public VSTGUI::CView {
   public:

@@ -4,8 +4,9 @@
 #include "params/ParameterText.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
-#include <cstring>
+#include <string>
 #include <string_view>
 
 namespace Quorvant {
@@ -15,6 +16,9 @@ struct Hint {
     uint32_t id;
     std::string_view text;
 };
+
+constexpr std::string_view kNoteText =
+    "Delay Note\nSets the delay time as note value.\nHold SHIFT key for extended list.\n";
 
 // The product's wording, odd forms included: not to be corrected. The controls that exist once per
 // preset and once globally have a last line of their own, which is added below.
@@ -40,8 +44,7 @@ constexpr Hint kHints[] = {
      "Sets the delay time in milliseconds.\nHold SHIFT for fine control.\nALT + click to restore "
      "the default value.\nDouble-click to edit value.\n"},
     {kDelayClockMode, "Selects the time (ms) or sunced (clk) delay mode."},
-    {kDelayNote,
-     "Delay Note\nSets the delay time as note value.\nHold SHIFT key for extended list.\n"},
+    {kDelayNote, kNoteText},
     {kDelayX2,
      "Engages the X2 delay mode.\nA sample rate is by half and the delay time is doubled when X2 "
      "is engaged.\n"},
@@ -76,6 +79,7 @@ constexpr Hint kHints[] = {
     {kTimeUpId, "Delay Time\nIncrements the Delay time in milliseconds"},
     {kNoteDownId, "Delay Note\nDecrements the Delay note value.\nHold SHIFT for extended range.\n"},
     {kNoteUpId, "Delay Note\nIncrements the Delay note value.\nHold SHIFT for extended range.\n"},
+    {kNoteReadoutId, kNoteText},
     {kShowExtensionsId, "Shows the bottom extensions panel."},
     {kHideExtensionsId, "Hides the bottom extensions panel."},
     {kTimeReadoutId,
@@ -90,7 +94,7 @@ constexpr std::string_view kPresetLine = "The control is in single Preset mode.\
 constexpr std::string_view kGlobalLine =
     "The control is in Global - factory preset independent - mode.\n";
 
-constexpr std::size_t kTextSize = 512;
+constexpr std::size_t kLongestText = 512;
 
 bool isGlobalCopy(uint32_t id) {
     return std::find(kGlobalSetIndices.begin(), kGlobalSetIndices.end(), id) !=
@@ -104,36 +108,20 @@ std::string_view tableText(uint32_t id) {
     return "...";
 }
 
-// Appends what fits in front of the terminator.
-void append(char* buffer, std::size_t size, std::string_view text) {
-    const std::size_t used = std::strlen(buffer);
-    const std::size_t length = std::min(text.size(), size - 1 - used);
-    std::memcpy(buffer + used, text.data(), length);
-    buffer[used + length] = '\0';
-}
-
 }  // namespace
 
 const char* hintText(uint32_t id) {
-    static char text[kTextSize + 1];
-    static char result[kNameCapacity + 2 + kTextSize];
-
-    text[0] = '\0';
+    static std::string hint;
     const auto twin = globalTwin(id);
-    if (id == kNoteReadoutId) {
-        append(text, sizeof text, tableText(kDelayNote));
-    } else if (twin) {
-        append(text, sizeof text, tableText(isGlobalCopy(id) ? *twin : id));
-        append(text, sizeof text, isGlobalCopy(id) ? kGlobalLine : kPresetLine);
-    } else {
-        append(text, sizeof text, tableText(id));
-    }
+    std::string text(tableText(isGlobalCopy(id) ? *twin : id));
+    if (twin) text += isGlobalCopy(id) ? kGlobalLine : kPresetLine;
+    text.resize(std::min(text.size(), kLongestText));
 
-    getParameterName(id, std::span(result).first(kNameCapacity));
-    if (std::strcmp(result, "-") == 0) return text;
-    append(result, sizeof result, ":\n");
-    append(result, sizeof result, text);
-    return result;
+    std::array<char, kNameCapacity> name;
+    getParameterName(id, name);
+    hint = name.data();
+    hint = hint == "-" ? text : hint + ":\n" + text;
+    return hint.c_str();
 }
 
 }  // namespace Quorvant

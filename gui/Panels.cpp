@@ -43,37 +43,11 @@ std::vector<Choice> choicesFor(uint32_t index) {
     }
 }
 
-class Caption final : public Control {
-  public:
-    Caption(const CRect& size, std::string words) : Control(size), text(std::move(words)) {
-        setMouseEnabled(false);
-    }
-    void draw(VSTGUI::CDrawContext* context) override {
-        drawText(*context, text, getViewSize(), Theme::Face::Small, Theme::kTextDim);
-        setDirty(false);
-    }
-
-  private:
-    std::string text;
-};
-
 }  // namespace
 
-void drawFace(VSTGUI::CDrawContext& context, const CRect& rect) {
-    fillRoundGradient(context, rect, 0.0, Theme::kFaceTop, Theme::kFaceBottom);
-    line(context, CPoint(rect.left, rect.top + 0.5), CPoint(rect.right, rect.top + 0.5),
-         CColor(255, 255, 255, 34));
-    line(context, CPoint(rect.left, rect.bottom - 0.5), CPoint(rect.right, rect.bottom - 0.5),
-         CColor(0, 0, 0, 120));
-}
-
 Panel::Panel(const CRect& size, EditorContext& editor, std::span<const GroupSpec> groupList,
-             std::span<const ControlSpec> controls, const PanelActions& panelActions)
-    : CViewContainer(size),
-      owner(editor),
-      groups(groupList),
-      specs(controls),
-      actions(panelActions) {
+             std::span<const ControlSpec> controls)
+    : CViewContainer(size), owner(editor), groups(groupList), specs(controls) {
     for (const ControlSpec& spec : specs) add(spec);
     dimUnused();
 }
@@ -115,6 +89,9 @@ void Panel::add(const ControlSpec& spec) {
             break;
         case ControlKind::Choice:
             takeControl(new ChoiceRow(rect, owner, spec.id, choicesFor(spec.id)));
+            break;
+        case ControlKind::LevelSet:
+            takeControl(new LevelSetRow(rect, owner, spec.id, choicesFor(spec.id)));
             break;
         case ControlKind::TimeReadout:
             takeControl(takeLively(new TimeReadout(rect, owner)));
@@ -182,21 +159,22 @@ void Panel::add(const ControlSpec& spec) {
                                         [&model] { return model.reading(kOutHostSync); })));
             break;
         case ControlKind::Product:
-            addView(new ProductLabel(rect, spec.id, [this](auto) { actions.openAbout(); }));
+            addView(new ProductLabel(rect, spec.id, [this](auto) { owner.openAbout(); }));
             break;
         case ControlKind::Extensions: {
             const bool open = switchState(model.value(kShowHideExtensions));
             auto* button = new ActionButton(
                 rect, static_cast<int32_t>(open ? kHideExtensionsId : kShowExtensionsId),
                 ActionButton::Look::Text, "EXTENSIONS",
-                [this, open](auto) { actions.showExtensions(!open); });
+                [this, open](auto) { owner.setParameter(kShowHideExtensions, open ? 0.0 : 1.0); });
             button->setLit(open);
             button->setTooltipText(hintText(open ? kHideExtensionsId : kShowExtensionsId));
             addView(button);
             break;
         }
         case ControlKind::Caption:
-            addView(new Caption(rect, spec.label));
+            addView(new QVXTextLabel(rect, -1, spec.label, Theme::Face::Small, Theme::kTextDim,
+                                     Align::Centre));
             break;
     }
 }

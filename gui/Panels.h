@@ -14,16 +14,10 @@
 
 namespace Quorvant {
 
-// What panels ask of the editor besides what all controls do.
-struct PanelActions {
-    std::function<void(bool open)> showExtensions;
-    std::function<void()> openAbout;
-};
-
 class Panel final : public VSTGUI::CViewContainer {
   public:
     Panel(const CRect& size, EditorContext& editor, std::span<const GroupSpec> groups,
-          std::span<const ControlSpec> controls, const PanelActions& actions);
+          std::span<const ControlSpec> controls);
 
     // The parameter, or one that its look hangs on, has changed.
     void parameterChanged(uint32_t index);
@@ -37,13 +31,9 @@ class Panel final : public VSTGUI::CViewContainer {
     EditorContext& owner;
     std::span<const GroupSpec> groups;
     std::span<const ControlSpec> specs;
-    PanelActions actions;
     std::vector<ParameterControl*> parameterControls;
     std::vector<std::function<void()>> idlers;
     TapTempo taps;
 };
-
-// The unit's face behind a panel.
-void drawFace(VSTGUI::CDrawContext& context, const CRect& rect);
 
 }  // namespace Quorvant

@@ -14,12 +14,12 @@ std::string favouriteKey(const PresetLocation& location, const std::string& list
 }
 
 void PresetActions::report(PresetFault fault) {
-    if (fault != PresetFault::None) owner.tell(std::string(presetFaultText(fault)));
+    if (fault != PresetFault::None) editor.tell(std::string(presetFaultText(fault)));
 }
 
 ParameterSet PresetActions::kept() const {
     ParameterSet set;
-    set[kMix] = owner.editor().settings().mixLock;
+    set[kMix] = editor.settings().mixLock;
     return set;
 }
 
@@ -33,7 +33,7 @@ void PresetActions::step(int direction) {
     std::vector<std::string> leftOut;
     const PresetFault fault = presets->step(direction, kept(), &leftOut);
     report(fault);
-    if (fault == PresetFault::None && !leftOut.empty()) owner.tell(leftOutText(leftOut));
+    if (fault == PresetFault::None && !leftOut.empty()) editor.tell(leftOutText(leftOut));
 }
 
 void PresetActions::undo() {
@@ -47,18 +47,18 @@ void PresetActions::redo() {
 void PresetActions::saveTo(const std::filesystem::path& file) {
     const PresetFault fault = manager()->save(file);
     report(fault);
-    if (fault == PresetFault::None) owner.tell("Saved " + utf8FromPath(file.filename()));
+    if (fault == PresetFault::None) editor.tell("Saved " + utf8FromPath(file.filename()));
 }
 
 void PresetActions::saveAs(const std::filesystem::path& file) {
     std::error_code error;
     if (!std::filesystem::exists(file, error)) return saveTo(file);
-    owner.ask("\"" + utf8FromPath(file.stem()) + "\" exists already. Replace it?",
-              {{"Replace",
-                [this, file](const std::string&) {
-                    if (manager()) saveTo(file);
-                }},
-               {"Cancel"}});
+    editor.ask("\"" + utf8FromPath(file.stem()) + "\" exists already. Replace it?",
+               {{"Replace",
+                 [this, file](const std::string&) {
+                     if (manager()) saveTo(file);
+                 }},
+                {"Cancel"}});
 }
 
 void PresetActions::save() {
@@ -70,18 +70,15 @@ void PresetActions::save() {
     }
     const std::string name = presets->proposedFileName();
     // The dialog has asked about the very name that it gives back, and about no other.
-    const auto save = owner.whileOpen([this](const std::filesystem::path& chosen) {
+    const auto save = [this](const std::filesystem::path& chosen) {
         if (!manager()) return;
         if (hasPresetExtension(chosen)) {
             saveTo(chosen);
         } else {
             saveAs(withPresetExtension(chosen));
         }
-    });
-    if (owner.frame() && owner.desk().askForFile(*owner.frame(), true, kSaveDialogTitle,
-                                                 presets->mainFolder(), name, save)) {
-        return;
-    }
+    };
+    if (editor.askForFile(true, kSaveDialogTitle, presets->mainFolder(), name, save)) return;
     // A system without such a dialog: a name in the main folder will do.
     const auto accept = [this](const std::string& typed) {
         auto* target = manager();
@@ -90,27 +87,24 @@ void PresetActions::save() {
         if (!isFileName(utf8FromPath(file.stem()))) return report(PresetFault::BadName);
         saveAs(target->mainFolder() / file);
     };
-    owner.ask("Save preset in your preset folder as:", {{"Save", accept}, {"Cancel"}},
-              utf8FromPath(pathFromUtf8(name).stem()));
+    editor.ask("Save preset in your preset folder as:", {{"Save", accept}, {"Cancel"}},
+               utf8FromPath(pathFromUtf8(name).stem()));
 }
 
 void PresetActions::load() {
     auto* presets = manager();
     if (!presets) return;
-    const auto open = owner.whileOpen([this](const std::filesystem::path& file) {
+    const auto open = [this](const std::filesystem::path& file) {
         if (auto* target = manager()) report(target->loadFile(file, kept()));
-    });
-    if (owner.frame() && owner.desk().askForFile(*owner.frame(), false, "Load preset",
-                                                 presets->mainFolder(), "", open)) {
-        return;
-    }
-    owner.ask("Load the preset file (its full path):",
-              {{"Load",
-                [open](const std::string& typed) {
-                    if (!typed.empty()) open(pathFromUtf8(typed));
-                }},
-               {"Cancel"}},
-              "");
+    };
+    if (editor.askForFile(false, "Load preset", presets->mainFolder(), "", open)) return;
+    editor.ask("Load the preset file (its full path):",
+               {{"Load",
+                 [open](const std::string& typed) {
+                     if (!typed.empty()) open(pathFromUtf8(typed));
+                 }},
+                {"Cancel"}},
+               "");
 }
 
 void PresetActions::copy() {
@@ -118,7 +112,7 @@ void PresetActions::copy() {
     if (!presets) return;
     const PresetFault fault = presets->copyToMemo();
     report(fault);
-    if (fault == PresetFault::None) owner.tell("Copied: paste it in any instance");
+    if (fault == PresetFault::None) editor.tell("Copied: paste it in any instance");
 }
 
 void PresetActions::paste() {
@@ -134,7 +128,17 @@ void PresetActions::copyBetweenSetups() {
     if (!presets) return;
     const bool fromA = presets->selectedSetup() == Setup::A;
     presets->copyAB(fromA ? 1 : 0, kept());
-    owner.tell(fromA ? "Copied A to B" : "Copied B to A");
+    editor.tell(fromA ? "Copied A to B" : "Copied B to A");
+}
+
+void PresetActions::editName() {
+    auto* presets = manager();
+    if (!presets) return;
+    const auto accept = [this](const std::string& typed) {
+        if (auto* target = manager()) target->setName(typed);
+    };
+    editor.ask("Name of the current setup:", {{"Rename", accept}, {"Cancel"}},
+               std::string(shownText(presetName(presets->current()))));
 }
 
 void PresetActions::rename(const PresetLocation& location, const std::string& list,
@@ -146,33 +150,33 @@ void PresetActions::rename(const PresetLocation& location, const std::string& li
         if (fault != PresetFault::None) return report(fault);
         const std::string now = utf8FromPath(withPresetExtension(pathFromUtf8(typed)).stem());
         const std::string before = favouriteKey(location, list, name);
-        if (!owner.editor().settings().favourites.contains(before)) return;
-        owner.changeSettings([&](UserSettings& settings) {
+        if (!editor.settings().favourites.contains(before)) return;
+        editor.changeSettings([&](UserSettings& settings) {
             settings.favourites.erase(before);
             settings.favourites.insert(favouriteKey(location, list, now));
         });
     };
-    owner.ask("Rename the preset file to:", {{"Rename", accept}, {"Cancel"}}, name);
+    editor.ask("Rename the preset file to:", {{"Rename", accept}, {"Cancel"}}, name);
 }
 
 void PresetActions::remove(const PresetLocation& location, const std::string& name) {
-    owner.ask("Delete the preset file \"" + name + "\" for good?",
-              {{"Delete",
-                [this, location](const std::string&) {
-                    if (auto* presets = manager()) report(presets->deleteFile(location));
-                }},
-               {"Cancel"}});
+    editor.ask("Delete the preset file \"" + name + "\" for good?",
+               {{"Delete",
+                 [this, location](const std::string&) {
+                     if (auto* presets = manager()) report(presets->deleteFile(location));
+                 }},
+                {"Cancel"}});
 }
 
 void PresetActions::reveal(const PresetLocation& location) {
     auto* presets = manager();
     if (presets && presets->revealFile(location) != PresetFault::None)
-        owner.tell(kNoPresetFileText);
+        editor.tell(kNoPresetFileText);
 }
 
 void PresetActions::openFolder() {
     auto* presets = manager();
-    if (presets && !presets->openMainFolder()) owner.tell(kNoPresetFolderText);
+    if (presets && !presets->openMainFolder()) editor.tell(kNoPresetFolderText);
 }
 
 void PresetActions::scanFolders() {

@@ -37,11 +37,7 @@ class NameField final : public ActionButton, public CutText {
         const CRect& size = getViewSize();
         glass(*context, size);
         drawText(*context, text(), textRect(), Theme::Face::Title, Theme::kAccent, Align::Left);
-        const CPoint c(size.right - 13.0, size.getCenter().y);
-        polygon(
-            *context,
-            {CPoint(c.x - 4.0, c.y - 2.0), CPoint(c.x + 4.0, c.y - 2.0), CPoint(c.x, c.y + 3.0)},
-            Theme::kTextDim);
+        listArrow(*context, CPoint(size.right - 13.0, size.getCenter().y), Theme::kTextDim);
         setDirty(false);
     }
 
@@ -77,8 +73,8 @@ class HistoryButton final : public ActionButton {
 
 }  // namespace
 
-PresetBar::PresetBar(const CRect& size, PresetDesk& owner, PresetActions& presetActions)
-    : CViewContainer(size), desk(owner), actions(presetActions) {
+PresetBar::PresetBar(const CRect& size, EditorContext& context, PresetActions& presetActions)
+    : CViewContainer(size), editor(context), actions(presetActions) {
     const auto add = [this](ActionButton* button, const char* hint) {
         button->setTooltipText(hint);
         addView(button);
@@ -97,9 +93,9 @@ PresetBar::PresetBar(const CRect& size, PresetDesk& owner, PresetActions& preset
                                 [this](auto) { actions.step(1); }),
                kStepHint);
     name = add(new NameField(CRect(62, 6, 330, 30), -1, Look::Plain, "",
-                             [this](auto) { desk.openBrowser(); }),
+                             [this](auto) { editor.openBrowser(); }),
                kNameHint);
-    name->setRightAction([this](CPoint) { editPresetName(desk); });
+    name->setRightAction([this](CPoint) { actions.editName(); });
     undo = add(new HistoryButton(CRect(338, 7, 364, 30), 1.0, [this](auto) { actions.undo(); }),
                kUndoHint);
     redo = add(new HistoryButton(CRect(366, 7, 392, 30), -1.0, [this](auto) { actions.redo(); }),
@@ -111,13 +107,13 @@ PresetBar::PresetBar(const CRect& size, PresetDesk& owner, PresetActions& preset
     setupB = text(600, 626, "B", kSetupHint, [this](auto) { actions.selectSetup(true); });
     copySetup =
         text(630, 680, "A > B", kSetupCopyHint, [this](auto) { actions.copyBetweenSetups(); });
-    zoom = add(new ActionButton(
-                   CRect(870, 7, 928, 30), -1, Look::Text, "",
-                   [this](auto) { desk.editor().openMenu(zoomMenu(desk), editorRect(*zoom)); }),
-               "Click to change the size of the editor");
+    zoom = add(
+        new ActionButton(CRect(870, 7, 928, 30), -1, Look::Text, "",
+                         [this](auto) { editor.openMenu(zoomMenu(editor), editorRect(*zoom)); }),
+        "Click to change the size of the editor");
     ActionButton* menu = nullptr;
     menu = text(932, 990, "MENU", kConfigurationHint, [this](auto) {
-        desk.editor().openMenu(settingsMenu(desk, actions), CRect(932, 7, 990, 30));
+        editor.openMenu(settingsMenu(editor, actions), CRect(932, 7, 990, 30));
     });
     menu->setTextColour(Theme::kText);
     refresh();
@@ -163,19 +159,6 @@ void PresetBar::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) 
     context->drawRect(all, VSTGUI::kDrawFilled);
     drawText(*context, message, CRect(kMessageLeft, 0.0, kMessageRight, getHeight()),
              Theme::Face::Label, Theme::kAccent, Align::Left);
-}
-
-void editPresetName(PresetDesk& desk) {
-    auto* presets = desk.editor().model().presets();
-    if (!presets) return;
-    const std::string initial(shownText(presetName(presets->current())));
-    desk.ask("Name of the current setup:",
-             {{"Rename",
-               [&desk](const std::string& typed) {
-                   if (auto* target = desk.editor().model().presets()) target->setName(typed);
-               }},
-              {"Cancel"}},
-             initial);
 }
 
 }  // namespace Quorvant

@@ -1,7 +1,6 @@
 // The strip of preset controls along the top.
 #pragma once
 
-#include "gui/HintDisplay.h"
 #include "gui/PresetActions.h"
 #include "gui/controls/Buttons.h"
 
@@ -11,7 +10,7 @@ namespace Quorvant {
 
 class PresetBar final : public VSTGUI::CViewContainer, public CutText {
   public:
-    PresetBar(const CRect& size, PresetDesk& desk, PresetActions& actions);
+    PresetBar(const CRect& size, EditorContext& context, PresetActions& actions);
 
     // Reads everything anew from the preset manager.
     void refresh();
@@ -22,12 +21,8 @@ class PresetBar final : public VSTGUI::CViewContainer, public CutText {
     std::string wholeTextAt(CPoint where) const override;
     void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
 
-    ActionButton& nameField() { return *name; }
-    ActionButton& undoButton() { return *undo; }
-    ActionButton& redoButton() { return *redo; }
-
   private:
-    PresetDesk& desk;
+    EditorContext& editor;
     PresetActions& actions;
     ActionButton* name;
     ActionButton* previous;
@@ -40,8 +35,5 @@ class PresetBar final : public VSTGUI::CViewContainer, public CutText {
     ActionButton* zoom;
     std::string message;
 };
-
-// Lets the user edit the name of the current setup.
-void editPresetName(PresetDesk& desk);
 
 }  // namespace Quorvant

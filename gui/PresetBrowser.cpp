@@ -52,9 +52,9 @@ class Photo final : public ActionButton {
 
 }  // namespace
 
-PresetBrowser::PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& owner,
+PresetBrowser::PresetBrowser(const CRect& size, const CRect& sheet, EditorContext& context,
                              PresetActions& presetActions)
-    : Overlay(size), desk(owner), actions(presetActions) {
+    : Overlay(size), editor(context), actions(presetActions) {
     content = sheet;
     const double top = sheet.top + 6.0;
     search = new TextField(CRect(sheet.left + 10.0, top, sheet.left + 250.0, top + 22.0), "");
@@ -75,11 +75,11 @@ PresetBrowser::PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& 
     });
     favouritesOnly->setTooltipText("Shows your favourites only");
     mixLock = button(sheet.left + 350.0, sheet.left + 430.0, "MIX LOCK", [this](auto) {
-        desk.changeSettings([](UserSettings& settings) { settings.mixLock = !settings.mixLock; });
-        mixLock->setLit(desk.editor().settings().mixLock);
+        editor.changeSettings([](UserSettings& settings) { settings.mixLock = !settings.mixLock; });
+        mixLock->setLit(editor.settings().mixLock);
     });
     mixLock->setTooltipText("Keeps Mix as it is while you change presets");
-    mixLock->setLit(desk.editor().settings().mixLock);
+    mixLock->setLit(editor.settings().mixLock);
     button(sheet.right - 200.0, sheet.right - 106.0, "OPEN FOLDER", [this](auto) {
         actions.openFolder();
     })->setTooltipText("Opens the folder of your presets");
@@ -103,7 +103,7 @@ PresetBrowser::PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& 
         CRect(sheet.right - kInfoWidth, listTop + 8.0, sheet.right - 10.0, listTop + 100.0), -1,
         ActionButton::Look::Plain, "", [this](auto) {
             const auto who = getPresetDesigner(static_cast<uint32_t>(designer()));
-            if (who) desk.desk().openLink(who->link);
+            if (who) editor.openLink(who->link);
         });
     photo->setTooltipText(kDesignerHint);
     addView(photo);
@@ -147,7 +147,7 @@ void PresetBrowser::fillGroups() {
 
 void PresetBrowser::fillPresets() {
     entries.clear();
-    const auto& favourites = desk.editor().settings().favourites;
+    const auto& favourites = editor.settings().favourites;
     if (searching()) {
         for (const int32_t source : {kFromCategory, kFromFolder}) {
             const auto lists = manager().listNames(static_cast<PresetSource>(source));
@@ -229,7 +229,7 @@ void PresetBrowser::pick(int row) {
 }
 
 void PresetBrowser::toggleFavourite(const Entry& entry) {
-    desk.changeSettings([&](UserSettings& settings) {
+    editor.changeSettings([&](UserSettings& settings) {
         const std::string key = favouriteKey(entry.location, entry.list, entry.name);
         if (settings.favourites.erase(key) == 0) settings.favourites.insert(key);
     });
@@ -238,8 +238,8 @@ void PresetBrowser::toggleFavourite(const Entry& entry) {
 
 void PresetBrowser::openRowMenu(int row, CPoint where) {
     const Entry entry = entries[static_cast<std::size_t>(row)];
-    const bool starred = desk.editor().settings().favourites.contains(
-        favouriteKey(entry.location, entry.list, entry.name));
+    const bool starred =
+        editor.settings().favourites.contains(favouriteKey(entry.location, entry.list, entry.name));
     Menu menu = {{starred ? "Remove from favourites" : "Add to favourites",
                   [this, entry] { toggleFavourite(entry); }}};
     if (entry.location.source == kFromFolder) {
@@ -249,9 +249,9 @@ void PresetBrowser::openRowMenu(int row, CPoint where) {
         menu.push_back(
             {"Delete...", [this, entry] { actions.remove(entry.location, entry.name); }});
     } else {
-        menu.push_back({kFactoryFileText, [this] { desk.tell(kFactoryFileHint); }});
+        menu.push_back({kFactoryFileText, [this] { editor.tell(kFactoryFileHint); }});
     }
-    desk.editor().openMenu(std::move(menu), CRect(where.x, where.y, where.x, where.y));
+    editor.openMenu(std::move(menu), CRect(where.x, where.y, where.x, where.y));
 }
 
 void PresetBrowser::refresh() {

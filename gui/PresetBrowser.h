@@ -1,6 +1,7 @@
 // The pop-up list of presets in columns: groups, presets, and who made them.
 #pragma once
 
+#include "gui/OverlayStack.h"
 #include "gui/PresetActions.h"
 #include "gui/controls/Buttons.h"
 #include "gui/controls/ListColumn.h"
@@ -13,7 +14,8 @@ namespace Quorvant {
 class PresetBrowser final : public Overlay {
   public:
     // Covers the editor; its sheet is `sheet`.
-    PresetBrowser(const CRect& size, const CRect& sheet, PresetDesk& desk, PresetActions& actions);
+    PresetBrowser(const CRect& size, const CRect& sheet, EditorContext& context,
+                  PresetActions& actions);
 
     // Presets or lists have changed.
     void refresh();
@@ -22,11 +24,8 @@ class PresetBrowser final : public Overlay {
     TextField* textField() const override { return search; }
     void setSearch(const std::string& words);
 
-    TextField& searchField() { return *search; }
     ListColumn& groupColumn() { return *groups; }
     ListColumn& presetColumn() { return *presetList; }
-    ActionButton& favouritesButton() { return *favouritesOnly; }
-    ActionButton& mixLockButton() { return *mixLock; }
     void drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect& rect) override;
 
   private:
@@ -53,7 +52,7 @@ class PresetBrowser final : public Overlay {
     int designer() const;
     bool searching() const { return !words.empty() || onlyFavourites; }
 
-    PresetDesk& desk;
+    EditorContext& editor;
     PresetActions& actions;
     std::string words;
     bool onlyFavourites = false;

@@ -1,11 +1,10 @@
 // A sentence with buttons, and a line to type where the answer is a text.
 #pragma once
 
-#include "gui/HintDisplay.h"
+#include "gui/EditorContext.h"
 #include "gui/OverlayStack.h"
 #include "gui/controls/Buttons.h"
 
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,10 +15,6 @@ namespace Quorvant {
 // where there is a text to accept, else the last one, which changes nothing.
 class QuestionBox final : public Overlay, public CutText {
   public:
-    struct Answer {
-        std::string title;
-        std::function<void(std::string text)> action = {};  // none: just closes
-    };
     // At least one answer. With `initial`, a text to start from, answers get what is typed.
     QuestionBox(const CRect& size, std::string question, std::vector<Answer> answers,
                 const std::optional<std::string>& initial);

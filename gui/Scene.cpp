@@ -34,23 +34,21 @@ double Scene::height(bool withExtensions) {
     return stripTop(withExtensions) + Theme::kStripHeight;
 }
 
-Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, PresetDesk& desk,
-             PresetActions& actions, const PanelActions& panelActions,
-             std::function<void(CPoint)> dragTo)
+Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& context,
+             PresetActions& actions, std::function<void(CPoint)> dragTo)
     : frame(window) {
-    EditorContext& context = desk.editor();
     const bool extended = switchState(model.value(kShowHideExtensions));
     const double top = stripTop(extended);
     const double bottom = height(extended);
     root = VSTGUI::makeOwned<Root>(CRect(0.0, 0.0, Theme::kWidth, bottom));
-    presetBar = new PresetBar(CRect(0.0, 0.0, Theme::kWidth, Theme::kBarHeight), desk, actions);
+    presetBar = new PresetBar(CRect(0.0, 0.0, Theme::kWidth, Theme::kBarHeight), context, actions);
     root->addView(presetBar);
     front = new Panel(CRect(0.0, Theme::kBarHeight, Theme::kWidth, kFrontBottom), context,
-                      kFrontGroups, kFrontControls, panelActions);
+                      kFrontGroups, kFrontControls);
     root->addView(front);
     if (extended) {
         extensions = new Panel(CRect(0.0, kFrontBottom, Theme::kWidth, top), context,
-                               kExtensionGroups, kExtensionControls, panelActions);
+                               kExtensionGroups, kExtensionControls);
         root->addView(extensions);
     }
     root->remember();  // the frame's own reference

@@ -20,8 +20,8 @@ namespace Quorvant {
 class Scene {
   public:
     // All outlive the scene. `dragTo` is told where the grip is dragged to.
-    Scene(VSTGUI::CFrame& frame, const LiveModel& model, PresetDesk& desk, PresetActions& actions,
-          const PanelActions& panelActions, std::function<void(CPoint)> dragTo);
+    Scene(VSTGUI::CFrame& frame, const LiveModel& model, EditorContext& context,
+          PresetActions& actions, std::function<void(CPoint)> dragTo);
     // Everything that is open is cancelled.
     ~Scene();
     Scene(const Scene&) = delete;

@@ -10,41 +10,41 @@ constexpr int kZoomSteps[] = {50, 75, 100, 125, 150, 175, 200, 250, 300};
 
 }  // namespace
 
-Menu zoomMenu(PresetDesk& desk) {
-    const int zoom = desk.zoomPercent();
+Menu zoomMenu(EditorContext& editor) {
+    const int zoom = editor.zoomPercent();
     Menu menu;
     for (const int step : kZoomSteps) {
         menu.push_back(
-            {std::to_string(step) + " %", [&desk, step] { desk.setZoom(step); }, step == zoom});
+            {std::to_string(step) + " %", [&editor, step] { editor.setZoom(step); }, step == zoom});
     }
     menu.push_back(
         {"Use for new instances",
-         [&desk, zoom] { desk.changeSettings([zoom](UserSettings& s) { s.zoom = zoom; }); },
-         desk.editor().settings().zoom == zoom});
+         [&editor, zoom] { editor.changeSettings([zoom](UserSettings& s) { s.zoom = zoom; }); },
+         editor.settings().zoom == zoom});
     return menu;
 }
 
-Menu settingsMenu(PresetDesk& desk, PresetActions& actions) {
-    const UserSettings& settings = desk.editor().settings();
-    const EditorModel& model = desk.editor().model();
+Menu settingsMenu(EditorContext& editor, PresetActions& actions) {
+    const UserSettings& settings = editor.settings();
+    const EditorModel& model = editor.model();
     const bool circular = settings.knobMode == KnobMode::Circular;
     const bool fractions = switchState(model.value(kNoteViewStyle));
     const bool alwaysOpen = switchState(model.value(kDefaultExtensionsPanel));
-    const auto knobs = [&desk](KnobMode mode) {
-        return [&desk, mode] {
-            desk.changeSettings([mode](UserSettings& changed) { changed.knobMode = mode; });
+    const auto knobs = [&editor](KnobMode mode) {
+        return [&editor, mode] {
+            editor.changeSettings([mode](UserSettings& changed) { changed.knobMode = mode; });
         };
     };
-    const auto hints = [&desk](bool shown) {
-        return [&desk, shown] {
-            desk.changeSettings([shown](UserSettings& changed) { changed.hints = shown; });
+    const auto hints = [&editor](bool shown) {
+        return [&editor, shown] {
+            editor.changeSettings([shown](UserSettings& changed) { changed.hints = shown; });
         };
     };
-    const auto parameter = [&desk](uint32_t index, double value) {
-        return [&desk, index, value] { desk.editor().setParameter(index, value); };
+    const auto parameter = [&editor](uint32_t index, double value) {
+        return [&editor, index, value] { editor.setParameter(index, value); };
     };
     Menu menu = {{"ZOOM"}};
-    const Menu zooms = zoomMenu(desk);
+    const Menu zooms = zoomMenu(editor);
     menu.insert(menu.end(), zooms.begin(), zooms.end());
     const Menu rest = {
         {"HINTS", {}, false, true, true},
@@ -64,8 +64,8 @@ Menu settingsMenu(PresetDesk& desk, PresetActions& actions) {
         {"Load or import preset file...", [&actions] { actions.load(); }},
         {"Scan preset folder again", [&actions] { actions.scanFolders(); }},
         {"HELP"},
-        {"Manual", [&desk] { desk.openManual(); }},
-        {"About Corvane QVX77x", [&desk] { desk.openAbout(); }},
+        {"Manual", [&editor] { editor.openManual(); }},
+        {"About Corvane QVX77x", [&editor] { editor.openAbout(); }},
     };
     menu.insert(menu.end(), rest.begin(), rest.end());
     return menu;

@@ -6,7 +6,7 @@
 namespace Quorvant {
 
 // Both outlive what is made of them.
-Menu zoomMenu(PresetDesk& desk);
-Menu settingsMenu(PresetDesk& desk, PresetActions& actions);
+Menu zoomMenu(EditorContext& editor);
+Menu settingsMenu(EditorContext& editor, PresetActions& actions);
 
 }  // namespace Quorvant

@@ -3,6 +3,7 @@
 #include "dsp/OutputIndex.h"
 #include "gui/Hints.h"
 #include "params/ParameterIndex.h"
+#include "params/ParameterLaws.h"
 
 #include <algorithm>
 #include <cmath>
@@ -27,26 +28,11 @@ std::string percentText(const char* name, double share) {
 
 }  // namespace
 
-QVXTextLabel::QVXTextLabel(const CRect& size, int32_t tagId, std::string words, CColor ink,
-                           Align alignment, CColor behind)
-    : Control(size, tagId), label(std::move(words)), colour(ink), align(alignment), plate(behind) {}
-
-void QVXTextLabel::draw(VSTGUI::CDrawContext* context) {
-    if (plate.alpha > 0) fillRound(*context, getViewSize(), 0.0, plate);
-    drawText(*context, label, getViewSize(), Theme::Face::LabelBold, colour, align);
-    setDirty(false);
-}
-
-bool SideChainBarMonitorButton::pressed(VSTGUI::MouseDownEvent&) {
-    change(std::lround(modelValue()) == 1 ? 0.0 : 1.0);
-    return false;
-}
-
 void SideChainBarMonitorButton::draw(VSTGUI::CDrawContext* context) {
-    const bool on = std::lround(modelValue()) == 1;
+    const bool on = switchState(modelValue());
     const CRect& size = getViewSize();
     if (on) fillRound(*context, size, 2.0, withAlpha(Theme::kMonitorLayer, 1.0));
-    drawText(*context, "MONITOR", size, Theme::Face::LabelBold,
+    drawText(*context, text(), size, Theme::Face::LabelBold,
              on          ? Theme::kMonitorText
              : hovered() ? Theme::kText
                          : kDefaultTextColour);
@@ -117,7 +103,7 @@ QVXSideChainBar::QVXSideChainBar(EditorContext& context, VSTGUI::CViewContainer&
     };
     const auto tag = [](uint32_t id) { return static_cast<int32_t>(id); };
     add(new QVXTextLabel(CRect(6, 2, 96, 16), tag(kEmptySlot), "SIDE CHAIN INPUT",
-                         Theme::kStripTitle, Align::Left),
+                         Theme::Face::LabelBold, Theme::kStripTitle, Align::Left),
         "Set up the side chain input source");
     internal = add(new SideChainBarLabelButton(
                        CRect(120, 2, 204, 16), tag(kInternalButtonId), "INTERNAL",
@@ -130,7 +116,8 @@ QVXSideChainBar::QVXSideChainBar(EditorContext& context, VSTGUI::CViewContainer&
                        CRect(284, 2, 368, 16), tag(kExternalButtonId), "EXTERNAL",
                        [&context](auto) { context.setParameter(kSideChainIntExt, 1.0); }),
                    "Click to set a fully external side chain input");
-    monitor = add(new SideChainBarMonitorButton(CRect(392, 2, 446, 16), context, kSideChainMonitor),
+    monitor = add(new SideChainBarMonitorButton(CRect(392, 2, 446, 16), context, kSideChainMonitor,
+                                                "MONITOR"),
                   "Click to turn the side chain MONITOR mode on");
     for (int i = 0; i < 2; ++i) {
         const double y = 7.0 + 2.0 * i;
@@ -147,10 +134,10 @@ QVXSideChainBar::QVXSideChainBar(EditorContext& context, VSTGUI::CViewContainer&
     layer->setBackgroundColor(Theme::kMonitorLayer);
     layer->setMouseEnabled(false);  // a warning, not a lock
     const double textTop = (top - kLayerTextHeight) * 0.5;
-    layer->addView(new QVXTextLabel(CRect(0.0, textTop, width, textTop + kLayerTextHeight),
-                                    tag(kSideChainMonitor),
-                                    "THE SIDE CHAIN INPUT IS BEING MONITORED", Theme::kMonitorText,
-                                    Align::Centre, withAlpha(Theme::kMonitorLayer, 1.0)));
+    layer->addView(new QVXTextLabel(
+        CRect(0.0, textTop, width, textTop + kLayerTextHeight), tag(kSideChainMonitor),
+        "THE SIDE CHAIN INPUT IS BEING MONITORED", Theme::Face::LabelBold, Theme::kMonitorText,
+        Align::Centre, withAlpha(Theme::kMonitorLayer, 1.0)));
 
     for (const uint32_t index : {kSideChainIntExt, kSideChainMonitor}) {
         parameterChanged(index, context.model().value(index));
@@ -170,7 +157,7 @@ void QVXSideChainBar::parameterChanged(uint32_t index, double value) {
         external->setTextColour(grey(value));
     } else if (index == kSideChainMonitor) {
         monitor->refresh();
-        setMonitoring(std::lround(value) == 1);
+        setMonitoring(switchState(value));
     }
 }
 

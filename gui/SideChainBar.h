@@ -8,25 +8,7 @@
 
 #include <vstgui/lib/cviewcontainer.h>
 
-#include <string>
-
 namespace Quorvant {
-
-class QVXTextLabel final : public Control {
-  public:
-    // `plate` lies behind the text.
-    QVXTextLabel(const CRect& size, int32_t tag, std::string text, CColor colour, Align align,
-                 CColor plate = VSTGUI::kTransparentCColor);
-    const std::string& text() const { return label; }
-    CColor textColour() const { return colour; }
-    void draw(VSTGUI::CDrawContext* context) override;
-
-  private:
-    std::string label;
-    CColor colour;
-    Align align;
-    CColor plate;
-};
 
 // A click makes the source fully internal or fully external.
 class SideChainBarLabelButton final : public ActionButton {
@@ -35,14 +17,10 @@ class SideChainBarLabelButton final : public ActionButton {
         : ActionButton(size, tagId, Look::Plain, std::move(words), std::move(what)) {}
 };
 
-class SideChainBarMonitorButton final : public ParameterControl {
+class SideChainBarMonitorButton final : public KickButton {
   public:
-    using ParameterControl::ParameterControl;
+    using KickButton::KickButton;
     void draw(VSTGUI::CDrawContext* context) override;
-
-  private:
-    bool pressed(VSTGUI::MouseDownEvent& event) override;
-    void doubleClicked(VSTGUI::MouseDownEvent& event) override { pressed(event); }
 };
 
 class QVXHorizontalSlider final : public ParameterControl {

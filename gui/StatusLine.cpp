@@ -1,7 +1,7 @@
 #include "gui/StatusLine.h"
 
 #include "dsp/OutputIndex.h"
-#include "gui/Tempo.h"
+#include "params/ParameterText.h"
 
 #include <cmath>
 
@@ -50,11 +50,6 @@ void Grip::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
 void Grip::onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) {
     if (!down) return;
     dragged(event.mousePosition);
-    event.consumed = true;
-}
-
-void Grip::onMouseUpEvent(VSTGUI::MouseUpEvent& event) {
-    down = false;
     event.consumed = true;
 }
 

@@ -30,9 +30,10 @@ class Grip final : public Control {
     void draw(VSTGUI::CDrawContext* context) override;
     void onMouseDownEvent(VSTGUI::MouseDownEvent& event) override;
     void onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) override;
-    void onMouseUpEvent(VSTGUI::MouseUpEvent& event) override;
 
   private:
+    void released() override { down = false; }
+
     std::function<void(CPoint)> dragged;
     bool down = false;
 };

@@ -4,12 +4,11 @@
 #include "params/NoteTable.h"
 #include "params/ParameterIndex.h"
 #include "params/ParameterLaws.h"
+#include "params/ParameterTable.h"
+#include "params/ParameterText.h"
 
 #include <algorithm>
-#include <charconv>
-#include <iterator>
 #include <string_view>
-#include <system_error>
 
 namespace Quorvant {
 namespace {
@@ -18,8 +17,7 @@ constexpr uint32_t kTapPause = 2000;  // ms
 constexpr std::size_t kMostTaps = 5;
 
 const NoteValue& noteAt(uint32_t noteParameter, int index) {
-    const NoteList& list = noteParameter == kLfoNote ? kLfoNotes : kDelayNotes;
-    return list[static_cast<std::size_t>(std::clamp(index, 0, kNoteCount - 1))];
+    return (*kParameters[noteParameter].notes)[static_cast<std::size_t>(index)];
 }
 
 }  // namespace
@@ -40,13 +38,6 @@ double heardDelay(const EditorModel& model) {
                            : delayTimeMs(model.value(kDelayTime));
     return set * vcoRatio(model.value(kManualVco), model.value(kDepth)) *
            x2Factor(model.value(kDelayX2));
-}
-
-std::string fixedText(double number, int decimals) {
-    char digits[64];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), number,
-                                   std::chars_format::fixed, decimals);
-    return end.ec == std::errc() ? std::string(digits, end.ptr) : std::string();
 }
 
 std::string delayFigures(double milliseconds) {
@@ -70,10 +61,19 @@ bool isEverydayNote(uint32_t noteParameter, int index) {
            name == "8/1";
 }
 
+int noteByLength(uint32_t noteParameter, int rank) {
+    // A list rises or falls: its first note is the shortest one or the longest.
+    const NoteValue& first = noteAt(noteParameter, 0);
+    const NoteValue& last = noteAt(noteParameter, kNoteCount - 1);
+    const bool rises = first.numerator * last.denominator < last.numerator * first.denominator;
+    return rises ? rank : kNoteCount - 1 - rank;
+}
+
 int nextNote(uint32_t noteParameter, int index, int direction, bool extended) {
-    // The LFO's list falls.
-    const int step = noteParameter == kLfoNote ? -direction : direction;
-    for (int next = index + step; next >= 0 && next < kNoteCount; next += step) {
+    // What leads from ranks to places leads back, too.
+    int rank = noteByLength(noteParameter, index) + direction;
+    for (; rank >= 0 && rank < kNoteCount; rank += direction) {
+        const int next = noteByLength(noteParameter, rank);
         if (extended || isEverydayNote(noteParameter, next)) return next;
     }
     return index;

@@ -9,9 +9,6 @@
 
 namespace Quorvant {
 
-// The number with so many decimals and a point, whatever the locale says.
-std::string fixedText(double number, int decimals);
-
 // The tempo in force in BPM.
 double tempoInForce(const EditorModel& model);
 // The heard delay in milliseconds: as the engine reports it while it runs, else as it would be.
@@ -26,6 +23,8 @@ std::string noteText(const EditorModel& model, uint32_t noteParameter, int index
 
 // The values of a note list that are stepped through: those of everyday use, or all 60.
 bool isEverydayNote(uint32_t noteParameter, int index);
+// The place in its list of the note that `rank` others are shorter than, 0 ... 59.
+int noteByLength(uint32_t noteParameter, int rank);
 // The next longer (+1) or shorter (-1) note from `index`; `index` itself at the end.
 int nextNote(uint32_t noteParameter, int index, int direction, bool extended);
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace Quorvant {
@@ -12,5 +13,8 @@ namespace Quorvant {
 // see Tempo.h). Numbers beyond the range give its nearer end.
 // Nothing for a text that means no value of the parameter. Main thread.
 std::optional<double> valueFromTyped(uint32_t index, std::string_view text);
+
+// What the field holds before anything is typed: the normalised value as the editor displays it.
+std::string textToType(uint32_t index, double value);
 
 }  // namespace Quorvant

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 namespace Quorvant {
@@ -21,17 +22,6 @@ constexpr Rule kRemovals[] = {{"+", ""}, {" ", ""}};
 constexpr Rule kMarks[] = {{".,", "."}, {",.", "."}, {",,", "."}, {",", "."},
                            {"..", "."}, {"kk", "k"}, {".k", "k"}, {"k.", "k"},
                            {".m", "m"}, {"m.", "m"}, {"mm", "m"}};
-
-constexpr std::string_view kZeros[] = {
-    "0",     "0.",  "0.0",    "00",   "0.00",   "00.00", ".0",     ".00",  "00.",  "-0",    "-0.",
-    "-0.0",  "-00", "-00.00", "-.0",  "-.00",   "-00.",  "0m",     "0m0",  "0m00", "00m00", "m0",
-    "m00",   "00m", "-0m",    "-0m0", "-00m00", "-m0",   "-m00",   "-00m", "0k",   "0k0",   "0k00",
-    "00k00", "k0",  "k00",    "00k",  "-0k",    "-0k0",  "-00k00", "-k0",  "-k00", "-00k"};
-
-template <std::size_t N>
-bool contains(const std::string_view (&list)[N], std::string_view text) {
-    return std::find(std::begin(list), std::end(list), text) != std::end(list);
-}
 
 }  // namespace
 
@@ -56,10 +46,11 @@ int replaceAll(char* text, const char* pattern, const char* replacement) {
 
 bool parseTypedNumber(char* text, double& value) {
     if (*text != '\0' && static_cast<unsigned char>(*text) < 32) ++text;
-    if (contains(kNoNumbers, text)) return false;
+    if (std::find(std::begin(kNoNumbers), std::end(kNoNumbers), text) != std::end(kNoNumbers)) {
+        return false;
+    }
     for (const Rule& rule : kRemovals) replaceAll(text, rule.pattern, rule.replacement);
     for (const Rule& rule : kMarks) replaceAll(text, rule.pattern, rule.replacement);
-    if (contains(kZeros, text)) std::strcpy(text, "0");
 
     const bool negative = *text == '-';
     if (negative && *++text == '\0') return false;
@@ -88,7 +79,7 @@ bool parseTypedNumber(char* text, double& value) {
         }
     }
     for (; decimals > 0; --decimals) number /= 10.0;
-    value = number * multiplier * (negative ? -1.0 : 1.0);
+    value = number * multiplier * (negative ? -1.0 : 1.0) + 0.0;  // no zero is negative
     return true;
 }
 

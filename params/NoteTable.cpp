@@ -90,34 +90,27 @@ consteval NoteList makeLfoNotes() {
 constexpr NoteList kDelayNotes = makeDelayNotes();
 constexpr NoteList kLfoNotes = makeLfoNotes();
 
-int delayNoteIndex(double value) {
-    return listState(value, kNoteCount);
-}
-int lfoNoteIndex(double value) {
-    return listState(value, kNoteCount);
-}
 const NoteValue& delayNote(double value) {
-    return kDelayNotes[delayNoteIndex(value)];
+    return kDelayNotes[listState(value, kNoteCount)];
 }
 const NoteValue& lfoNote(double value) {
-    return kLfoNotes[lfoNoteIndex(value)];
+    return kLfoNotes[listState(value, kNoteCount)];
 }
 
-std::optional<int> delayNoteByFraction(int64_t numerator, int64_t denominator) {
+std::optional<int> noteByFraction(const NoteList& notes, int64_t numerator, int64_t denominator) {
     if (numerator <= 0 || denominator <= 0) return std::nullopt;
     const Fraction wanted = reduced({numerator, denominator});
-    const auto found =
-        std::find_if(kDelayNotes.begin(), kDelayNotes.end(), [&](const NoteValue& n) {
-            return n.numerator == wanted.numerator && n.denominator == wanted.denominator;
-        });
-    if (found == kDelayNotes.end()) return std::nullopt;
-    return static_cast<int>(found - kDelayNotes.begin());
+    const auto found = std::find_if(notes.begin(), notes.end(), [&](const NoteValue& n) {
+        return n.numerator == wanted.numerator && n.denominator == wanted.denominator;
+    });
+    if (found == notes.end()) return std::nullopt;
+    return static_cast<int>(found - notes.begin());
 }
 
-std::optional<int> delayNoteByText(std::string_view text) {
+std::optional<int> noteByText(const NoteList& notes, std::string_view text) {
     const auto length = readLength(text);
     if (!length) return std::nullopt;
-    return delayNoteByFraction(length->numerator, length->denominator);
+    return noteByFraction(notes, length->numerator, length->denominator);
 }
 
 }  // namespace Quorvant

@@ -22,18 +22,16 @@ using NoteList = std::array<NoteValue, kNoteCount>;
 extern const NoteList kDelayNotes;
 extern const NoteList kLfoNotes;
 
-// The list entry for a normalised value: 0 ... 59 for any value, not-a-number reads as 0.
-int delayNoteIndex(double value);
-int lfoNoteIndex(double value);
+// The list's entry for a normalised value, whatever it is; not-a-number reads as 0.
 const NoteValue& delayNote(double value);
 const NoteValue& lfoNote(double value);
 
-// The entry of the delay list with this length in whole notes, in lowest terms or not; nothing for
-// a length that the list lacks or a fraction that is not positive. The LFO's entry is 59 minus it.
-std::optional<int> delayNoteByFraction(int64_t numerator, int64_t denominator);
+// The place in a list of the entry with this length in whole notes, in lowest terms or not; nothing
+// for a length that the list lacks or a fraction that is not positive.
+std::optional<int> noteByFraction(const NoteList& notes, int64_t numerator, int64_t denominator);
 
-// The entry of the delay list that a text names: a name of the list, or any fraction of equal
-// length, with "dotted"/"d" or "triplet"/"t" behind it, in any case.
-std::optional<int> delayNoteByText(std::string_view text);
+// The place of the entry that a text names: a name of the list, or any fraction of equal length,
+// with "dotted"/"d" or "triplet"/"t" behind it, in any case.
+std::optional<int> noteByText(const NoteList& notes, std::string_view text);
 
 }  // namespace Quorvant

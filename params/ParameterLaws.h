@@ -1,5 +1,6 @@
 // The laws from normalised values to states and to what the engine makes of them. (What a user
-// reads follows display laws of its own, some of which differ on purpose: ParameterText.h.)
+// reads follows display laws of its own, some of which differ on purpose: ParameterTable.cpp.) Each
+// inverse stands by its law and takes what lies in the law's range.
 #pragma once
 
 #include "params/NoteTable.h"
@@ -39,6 +40,10 @@ constexpr double listValue(int state, int states) {
 constexpr double gainFactor(double value) {
     return 4.0 * value * value;
 }
+// The way back from decibels as they are displayed, 6 to a doubling.
+inline double gainValue(double decibels) {
+    return std::sqrt(std::exp2(decibels / 6.0) / 4.0);
+}
 
 constexpr double sensitivityFactor(double value) {
     return switchState(value) ? kSensitivityOnFactor : 1.0;
@@ -55,6 +60,9 @@ inline constexpr double kLongestHeardDelayMs = 28800.0;  // VCO at its slowest a
 // Milliseconds, before the clock is bent.
 constexpr double delayTimeMs(double value) {
     return value * kLongestDelayMs;
+}
+constexpr double delayTimeValue(double ms) {
+    return ms / kLongestDelayMs;
 }
 
 inline constexpr double kLowestTempo = 20.0, kHighestTempo = 600.0;  // BPM
@@ -83,11 +91,17 @@ constexpr double noteHz(const NoteValue& note, double bpm) {
 inline double lfoRateHz(double value) {
     return 0.10000000149011612 * std::pow(100.0, value);
 }
+inline double lfoRateValue(double hz) {
+    return std::log(hz / 0.1) / std::log(100.0);
+}
 
 // The share of the modulation in the clock, 0 ... 1, and the factor of the delay that Manual VCO is
 // left with.
 inline double depthCurve(double depth) {
     return std::pow(depth, 2.35);
+}
+inline double depthValue(double share) {
+    return std::pow(share, 1.0 / 2.35);
 }
 inline double vcoRatio(double manualVco, double depth) {
     return (1.0 - depthCurve(depth)) * (manualVco - 0.5) + 1.0;
@@ -99,6 +113,9 @@ constexpr double x2Factor(double delayX2) {
 // Corner of the high cut in Hz.
 inline double highCutHz(double cutoff) {
     return 3150.0 * std::pow(9.0, cutoff) * 0.5 * 0.6666666666667;
+}
+inline double highCutValue(double hz) {
+    return std::log(hz / 1050.0) / std::log(9.0);
 }
 
 }  // namespace Quorvant

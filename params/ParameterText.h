@@ -6,9 +6,12 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace Quorvant {
+
+struct NumberLaw;
 
 // Room for the longest text of each kind with its terminator.
 inline constexpr std::size_t kNameCapacity = 25;
@@ -23,12 +26,22 @@ void getParameterShortName(uint32_t index, std::span<char> buffer);
 // The display text of a normalised value; values outside 0 ... 1 read as the nearer end,
 // not-a-number as 0. Empty from kEmptySlot upwards, a single blank for a negative index.
 void getParameterText(int32_t index, double value, std::span<char> buffer);
+std::string parameterText(int32_t index, double value);
 
 // The normalised value that a text means: any text that getParameterText writes (which then comes
-// back unchanged), a state's name, or a number with or without its unit and with a point or a comma
-// as the decimal mark. Case and blanks around don't matter. Nothing for a text that means no value
-// of this parameter, and for numbers beyond its range.
+// back unchanged) with or without the unit, a state's name, a word of the row or a number with or
+// without its unit and with a point or a comma as the decimal mark. Case and blanks around don't
+// matter. Nothing for a text that means no value of this parameter, and for numbers beyond its
+// range.
 std::optional<double> parseParameterText(uint32_t index, std::string_view text);
+
+// The number with so many decimals and a point.
+std::string fixedText(double number, int decimals);
+// How a law of the table shows a value in 0 ... 1; the value that one of its words, in any case,
+// stands for; and a number without a unit, in the displayed one.
+std::string numberText(const NumberLaw& law, double value);
+std::optional<double> valueOfWord(const NumberLaw& law, std::string_view text);
+double bareNumber(const NumberLaw& law, double number);
 
 // The displayed number behind the text, in the unit of the table (Hi Cut Cutoff: kHz; silence:
 // -119.6 dB); the state's number for switches and lists, the value itself for other indices.

@@ -26,4 +26,9 @@ constexpr bool equalIgnoringCase(std::string_view a, std::string_view b) {
     return true;
 }
 
+constexpr bool endsWithIgnoringCase(std::string_view text, std::string_view end) {
+    return text.size() >= end.size() &&
+           equalIgnoringCase(text.substr(text.size() - end.size()), end);
+}
+
 }  // namespace Quorvant

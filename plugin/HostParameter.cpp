@@ -37,10 +37,9 @@ HostInfo tableInfo(uint32_t index) {
     const ParameterInfo& parameter = kParameters[index];
     Steinberg::int32 flags = parameter.automatable() ? HostInfo::kCanAutomate : HostInfo::kNoFlags;
     if (parameter.isList()) flags |= HostInfo::kIsList;
-    if (parameter.kind == ParameterKind::Empty)
-        flags |= HostInfo::kIsReadOnly | HostInfo::kIsHidden;
+    if (parameter.isEmptySlot()) flags |= HostInfo::kIsReadOnly | HostInfo::kIsHidden;
     HostInfo info = hostInfo(index, parameter.name, parameter.shortName, flags);
-    assignText(info.units, parameter.unit);
+    if (parameter.law) assignText(info.units, parameter.law->unit);
     info.stepCount = parameter.stepCount();
     info.defaultNormalizedValue = parameter.defaultValue;
     info.unitId = static_cast<Vst::UnitID>(parameter.group);
@@ -81,9 +80,7 @@ bool HostParameter::setNormalized(Vst::ParamValue value) {
 }
 
 void HostParameter::toString(Vst::ParamValue value, Vst::String128 string) const {
-    char text[kTextCapacity];
-    getParameterText(static_cast<int32_t>(textIndex), value, text);
-    assignText(string, text);
+    assignText(string, parameterText(static_cast<int32_t>(textIndex), value));
 }
 
 bool HostParameter::fromString(const Vst::TChar* string, Vst::ParamValue& value) const {

@@ -3,10 +3,8 @@
 #include "params/NoteTable.h"
 #include "params/ParameterLaws.h"
 
-#include <cmath>
-
-// Where a preset names a length, a rate or a level, the helpers below turn it into the normalised
-// value by the engine's law. Rules for the whole table: no entry turns Inf Repeat on (a loop that
+// Where a preset names a length, a rate or a level, the inverse laws turn it into the normalised
+// value. Rules for the whole table: no entry turns Inf Repeat on (a loop that
 // starts empty is silence), and Feedback stays at 0.92 or below except where the name asks for
 // more, since the loop's own gain lies slightly above 1 at some rates; those that go higher run in
 // Legacy mode, which holds them.
@@ -48,38 +46,26 @@ constexpr double kBackward = directionValue(DirectionMode::Backward);
 constexpr double kReverse = directionValue(DirectionMode::Reverse);
 constexpr double kBounce = directionValue(DirectionMode::Bounce);
 
-constexpr double ms(double time) {
-    return time / 9600.0;
-}
+// The inverse laws under the names of their units: milliseconds, decibels as they are displayed, Hz
+// of the high cut's corner and of the LFO's rate.
+constexpr auto ms = delayTimeValue;
+constexpr auto decibels = gainValue;
+constexpr auto corner = highCutValue;
+constexpr auto hertz = lfoRateValue;
 
 // Names are those of the note list; a name that isn't in it throws, at the table's first use.
 double note(const char* name) {
-    return listValue(delayNoteByText(name).value(), kNoteCount);
+    return listValue(noteByText(kDelayNotes, name).value(), kNoteCount);
 }
 
 double lfoNote(const char* name) {
     return 1.0 - note(name);
 }
 
-// Input and Output, 6 dB a doubling, up to 12.
-double decibels(double level) {
-    return 0.5 * std::sqrt(std::exp2(level / 6.0));
-}
-
-// The high cut's corner, 1050 to 9450 Hz.
-double corner(double frequency) {
-    return std::log(frequency / 1050.0) / std::log(9.0);
-}
-
-// LFO Rate, 0.1 to 10 Hz.
-double hertz(double rate) {
-    return std::log(rate / 0.1) / std::log(100.0);
-}
-
 // The Depth at which a sine or square moves the delay by this part of its length either way, up to
 // a half. With the envelope in the wave a plain Depth is given instead.
 double swing(double part) {
-    return std::pow(part / 0.5, 1.0 / 2.35);
+    return depthValue(part / 0.5);
 }
 
 }  // namespace

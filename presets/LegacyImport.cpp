@@ -58,7 +58,7 @@ int pick(const std::array<int, Count>& choices, double value) {
 // The rows are in lowest terms, and a fraction that isn't has no row: intended.
 double noteValue(int numerator, int denominator) {
     if (std::gcd(numerator, denominator) != 1) return kNoteWithoutRow;
-    const auto row = delayNoteByFraction(numerator, denominator);
+    const auto row = noteByFraction(kDelayNotes, numerator, denominator);
     return row ? listValue(*row, kNoteCount) : kNoteWithoutRow;
 }
 

@@ -56,6 +56,13 @@ void drawGlyph(VSTGUI::CDrawContext& context, Glyph glyph, CPoint c, CColor colo
     }
 }
 
+// Its tip lies at `to` from the centre.
+void arrowHead(VSTGUI::CDrawContext& context, CPoint centre, CPoint to, CColor colour) {
+    const CPoint base(centre.x - to.x * 0.8, centre.y - to.y * 0.8);
+    const CPoint side(to.y * 1.2, to.x * 1.2);
+    polygon(context, {centre + to, base + side, base - side}, colour);
+}
+
 }  // namespace
 
 bool KickButton::pressed(VSTGUI::MouseDownEvent&) {
@@ -67,27 +74,23 @@ double KickButton::light() const {
     return switchState(modelValue()) ? 1.0 : 0.0;
 }
 
-void KickButton::drawKick(VSTGUI::CDrawContext& context, const std::string& text) {
+void KickButton::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
     CRect body(size.left + 1.0, size.top, size.right - 1.0, size.bottom - 2.0);
-    drawCap(context, body, hovered(), false);
+    drawCap(*context, body, hovered(), false);
     const double level = light();
     const CRect window(body.left + 6.0, body.top + 5.0, body.right - 6.0, body.top + 9.0);
     if (level > 0.0) {
         fillRound(
-            context,
+            *context,
             CRect(window.left - 3.0, window.top - 3.0, window.right + 3.0, window.bottom + 3.0),
             4.0, withAlpha(lightColour(), 0.25 * level));
     }
-    fillRound(context, window, 2.0,
+    fillRound(*context, window, 2.0,
               mix(mix(lightColour(), CColor(18, 18, 20, 255), 0.84), lightColour(), level));
-    drawText(context, text,
+    drawText(*context, label,
              CRect(body.left + 3.0, window.bottom + 1.0, body.right - 3.0, body.bottom),
              Theme::Face::LabelBold, level > 0.0 ? Theme::kText : Theme::kTextDim);
-}
-
-void KickButton::draw(VSTGUI::CDrawContext* context) {
-    drawKick(*context, label);
     setDirty(false);
 }
 
@@ -151,14 +154,6 @@ bool ChoiceRow::pressed(VSTGUI::MouseDownEvent& event) {
     return false;
 }
 
-void ChoiceRow::ctrlPressed(VSTGUI::MouseDownEvent& event) {
-    if (parameter() == kGlobal) {
-        copyVisibleSet(editor());
-    } else {
-        ParameterControl::ctrlPressed(event);
-    }
-}
-
 void ChoiceRow::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
     fillRound(*context, size, 4.0, Theme::kButtonEdge);
@@ -168,7 +163,7 @@ void ChoiceRow::draw(VSTGUI::CDrawContext* context) {
         CRect rect = cell(i);
         rect.inset(0.75, 0.75);
         const bool on = i == chosen;
-        const CColor colour = parameter() == kGlobal && i == 1 ? Theme::kGlobalAccent : accent();
+        const CColor colour = colourOf(i);
         if (on) {
             fillRoundGradient(*context, rect, 3.0, mix(colour, CColor(255, 255, 255, 255), 0.15),
                               colour);
@@ -190,11 +185,16 @@ void ChoiceRow::draw(VSTGUI::CDrawContext* context) {
     setDirty(false);
 }
 
-void copyVisibleSet(EditorContext& context) {
-    const auto& from = context.globalMode() ? kGlobalSetIndices : kPresetSetIndices;
-    const auto& to = context.globalMode() ? kPresetSetIndices : kGlobalSetIndices;
+CColor LevelSetRow::colourOf(std::size_t choice) const {
+    return choice == 0 ? Theme::kAccent : Theme::kGlobalAccent;
+}
+
+void LevelSetRow::ctrlPressed(VSTGUI::MouseDownEvent&) {
+    const bool global = editor().globalMode();
+    const auto& from = global ? kGlobalSetIndices : kPresetSetIndices;
+    const auto& to = global ? kPresetSetIndices : kGlobalSetIndices;
     for (std::size_t i = 0; i < kGlobalSetSize; ++i) {
-        context.setParameter(to[i], context.model().value(from[i]));
+        editor().setParameter(to[i], editor().model().value(from[i]));
     }
 }
 
@@ -227,7 +227,7 @@ void ActionButton::setTextColour(CColor newColour) {
 }
 
 void ActionButton::idle() {
-    if (!repeating || !down || !inside) return;
+    if (!repeating || !down || !pointed()) return;
     const uint32_t now = tickCountMs();
     if (static_cast<int32_t>(now - nextRepeat) < 0) return;
     nextRepeat = now + kRepeatPeriod;
@@ -237,37 +237,25 @@ void ActionButton::idle() {
 void ActionButton::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
     const CRect body(size.left, size.top, size.right, size.bottom - 1.0);
-    const CColor ink = !enabled ? Theme::kTextFaint
-                       : lit    ? Theme::kAccent
-                       : inside ? mix(colour, CColor(255, 255, 255, 255), 0.3)
-                                : colour;
-    if (look != Look::Plain) drawCap(*context, body, inside && enabled, down);
+    const CColor ink = !enabled    ? Theme::kTextFaint
+                       : lit       ? Theme::kAccent
+                       : pointed() ? mix(colour, CColor(255, 255, 255, 255), 0.3)
+                                   : colour;
+    if (look != Look::Plain) drawCap(*context, body, pointed() && enabled, down);
     const CPoint c = body.getCenter();
     const double r = std::min(4.5, getHeight() * 0.22);
     switch (look) {
         case Look::Up:
-            polygon(*context,
-                    {CPoint(c.x, c.y - r), CPoint(c.x + r * 1.2, c.y + r * 0.8),
-                     CPoint(c.x - r * 1.2, c.y + r * 0.8)},
-                    ink);
+            arrowHead(*context, c, {0.0, -r}, ink);
             break;
         case Look::Down:
-            polygon(*context,
-                    {CPoint(c.x, c.y + r), CPoint(c.x + r * 1.2, c.y - r * 0.8),
-                     CPoint(c.x - r * 1.2, c.y - r * 0.8)},
-                    ink);
+            arrowHead(*context, c, {0.0, r}, ink);
             break;
         case Look::Left:
-            polygon(*context,
-                    {CPoint(c.x - r, c.y), CPoint(c.x + r * 0.8, c.y - r * 1.2),
-                     CPoint(c.x + r * 0.8, c.y + r * 1.2)},
-                    ink);
+            arrowHead(*context, c, {-r, 0.0}, ink);
             break;
         case Look::Right:
-            polygon(*context,
-                    {CPoint(c.x + r, c.y), CPoint(c.x - r * 0.8, c.y - r * 1.2),
-                     CPoint(c.x - r * 0.8, c.y + r * 1.2)},
-                    ink);
+            arrowHead(*context, c, {r, 0.0}, ink);
             break;
         case Look::Text:
         case Look::Plain: {
@@ -289,37 +277,12 @@ void ActionButton::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
     }
     if (!enabled || !event.buttonState.isLeft()) return;
     down = true;
-    inside = true;
+    setPointed(true);
     modifiers = event.modifiers;
     nextRepeat = tickCountMs() + kRepeatDelay;
-    invalid();
     // The action may remove this button from the view tree.
     const VSTGUI::SharedPointer<VSTGUI::CView> guard(this);
     action(event.modifiers);
-}
-
-void ActionButton::onMouseUpEvent(VSTGUI::MouseUpEvent& event) {
-    down = false;
-    invalid();
-    event.consumed = true;
-}
-
-void ActionButton::onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) {
-    down = false;
-    invalid();
-    event.consumed = true;
-}
-
-void ActionButton::onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) {
-    inside = true;
-    invalid();
-    event.consumed = true;
-}
-
-void ActionButton::onMouseExitEvent(VSTGUI::MouseExitEvent& event) {
-    inside = false;
-    invalid();
-    event.consumed = true;
 }
 
 }  // namespace Quorvant

@@ -20,7 +20,7 @@ class KickButton : public ParameterControl {
     void doubleClicked(VSTGUI::MouseDownEvent& event) override { pressed(event); }
     virtual double light() const;  // of the lamp, 0 ... 1
     virtual CColor lightColour() const { return accent(); }
-    void drawKick(VSTGUI::CDrawContext& context, const std::string& text);
+    const std::string& text() const { return label; }
 
   private:
     std::string label;
@@ -53,7 +53,7 @@ struct Choice {
 };
 
 // All states of a list or switch side by side; a click takes one.
-class ChoiceRow final : public ParameterControl {
+class ChoiceRow : public ParameterControl {
   public:
     ChoiceRow(const CRect& size, EditorContext& context, uint32_t parameter,
               std::vector<Choice> choices);
@@ -61,16 +61,22 @@ class ChoiceRow final : public ParameterControl {
 
   private:
     bool pressed(VSTGUI::MouseDownEvent& event) override;
-    // Ctrl on Global copies the set that is seen over the other one.
-    void ctrlPressed(VSTGUI::MouseDownEvent& event) override;
+    virtual CColor colourOf(std::size_t) const { return accent(); }
     void doubleClicked(VSTGUI::MouseDownEvent& event) override { pressed(event); }
     CRect cell(std::size_t index) const;
 
     std::vector<Choice> choices;
 };
 
-// Copies the six values of the seen set of level controls over the other set.
-void copyVisibleSet(EditorContext& context);
+// Which set of level controls is seen, each in its colour. Ctrl copies the seen one over the other.
+class LevelSetRow final : public ChoiceRow {
+  public:
+    using ChoiceRow::ChoiceRow;
+
+  private:
+    CColor colourOf(std::size_t choice) const override;
+    void ctrlPressed(VSTGUI::MouseDownEvent& event) override;
+};
 
 // A button that does something at once, and again and again while it is held if told so.
 class ActionButton : public Control {
@@ -92,12 +98,10 @@ class ActionButton : public Control {
 
     void draw(VSTGUI::CDrawContext* context) override;
     void onMouseDownEvent(VSTGUI::MouseDownEvent& event) override;
-    void onMouseUpEvent(VSTGUI::MouseUpEvent& event) override;
-    void onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) override;
-    void onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) override;
-    void onMouseExitEvent(VSTGUI::MouseExitEvent& event) override;
 
   private:
+    void released() override { down = false; }
+
     Look look;
     std::string label;
     Action action;
@@ -107,7 +111,6 @@ class ActionButton : public Control {
     bool repeating = false;
     bool enabled = true;
     bool lit = false;
-    bool inside = false;
     bool down = false;
     uint32_t nextRepeat = 0;  // tick count
 };

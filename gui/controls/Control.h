@@ -1,10 +1,12 @@
-// The base of all own controls.
+// The base of all own controls, and what the editor asks of any view.
 #pragma once
 
 #include "gui/Drawing.h"
 
 #include <vstgui/lib/controls/ccontrol.h>
 #include <vstgui/lib/events.h>
+
+#include <string>
 
 namespace Quorvant {
 
@@ -22,7 +24,48 @@ class Control : public VSTGUI::CControl {
             CControl::dispatchEvent(event);
         }
     }
+    void onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) override {
+        setPointed(true);
+        event.consumed = true;
+    }
+    void onMouseExitEvent(VSTGUI::MouseExitEvent& event) override {
+        setPointed(false);
+        event.consumed = true;
+    }
+    void onMouseUpEvent(VSTGUI::MouseUpEvent& event) override { release(event); }
+    void onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) override { release(event); }
     VSTGUI::CBaseObject* newCopy() const override { return nullptr; }
+
+  protected:
+    bool pointed() const { return pointerInside; }
+    void setPointed(bool state) {
+        pointerInside = state;
+        invalid();
+    }
+    // The button that was pressed here is up again, or what it held has been taken away.
+    virtual void released() {}
+
+  private:
+    void release(VSTGUI::Event& event) {
+        released();
+        invalid();
+        event.consumed = true;
+    }
+
+    bool pointerInside = false;
 };
+
+// A view whose texts may be too long for their places: its hint begins with the whole.
+class CutText {
+  public:
+    virtual ~CutText() = default;
+    // What is written, cut, at a point of the editor; empty where nothing is cut.
+    virtual std::string wholeTextAt(CPoint where) const = 0;
+};
+
+// Where a view stands in the editor.
+inline CRect editorRect(const VSTGUI::CView& view) {
+    return view.translateToGlobal(view.getViewSize(), true);
+}
 
 }  // namespace Quorvant

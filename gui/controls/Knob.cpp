@@ -1,7 +1,5 @@
 #include "gui/controls/Knob.h"
 
-#include "params/ParameterIndex.h"
-
 #include <vstgui/lib/cgradient.h>
 
 #include <cmath>
@@ -71,7 +69,7 @@ void Knob::draw(VSTGUI::CDrawContext* context) {
          Theme::kText, 2.4);
 
     std::string text = valueText();
-    if (lit && !unitText().empty() && parameter() != kHighCutCutoff) text += ' ' + unitText();
+    if (lit && !unitText().empty()) text += ' ' + unitText();
     drawText(*context, text, CRect(size.left, size.bottom - kTextHeight, size.right, size.bottom),
              Theme::Face::Value, lit ? accent() : Theme::kText);
     setDirty(false);

@@ -1,7 +1,5 @@
 #include "gui/controls/ListColumn.h"
 
-#include <vstgui/lib/events.h>
-
 #include <algorithm>
 
 namespace Quorvant {

@@ -1,9 +1,7 @@
 // A list of rows in columns, read downwards; the wheel moves on by columns.
 #pragma once
 
-#include "gui/HintDisplay.h"
-
-#include <vstgui/lib/cview.h>
+#include "gui/controls/Control.h"
 
 #include <functional>
 #include <string>

@@ -17,6 +17,21 @@ constexpr double kFall = 0.88;  // of the peak, each idle call
 
 }  // namespace
 
+QVXTextLabel::QVXTextLabel(const CRect& size, int32_t tagId, std::string words, Theme::Face faceOf,
+                           CColor ink, Align alignment, CColor behind)
+    : Control(size, tagId),
+      text(std::move(words)),
+      face(faceOf),
+      colour(ink),
+      align(alignment),
+      plate(behind) {}
+
+void QVXTextLabel::draw(VSTGUI::CDrawContext* context) {
+    if (plate.alpha > 0) fillRound(*context, getViewSize(), 0.0, plate);
+    drawText(*context, text, getViewSize(), face, colour, align);
+    setDirty(false);
+}
+
 Meter::Meter(const CRect& size, int32_t tagId, int stepCount, std::function<double()> from)
     : Control(size, tagId), source(std::move(from)), steps(stepCount) {}
 

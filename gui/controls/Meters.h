@@ -1,4 +1,4 @@
-// What only shows: lamps, the headroom bar, the gain reduction.
+// What only shows: texts, lamps, the headroom bar, the gain reduction.
 #pragma once
 
 #include "gui/EditorContext.h"
@@ -8,6 +8,21 @@
 #include <string>
 
 namespace Quorvant {
+
+class QVXTextLabel final : public Control {
+  public:
+    // `plate` lies behind the text.
+    QVXTextLabel(const CRect& size, int32_t tag, std::string text, Theme::Face face, CColor colour,
+                 Align align, CColor plate = VSTGUI::kTransparentCColor);
+    void draw(VSTGUI::CDrawContext* context) override;
+
+  private:
+    std::string text;
+    Theme::Face face;
+    CColor colour;
+    Align align;
+    CColor plate;
+};
 
 // Shows a level that `source` gives at every idle call; draws only when its picture changes.
 class Meter : public Control {

@@ -16,22 +16,19 @@ constexpr double kFullTravel = 200.0;  // pixels of a vertical drag
 constexpr double kFine = 0.1;
 constexpr double kWheelStep = 0.02;
 
-bool isContinuous(uint32_t index) {
-    return kParameters[index].kind == ParameterKind::Continuous;
+bool shortEndSpread(uint32_t index) {
+    const NumberLaw* law = kParameters[index].law;
+    return law && law->shortEndSpread;
 }
 
 }  // namespace
 
 double travelFromValue(uint32_t index, double value) {
-    return index == kDelayTime ? std::cbrt(value) : value;
+    return shortEndSpread(index) ? std::cbrt(value) : value;
 }
 
 double valueFromTravel(uint32_t index, double travel) {
-    return index == kDelayTime ? travel * travel * travel : travel;
-}
-
-CRect editorRect(const VSTGUI::CView& view) {
-    return view.translateToGlobal(view.getViewSize(), true);
+    return shortEndSpread(index) ? travel * travel * travel : travel;
 }
 
 ParameterControl::ParameterControl(const CRect& size, EditorContext& editorOf, uint32_t tagId,
@@ -45,8 +42,8 @@ ParameterControl::ParameterControl(const CRect& size, EditorContext& editorOf, u
 }
 
 uint32_t ParameterControl::parameter() const {
-    if (presetParameter == kGlobal || !owner.globalMode()) return presetParameter;
-    return globalTwin(presetParameter).value_or(presetParameter);
+    return owner.globalMode() ? globalTwin(presetParameter).value_or(presetParameter)
+                              : presetParameter;
 }
 
 void ParameterControl::refresh() {
@@ -62,13 +59,13 @@ void ParameterControl::refresh() {
 }
 
 std::string ParameterControl::valueText() const {
-    char text[kTextCapacity];
-    getParameterText(static_cast<int32_t>(parameter()), modelValue(), text);
-    return text;
+    return parameterText(static_cast<int32_t>(parameter()), modelValue());
 }
 
 std::string ParameterControl::unitText() const {
-    return std::string(kParameters[parameter()].unit);
+    const NumberLaw* law = kParameters[parameter()].law;
+    // A letter in the place of the point tells the unit.
+    return law && law->mark == '.' ? std::string(law->unit) : std::string();
 }
 
 CColor ParameterControl::accent() const {
@@ -135,7 +132,7 @@ void ParameterControl::wheel(double steps, bool fine) {
 
 void ParameterControl::dragged(const VSTGUI::MouseMoveEvent& event) {
     const double scale = event.modifiers.has(VSTGUI::ModifierKey::Shift) ? kFine : 1.0;
-    if (owner.settings().knobMode == KnobMode::Circular && isContinuous(parameter())) {
+    if (owner.settings().knobMode == KnobMode::Circular && kParameters[parameter()].law) {
         const CPoint centre = getViewSize().getCenter();
         const auto angle = [&](const CPoint& p) {
             return std::atan2(p.x - centre.x, centre.y - p.y) * 180.0 / std::numbers::pi;
@@ -182,18 +179,9 @@ void ParameterControl::onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) {
     event.consumed = true;
 }
 
-void ParameterControl::onMouseUpEvent(VSTGUI::MouseUpEvent& event) {
+void ParameterControl::released() {
     dragging = false;
     endGesture();
-    invalid();
-    event.consumed = true;
-}
-
-void ParameterControl::onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) {
-    dragging = false;
-    endGesture();
-    invalid();
-    event.consumed = true;
 }
 
 void ParameterControl::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
@@ -204,21 +192,8 @@ void ParameterControl::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
     event.consumed = true;
 }
 
-void ParameterControl::onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) {
-    pointerInside = true;
-    invalid();
-    event.consumed = true;
-}
-
-void ParameterControl::onMouseExitEvent(VSTGUI::MouseExitEvent& event) {
-    pointerInside = false;
-    invalid();
-    event.consumed = true;
-}
-
 bool ParameterControl::removed(VSTGUI::CView* parent) {
-    dragging = false;
-    endGesture();
+    released();
     return Control::removed(parent);
 }
 

@@ -8,8 +8,7 @@
 
 namespace Quorvant {
 
-// The place of a value along a control's travel, 0 ... 1, and back. Delay Time is spread out at
-// its short end; all others are straight.
+// The place of a value along a control's travel, 0 ... 1, and back.
 double travelFromValue(uint32_t index, double value);
 double valueFromTravel(uint32_t index, double travel);
 
@@ -27,20 +26,16 @@ class ParameterControl : public Control {
 
     void onMouseDownEvent(VSTGUI::MouseDownEvent& event) override;
     void onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) override;
-    void onMouseUpEvent(VSTGUI::MouseUpEvent& event) override;
-    void onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) override;
     void onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) override;
-    void onMouseEnterEvent(VSTGUI::MouseEnterEvent& event) override;
-    void onMouseExitEvent(VSTGUI::MouseExitEvent& event) override;
     bool removed(VSTGUI::CView* parent) override;
 
   protected:
     EditorContext& editor() const { return owner; }
     double modelValue() const { return owner.model().value(parameter()); }
     std::string valueText() const;  // as hosts show it, without the unit
-    std::string unitText() const;
-    CColor accent() const;  // of the set that is seen
-    bool hovered() const { return pointerInside || dragging; }
+    std::string unitText() const;   // empty where the text tells it
+    CColor accent() const;          // of the set that is seen
+    bool hovered() const { return pointed() || dragging; }
     bool held() const { return dragging; }
 
     // A left press without modifiers that is no double click. Controls that are clicked, not
@@ -62,11 +57,12 @@ class ParameterControl : public Control {
     CPoint lastPoint;
 
   private:
+    void released() override;
+
     EditorContext& owner;
     uint32_t presetParameter;
     uint32_t shownParameter;
     uint32_t gestureParameter = 0;
-    bool pointerInside = false;
     bool dragging = false;
     bool gesture = false;
     double dragTravel = 0.0;  // unrounded, so that lists move evenly

@@ -5,6 +5,7 @@
 #include "params/NoteTable.h"
 #include "params/ParameterIndex.h"
 #include "params/ParameterLaws.h"
+#include "params/ParameterText.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +22,7 @@ std::string bpmText(double bpm) {
 }  // namespace
 
 void stepDelayTime(EditorContext& context, double milliseconds) {
-    const double value = context.model().value(kDelayTime) + milliseconds / kLongestDelayMs;
+    const double value = context.model().value(kDelayTime) + delayTimeValue(milliseconds);
     context.setParameter(kDelayTime, std::clamp(value, 0.0, 1.0));
 }
 
@@ -39,6 +40,14 @@ std::string TimeReadout::figures() const {
                       : delayFigures(heardDelay(editor().model()));
 }
 
+std::string TimeReadout::stateText() const {
+    const EditorModel& model = editor().model();
+    if (switchState(model.reading(kSuspend))) return "SUSPENDED";
+    if (tempoShown) return switchState(model.value(kEnforceManualTempo)) ? "MANUAL" : "HOST";
+    if (!switchState(model.value(kDelayClockMode))) return "set " + valueText() + " ms";
+    return noteText(model, kDelayNote) + " @ " + bpmText(tempoInForce(model)) + " BPM";
+}
+
 CRect TimeReadout::figuresRect() const {
     const CRect& size = getViewSize();
     return CRect(size.left + 10.0, size.top + 20.0, size.right - 30.0, size.bottom - 8.0);
@@ -50,12 +59,15 @@ CRect TimeReadout::lampRect() const {
 }
 
 void TimeReadout::idle() {
-    const bool stopped = switchState(editor().model().reading(kSuspend));
-    if (stopped != suspended) {
-        suspended = stopped;
+    // Not compared with what was drawn last, which may have been a part alone.
+    if (const std::string now = stateText(); now != state) {
+        state = now;
         invalid();
     }
-    if (figures() != drawn) invalidRect(figuresRect());
+    if (const std::string now = figures(); now != number) {
+        number = now;
+        invalidRect(figuresRect());
+    }
     const bool lit = editor().model().reading(kOutDelayActivity) > 0.3;
     if (lit != active) {
         active = lit;
@@ -63,9 +75,9 @@ void TimeReadout::idle() {
     }
 }
 
-void TimeReadout::showTempo(bool state) {
-    if (tempoShown == state) return;
-    tempoShown = state;
+void TimeReadout::showTempo(bool shown) {
+    if (tempoShown == shown) return;
+    tempoShown = shown;
     invalid();
 }
 
@@ -93,24 +105,16 @@ void TimeReadout::wheel(double steps, bool fine) {
 void TimeReadout::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
     glass(*context, size);
-    const bool synced = switchState(editor().model().value(kDelayClockMode));
-    const bool manual = switchState(editor().model().value(kEnforceManualTempo));
-    drawn = figures();
     const CRect top(size.left + 9.0, size.top + 3.0, size.right - 9.0, size.top + 16.0);
     drawText(*context, tempoShown ? "TEMPO" : "DELAY", top, Theme::Face::Small, Theme::kTextDim,
              Align::Left);
-    std::string state = synced ? noteText(editor().model(), kDelayNote) + " @ " +
-                                     bpmText(tempoInForce(editor().model())) + " BPM"
-                               : "set " + valueText() + " ms";
-    if (tempoShown) state = manual ? "MANUAL" : "HOST";
-    if (suspended) state = "SUSPENDED";
     CRect stateRect = top;
     stateRect.left += 40.0;
     stateRect.right -= 14.0;
-    drawText(*context, state, stateRect, Theme::Face::Small,
+    drawText(*context, stateText(), stateRect, Theme::Face::Small,
              hovered() ? Theme::kText : Theme::kTextDim, Align::Right);
     lamp(*context, lampRect().getCenter(), 2.6, Theme::kAccent, active ? 1.0 : 0.0);
-    drawFigures(*context, drawn, figuresRect(), 5, Theme::kAccent, Theme::kGhost);
+    drawFigures(*context, figures(), figuresRect(), 5, Theme::kAccent, Theme::kGhost);
     drawText(*context, tempoShown ? "bpm" : "ms",
              CRect(size.right - 29.0, size.bottom - 22.0, size.right - 5.0, size.bottom - 6.0),
              Theme::Face::Value, Theme::kAccent);
@@ -124,10 +128,8 @@ void NoteReadout::draw(VSTGUI::CDrawContext* context) {
     drawText(*context, noteText(editor().model(), parameter()), textRect, Theme::Face::Title,
              hovered() ? mix(Theme::kAccent, CColor(255, 255, 255, 255), 0.25) : Theme::kAccent,
              Align::Left);
-    const CPoint c(size.right - kArrowWidth / 2.0 - 1.0, size.getCenter().y);
-    polygon(*context,
-            {CPoint(c.x - 4.0, c.y - 2.0), CPoint(c.x + 4.0, c.y - 2.0), CPoint(c.x, c.y + 3.0)},
-            hovered() ? Theme::kText : Theme::kTextDim);
+    listArrow(*context, CPoint(size.right - kArrowWidth / 2.0 - 1.0, size.getCenter().y),
+              hovered() ? Theme::kText : Theme::kTextDim);
     setDirty(false);
 }
 
@@ -153,7 +155,7 @@ void NoteReadout::openList(bool extended) {
     const int current = listState(modelValue(), kNoteCount);
     // The longest last, in either list.
     for (int i = 0; i < kNoteCount; ++i) {
-        const int index = parameter() == kLfoNote ? kNoteCount - 1 - i : i;
+        const int index = noteByLength(parameter(), i);
         if (!extended && !isEverydayNote(parameter(), index)) continue;
         const bool newColumn = !menu.empty() && menu.size() % kColumn == 0;
         menu.push_back(

@@ -18,15 +18,17 @@ class TimeReadout final : public ParameterControl {
   private:
     void ctrlPressed(VSTGUI::MouseDownEvent& event) override;
     void wheel(double steps, bool fine) override;
-    void showTempo(bool state);
+    void showTempo(bool shown);
     std::string figures() const;
+    std::string stateText() const;
     CRect figuresRect() const;
     CRect lampRect() const;
 
     bool tempoShown = false;
-    std::string drawn;
+    // As at the last idle call.
+    std::string state;
+    std::string number;
     bool active = false;
-    bool suspended = false;  // by the host
 };
 
 // A note value. A click on the arrow opens the list, with Shift the extended one.

@@ -2,227 +2,227 @@
 #include "params/GlobalSet.h"
 #include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
+#include "platform/TickCount.h"
 #include "tests/gui/EditorTest.h"
 
-#include <chrono>
-#include <thread>
+#include <set>
 
 namespace Quorvant::Testing {
 namespace {
 
-TEST_F(EditorTest, KnobsAreDraggedWheeledTypedAndReset) {
-    struct Case {
-        uint32_t index;
-        const char* typed;
-        const char* shown;
-    };
-    for (const Case& c : {Case{kInput, "-6", "-6.0"},
-                          {kOutput, "3", "3.0"},
-                          {kMix, "7,5", "7.5"},
-                          {kReferenceLevel, "-4", "-4.0"},
-                          {kDelayTime, "1k5", "1500"},
-                          {kFeedback, "4.2", "4.2"},
-                          {kHighCutCutoff, "9k0", "9k0"},
-                          {kManualVco, "1.2", "1.20"},
-                          {kDepth, "3", "3.0"},
-                          {kWaveform, "squere", "sqr"},
-                          {kLfoRate, "500m", "0.50"},
-                          {kLfoOffset, "90", "90"}}) {
-        SCOPED_TRACE(c.index);
-        const CPoint p = at(c.index);
-        const std::string name = std::to_string(c.index);
-        model.set(c.index, 0.4);
+class EditorControls : public EditorTest {
+  protected:
+    // What `act` adds to the parameter's value, by one whole gesture.
+    double moved(uint32_t index, double from, const std::function<void()>& act) {
+        model.set(index, from);
         model.gestures.clear();
-        drag(p, 30.0);
-        const double coarse = model.value(c.index) - 0.4;
-        EXPECT_GT(coarse, 0.0);
+        act();
+        const std::string name = std::to_string(index);
         EXPECT_EQ(model.gestures, (std::vector<std::string>{"begin " + name, name, "end " + name}));
-
-        model.set(c.index, 0.4);
-        drag(p, 30.0, Modifiers(ModifierKey::Shift));
-        const double fine = model.value(c.index) - 0.4;
-        EXPECT_GT(fine, 0.0);
-        EXPECT_LT(fine, coarse * 0.2);
-
-        model.set(c.index, 0.4);
-        model.gestures.clear();
-        screen->wheel(p, -1.0);
-        const double step = 0.4 - model.value(c.index);
-        EXPECT_GT(step, 0.0);
-        EXPECT_EQ(model.gestures.front(), "begin " + name);
-        EXPECT_EQ(model.gestures.back(), "end " + name);
-        model.set(c.index, 0.4);
-        screen->wheel(p, -1.0, Modifiers(ModifierKey::Shift));
-        EXPECT_NEAR(0.4 - model.value(c.index), step * 0.1, step * 0.01);
-
-        screen->doubleClick(p);
-        type(c.typed);
-        EXPECT_EQ(shown(c.index), c.shown);
-        screen->doubleClick(p);
-        type("0.3", false);  // Escape
-        screen->doubleClick(p);
-        type("nonsense");
-        EXPECT_EQ(shown(c.index), c.shown);
-
-        for (const ModifierKey key : {ModifierKey::Control, ModifierKey::Alt}) {
-            model.set(c.index, 0.9);
-            screen->click(p, Modifiers(key));
-            EXPECT_EQ(model.value(c.index), parameterDefault(c.index));
-        }
-        model.hostMenus.clear();
-        screen->rightClick(p);
-        ASSERT_EQ(model.hostMenus.size(), 1u);
-        EXPECT_EQ(model.hostMenus[0].index, c.index);
-        EXPECT_NEAR(model.hostMenus[0].x, p.x, 0.5);
-        EXPECT_NEAR(model.hostMenus[0].y, p.y, 0.5);
+        return model.value(index) - from;
     }
-    EXPECT_EQ(screen->find<TextField>(), nullptr);
+    // Plays the parameter's control and, with Global on, that of its twin.
+    void play(uint32_t ofPreset, const std::function<void(uint32_t index, CRect place)>& use) {
+        for (const uint32_t index : std::set{ofPreset, globalTwin(ofPreset).value_or(ofPreset)}) {
+            SCOPED_TRACE(index);
+            model.set(kGlobal, index == ofPreset ? 0.0 : 1.0);
+            const double other = model.value(ofPreset);
+            const CRect rect = place(index == kDelayNote ? kNoteReadoutId : index);
+            use(index, rect);
+            model.gestures.clear();
+            screen->rightClick(rect.getCenter());
+            EXPECT_EQ(model.gestures, std::vector{"menu " + std::to_string(index)});
+            EXPECT_EQ(model.menuAt.x, rect.getCenter().x * 2.0);
+            EXPECT_EQ(model.menuAt.y, rect.getCenter().y * 2.0);
+            if (index != ofPreset) {
+                EXPECT_EQ(model.value(ofPreset), other);
+            }
+            reached.insert(index);
+        }
+    }
+    std::set<uint32_t> reached;
+};
+
+TEST_F(EditorControls, ReachEveryParameterByOneGestureAtATime) {
+    const Modifiers shift(ModifierKey::Shift);
+    screen->editor->setZoom(200);
+    struct Turned {
+        uint32_t index;
+        const char *typed, *shown;
+    };
+    for (const Turned& knob : {Turned{kInput, "-6", "-6.0"},
+                               {kOutput, "3", "3.0"},
+                               {kMix, "7,5", "7.5"},
+                               {kReferenceLevel, "-4", "-4.0"},
+                               {kDelayTime, "1k5", "1500"},
+                               {kFeedback, "4.2", "4.2"},
+                               {kHighCutCutoff, "9k0", "9k0"},
+                               {kManualVco, "1.2", "1.20"},
+                               {kDepth, "3", "3.0"},
+                               {kWaveform, "squere", "sqr"},
+                               {kLfoRate, "500m", "0.50"},
+                               {kLfoOffset, "90", "90"}}) {
+        play(knob.index, [&](uint32_t index, CRect rect) {
+            const CPoint p = rect.getCenter();
+            const CPoint above(p.x, p.y - 30.0);
+            const double coarse = moved(index, 0.4, [&] { screen->drag(p, above); });
+            const double fine = moved(index, 0.4, [&] { screen->drag(p, above, shift); });
+            EXPECT_GT(fine, 0.0);
+            EXPECT_LT(fine, coarse * 0.2);
+            const double step = moved(index, 0.4, [&] { screen->wheel(p, -1.0); });
+            EXPECT_LT(step, 0.0);
+            const double fineStep = moved(index, 0.4, [&] { screen->wheel(p, -1.0, shift); });
+            EXPECT_NEAR(fineStep, step * 0.1, step * -0.01);
+            screen->doubleClick(p);
+            enter(knob.typed);
+            screen->doubleClick(p);
+            enter("nonsense");
+            EXPECT_EQ(shown(index), knob.shown);
+            for (const ModifierKey key : {ModifierKey::Control, ModifierKey::Alt}) {
+                moved(index, 0.9, [&] { screen->click(p, Modifiers(key)); });
+                EXPECT_EQ(model.value(index), parameterDefault(index));
+            }
+        });
+    }
+    for (const uint32_t toggled :
+         {kProcess, kBypass, kDelayClockMode, kDelayX2, kDelayInvert, kFeedbackInvert, kHighCut,
+          kInfRepeat, kEnvInvert, kLfoSync, kSideChainMonitor}) {
+        play(toggled, [&](uint32_t index, CRect rect) {
+            EXPECT_EQ(moved(index, 0.0, [&] { screen->click(rect.getCenter()); }), 1.0);
+            EXPECT_EQ(moved(index, 1.0, [&] { screen->click(rect.getCenter()); }), -1.0);
+        });
+    }
+    for (const uint32_t chosen : {kProcessingMode, kDirectionMode, kSensitivity, kGlobal,
+                                  kEnforceManualTempo, kNoteViewStyle}) {
+        play(chosen, [&](uint32_t index, CRect rect) {
+            rect.inset(4.0, 4.0);
+            EXPECT_EQ(moved(index, 1.0, [&] { screen->click(rect.getTopLeft()); }), -1.0);
+            EXPECT_EQ(moved(index, 0.0, [&] { screen->click(rect.getBottomRight()); }), 1.0);
+            EXPECT_LT(moved(index, 1.0, [&] { screen->wheel(rect.getCenter(), -1.0); }), 0.0);
+        });
+    }
+    model.set(kEnforceManualTempo, 1.0);  // else the tempo is the host's
+    for (const uint32_t wheeled : {kDelayNote, kLfoNote, kManualTempo, kSideChainIntExt}) {
+        play(wheeled, [&](uint32_t index, CRect rect) {
+            EXPECT_NE(moved(index, 0.5, [&] { screen->wheel(rect.getCenter(), 1.0); }), 0.0);
+        });
+    }
+    // The others but one are in the menu, and the button that opens the panel.
+    for (const uint32_t index : {kEmptySlot, kShowHideExtensions, kDefaultExtensionsPanel}) {
+        EXPECT_TRUE(reached.insert(index).second);
+    }
+    EXPECT_EQ(reached.size(), kParameterCount);
 }
 
-TEST_F(EditorTest, CircularKnobsFollowThePointerAround) {
-    screen->click({960, 18});
-    choose("Drag around");
+TEST_F(EditorControls, FollowThePointerAroundWhereTheUserWantsIt) {
+    chooseFromMenu("Drag around");
     const CPoint p = at(kFeedback);
     model.set(kFeedback, 0.5);
-    screen->down({p.x, p.y - 20.0});
-    screen->move({p.x + 20.0, p.y});
-    screen->up({p.x + 20.0, p.y});
+    screen->drag({p.x, p.y - 20.0}, {p.x + 20.0, p.y});
     EXPECT_NEAR(model.value(kFeedback), 0.5 + 90.0 / 270.0, 0.03);
-    screen->click({960, 18});
-    choose("Drag up and down");
+    chooseFromMenu("Drag up and down");
     EXPECT_EQ(loadUserSettings().knobMode, KnobMode::Vertical);
 }
 
-TEST_F(EditorTest, SwitchesToggleAndRowsTakeTheChoice) {
-    for (const uint32_t index :
-         {kProcess, kBypass, kDelayClockMode, kDelayX2, kDelayInvert, kFeedbackInvert, kHighCut,
-          kInfRepeat, kEnvInvert, kLfoSync, kSideChainMonitor}) {
-        SCOPED_TRACE(index);
-        const double before = model.value(index);
-        screen->click(at(index));
-        EXPECT_EQ(model.value(index), 1.0 - before);
-        screen->click(at(index));
-        EXPECT_EQ(model.value(index), before);
-    }
-    for (const uint32_t index : {kProcessingMode, kDirectionMode, kSensitivity, kGlobal,
-                                 kEnforceManualTempo, kNoteViewStyle}) {
-        SCOPED_TRACE(index);
-        const auto rect = editorRect(*screen->find<VSTGUI::CControl>(
-            [&](const auto& control) { return control.getTag() == static_cast<int32_t>(index); }));
-        screen->click({rect.left + 4.0, rect.top + 4.0});
-        EXPECT_EQ(model.value(index), 0.0);
-        screen->click({rect.right - 4.0, rect.bottom - 4.0});
-        EXPECT_EQ(model.value(index), 1.0);
-        screen->wheel({rect.right - 4.0, rect.bottom - 4.0}, -1.0);
-        EXPECT_LT(model.value(index), 1.0);
+TEST_F(EditorControls, CopyTheSetThatIsSeenByCtrlOnGlobal) {
+    for (const double global : {1.0, 0.0}) {
+        model.set(kGlobal, global);
+        const auto& seen = global == 1.0 ? kGlobalSetIndices : kPresetSetIndices;
+        const auto& other = global == 1.0 ? kPresetSetIndices : kGlobalSetIndices;
+        for (const uint32_t index : seen) model.set(index, 0.25 + 0.5 * global);
+        screen->click(at(kGlobal), Modifiers(ModifierKey::Control));
+        for (const uint32_t index : other) EXPECT_EQ(model.value(index), 0.25 + 0.5 * global);
+        EXPECT_EQ(model.value(kGlobal), global);
     }
 }
 
-TEST_F(EditorTest, GlobalModeShowsTheOtherSetAndCtrlCopiesWhatIsSeen) {
-    model.set(kMix, 0.2);
-    model.set(kGlobalMix, 0.7);
-    model.set(kGlobal, 1.0);
-    for (std::size_t i = 0; i < kGlobalSetSize; ++i) {
-        const uint32_t index = kGlobalSetIndices[i];
-        SCOPED_TRACE(index);
-        auto* control = screen->find<ParameterControl>(
-            [&](const auto& candidate) { return candidate.parameter() == index; });
-        ASSERT_NE(control, nullptr);
-        EXPECT_EQ(control->getTag(), static_cast<int32_t>(index));
-        const double before = model.value(kPresetSetIndices[i]);
-        screen->wheel(at(index), model.value(index) > 0.5 ? -1.0 : 1.0);
-        EXPECT_NE(model.value(index), parameterDefault(index)) << "not reached";
-        EXPECT_EQ(model.value(kPresetSetIndices[i]), before);
-    }
-    screen->click(at(kGlobal), Modifiers(ModifierKey::Control));
-    for (std::size_t i = 0; i < kGlobalSetSize; ++i) {
-        EXPECT_EQ(model.value(kPresetSetIndices[i]), model.value(kGlobalSetIndices[i]));
-    }
-    EXPECT_EQ(model.value(kGlobal), 1.0);
-    model.set(kGlobal, 0.0);
-    model.set(kMix, 0.9);
-    screen->click(at(kGlobal), Modifiers(ModifierKey::Control));
-    EXPECT_EQ(model.value(kGlobalMix), 0.9);
-    EXPECT_EQ(at(kGlobalMix).x, -1.0) << "the global set is still shown";
-}
-
-TEST_F(EditorTest, DelayTimeAndNotesStepAndOpenTheirLists) {
-    screen->click(at(kTimeUpId));
-    EXPECT_EQ(shown(kDelayTime), "251");
-    screen->click(at(kTimeDownId));
-    screen->click(at(kTimeDownId));
-    EXPECT_EQ(shown(kDelayTime), "249");
-    screen->wheel(at(kTimeReadoutId), 1.0);
-    EXPECT_EQ(shown(kDelayTime), "250");
-    screen->doubleClick(at(kTimeReadoutId));
-    type("1.5 s");
-    EXPECT_EQ(shown(kDelayTime), "1500");
-    screen->click(at(kTimeReadoutId), Modifiers(ModifierKey::Alt));
-    EXPECT_EQ(shown(kDelayTime), "250");
-
-    EXPECT_EQ(shown(kDelayNote), "1/4");
-    screen->click(at(kNoteUpId));
-    EXPECT_EQ(shown(kDelayNote), "1/2 Triplet");  // past 9/32, 7/24 and 5/16
-    screen->click(at(kNoteDownId), Modifiers(ModifierKey::Shift));
-    EXPECT_EQ(shown(kDelayNote), "5/16");
-    screen->doubleClick(at(kNoteReadoutId));
-    type("1/8 dotted");
-    EXPECT_EQ(shown(kDelayNote), "1/8 Dotted");
-
-    const auto openList = [&](uint32_t tag, Modifiers modifiers) {
-        const auto rect = editorRect(*screen->find<VSTGUI::CControl>(
-            [&](const auto& control) { return control.getTag() == static_cast<int32_t>(tag); }));
-        screen->click({rect.right - 8.0, rect.getCenter().y}, modifiers);
-        auto* menu = screen->find<PopupMenu>();
-        return menu ? menu->items().size() : 0;
+TEST_F(EditorControls, StepDelayTimeAndNotesAndOpenTheirLists) {
+    const Modifiers shift(ModifierKey::Shift);
+    const auto type = [&](uint32_t tag, const char* text) {
+        screen->doubleClick(at(tag));
+        enter(text);
     };
-    EXPECT_EQ(openList(kNoteReadoutId, Modifiers(ModifierKey::Shift)), 60u);
-    choose("7/24");
-    EXPECT_EQ(shown(kDelayNote), "7/24");
-    EXPECT_LT(openList(kLfoNote, {}), 30u);
-    choose("1/1 Dotted");
-    EXPECT_EQ(shown(kLfoNote), "1/1 Dotted");
-    // What a loop ignores stands back.
-    const auto* sync = screen->find<KickButton>(
-        [](const auto& button) { return button.parameter() == kDelayClockMode; });
-    EXPECT_EQ(sync->getAlphaValue(), 1.0F);
-    model.set(kInfRepeat, 1.0);
-    EXPECT_LT(sync->getAlphaValue(), 1.0F);
-    model.set(kInfRepeat, 0.0);
-
-    model.set(kNoteViewStyle, 1.0);
-    EXPECT_GT(openList(kLfoNote, {}), 10u);
-    choose("3/2");
-    EXPECT_EQ(shown(kLfoNote), "1/1 Dotted");
+    const auto take = [&](uint32_t tag, const char* entry, Modifiers modifiers = {}) {
+        screen->click(place(tag).getBottomRight() - CPoint(8.0, 8.0), modifiers);
+        choose(entry);
+    };
+    const struct {
+        std::function<void()> act;
+        uint32_t index;
+        const char* shown;
+    } steps[] = {
+        {[&] { screen->click(at(kTimeUpId)); }, kDelayTime, "251"},
+        {[&] { screen->click(at(kTimeDownId)); }, kDelayTime, "250"},
+        {[&] { screen->wheel(at(kTimeReadoutId), 1.0); }, kDelayTime, "251"},
+        {[&] { type(kTimeReadoutId, "1.5 s"); }, kDelayTime, "1500"},
+        {[&] { screen->click(at(kTimeReadoutId), Modifiers(ModifierKey::Alt)); }, kDelayTime,
+         "250"},
+        // from 1/4 past 9/32, 7/24 and 5/16
+        {[&] { screen->click(at(kNoteUpId)); }, kDelayNote, "1/2 Triplet"},
+        {[&] { screen->click(at(kNoteDownId), shift); }, kDelayNote, "5/16"},
+        {[&] { type(kNoteReadoutId, "1/8 dotted"); }, kDelayNote, "1/8 Dotted"},
+        {[&] { take(kNoteReadoutId, "7/24", shift); }, kDelayNote, "7/24"},
+        {[&] { take(kLfoNote, "1/1 Dotted"); }, kLfoNote, "1/1 Dotted"},
+        {[&] { model.set(kNoteViewStyle, 1.0); }, kLfoNote, "1/1 Dotted"},
+        {[&] { take(kLfoNote, "2/3"); }, kLfoNote, "1/1 Triplet"},
+    };
+    for (const auto& step : steps) {
+        step.act();
+        EXPECT_EQ(shown(step.index), step.shown);
+    }
+    screen->click(place(kNoteReadoutId).getBottomRight() - CPoint(8.0, 8.0));
+    EXPECT_LT(screen->find<PopupMenu>()->items().size(), 30u) << "the list without Shift";
 }
 
-TEST_F(EditorTest, TempoIsSetOnlyWhileManualTempoIsInForce) {
-    const double before = model.value(kManualTempo);
-    screen->wheel(at(kManualTempo), 5.0);
-    drag(at(kManualTempo), 20.0);
-    screen->doubleClick(at(kManualTempo));
-    EXPECT_EQ(screen->find<TextField>(), nullptr);
-    EXPECT_EQ(model.value(kManualTempo), before);
+TEST_F(EditorControls, StandBackWhileTheyAreOfNoUse) {
+    struct Unused {
+        uint32_t index;
+        double value;
+        std::vector<uint32_t> tags;
+    };
+    for (const auto& [index, value, tags] :
+         {Unused{kDelayClockMode, 1.0, {kDelayTime, kTimeUpId, kTimeDownId}},
+          {kDelayClockMode, 0.0, {kNoteReadoutId, kNoteUpId, kNoteDownId}},
+          {kInfRepeat, 1.0, {kDelayClockMode, kDelayTime, kTimeUpId, kTimeDownId}},
+          {kLfoSync, 1.0, {kLfoRate}},
+          {kLfoSync, 0.0, {kLfoNote, kLfoOffset}},
+          {kHighCut, 0.0, {kHighCutCutoff}}}) {
+        for (const uint32_t tag : tags) {
+            model.set(index, 1.0 - value);
+            EXPECT_EQ(screen->control(tag)->getAlphaValue(), 1.0F) << tag;
+            model.set(index, value);
+            EXPECT_LT(screen->control(tag)->getAlphaValue(), 1.0F) << tag;
+        }
+        model.set(index, 0.0);
+    }
+}
 
-    model.set(kEnforceManualTempo, 1.0);
-    screen->doubleClick(at(kManualTempo));
-    type("90 bpm");
-    EXPECT_NEAR(manualTempoBpm(model.value(kManualTempo)), 90.0, 1e-9);
-    screen->wheel(at(kManualTempo), 1.0);
-    EXPECT_NEAR(manualTempoBpm(model.value(kManualTempo)), 91.0, 1e-9);
-    drag(at(kManualTempo), 20.0);
-    EXPECT_NEAR(manualTempoBpm(model.value(kManualTempo)), 111.0, 1e-9);
+TEST_F(EditorControls, SetTheTempoOnlyWhileManualTempoIsInForce) {
+    const CPoint readout = at(kManualTempo);
+    const auto bpm = [&] { return manualTempoBpm(model.value(kManualTempo)); };
+    const double before = bpm();
+    for (const double manual : {0.0, 1.0}) {
+        model.set(kEnforceManualTempo, manual);
+        screen->wheel(readout, 5.0);
+        screen->drag(readout, {readout.x, readout.y - 20.0});
+        EXPECT_NEAR(bpm(), before + 25.0 * manual, 1e-9);
+        screen->doubleClick(readout);
+        EXPECT_EQ(screen->find<ValueField>() != nullptr, manual == 1.0);
+    }
+    enter("90 bpm");
+    EXPECT_NEAR(bpm(), 90.0, 1e-9);
     // The large readout takes it with Ctrl held.
     screen->doubleClick(at(kTimeReadoutId), Modifiers(ModifierKey::Control));
-    type("140");
-    EXPECT_NEAR(manualTempoBpm(model.value(kManualTempo)), 140.0, 1e-9);
+    enter("140");
+    EXPECT_NEAR(bpm(), 140.0, 1e-9);
 
     model.set(kEnforceManualTempo, 0.0);
     press("TAP");
-    std::this_thread::sleep_for(std::chrono::milliseconds(120));
+    for (const uint32_t start = tickCountMs(); tickCountMs() == start;) {
+    }
     press("TAP");
     EXPECT_EQ(model.value(kEnforceManualTempo), 1.0);
-    EXPECT_GT(manualTempoBpm(model.value(kManualTempo)), 100.0);
+    EXPECT_NE(shown(kManualTempo), "140");
 }
 
 TEST(TapTempo, AveragesTapsAndBeginsAnewAfterAPause) {
@@ -234,67 +234,50 @@ TEST(TapTempo, AveragesTapsAndBeginsAnewAfterAPause) {
     EXPECT_FALSE(taps.tap(10000));  // no time has passed
 }
 
-TEST_F(EditorTest, SideChainStripFollowsItsParameters) {
-    auto* internal = screen->find<SideChainBarLabelButton>(
-        [](const auto& button) { return button.getTag() == kInternalButtonId; });
-    auto* external = screen->find<SideChainBarLabelButton>(
-        [](const auto& button) { return button.getTag() == kExternalButtonId; });
-    ASSERT_TRUE(internal && external);
-    struct Case {
+TEST_F(EditorControls, OfTheStripShowAndSetTheSource) {
+    struct Look {
         double value;
-        const char *internal, *external;
-        int internalGrey, externalGrey;
+        uint32_t tag;
+        const char* text;
+        uint8_t grey;
     };
-    for (const Case& c : {Case{0.5, "INTERNAL 50%", "EXTERNAL 50%", 180, 180},
-                          {0.004, "INTERNAL 100%", "EXTERNAL 0%", 239, 120},
-                          {1.0, "INTERNAL 0%", "EXTERNAL 100%", 120, 240}}) {
-        model.set(kSideChainIntExt, c.value);
-        EXPECT_EQ(internal->text(), c.internal);
-        EXPECT_EQ(external->text(), c.external);
-        const auto grey = [](int level) {
-            const auto g = static_cast<uint8_t>(level);
-            return CColor(g, g, g, 255);
-        };
-        EXPECT_EQ(internal->textColour(), grey(c.internalGrey));
-        EXPECT_EQ(external->textColour(), grey(c.externalGrey));
+    for (const Look& look : {Look{0.5, kInternalButtonId, "INTERNAL 50%", 180},
+                             {0.5, kExternalButtonId, "EXTERNAL 50%", 180},
+                             {0.004, kInternalButtonId, "INTERNAL 100%", 239},
+                             {0.004, kExternalButtonId, "EXTERNAL 0%", 120},
+                             {1.0, kInternalButtonId, "INTERNAL 0%", 120},
+                             {1.0, kExternalButtonId, "EXTERNAL 100%", 240}}) {
+        model.set(kSideChainIntExt, look.value);
+        const auto& button = dynamic_cast<ActionButton&>(*screen->control(look.tag));
+        EXPECT_EQ(button.text(), look.text);
+        EXPECT_EQ(button.textColour(), CColor(look.grey, look.grey, look.grey, 255));
     }
-    screen->click(at(kInternalButtonId));
-    EXPECT_EQ(model.value(kSideChainIntExt), 0.0);
-    screen->click(at(kExternalButtonId));
-    EXPECT_EQ(model.value(kSideChainIntExt), 1.0);
-    screen->wheel(at(kSideChainIntExt), -1.0);
-    EXPECT_NEAR(model.value(kSideChainIntExt), 0.95, 1e-9);
-    screen->wheel(at(kSideChainIntExt), -1.0, Modifiers(ModifierKey::Shift));
-    EXPECT_NEAR(model.value(kSideChainIntExt), 0.93, 1e-9);
-    const CPoint slider = at(kSideChainIntExt);
-    screen->down(slider);
-    screen->move({slider.x - 32.0, slider.y});
-    screen->up(slider);
-    EXPECT_NEAR(model.value(kSideChainIntExt), 0.43, 1e-9);
+    const CPoint p = at(kSideChainIntExt);
+    const std::pair<std::function<void()>, double> steps[] = {
+        {[&] { screen->click(at(kInternalButtonId)); }, 0.0},
+        {[&] { screen->click(at(kExternalButtonId)); }, 1.0},
+        {[&] { screen->wheel(p, -1.0); }, 0.95},
+        {[&] { screen->wheel(p, -1.0, Modifiers(ModifierKey::Shift)); }, 0.93},
+        {[&] { screen->drag(p, p - CPoint(32.0, 0.0)); }, 0.43},
+    };
+    for (const auto& [act, value] : steps) {
+        act();
+        EXPECT_NEAR(model.value(kSideChainIntExt), value, 1e-9);
+    }
 }
 
-TEST_F(EditorTest, MonitoringLaysTheWarningOverAllAboveTheStrip) {
-    const auto layers = [&] {
-        int count = 0;
-        auto* root = screen->find<VSTGUI::CViewContainer>();
-        root->forEachChild([&](VSTGUI::CView* view) {
-            const auto* container = view->asViewContainer();
-            if (container && container->getBackgroundColor() == CColor(196, 94, 4, 128)) ++count;
-        });
-        return count;
+TEST_F(EditorControls, OfMonitoringLayTheWarningOverAllAboveTheStrip) {
+    const auto isLayer = [](const VSTGUI::CViewContainer& view) {
+        return view.getBackgroundColor() == CColor(196, 94, 4, 128);
     };
-    auto* meter = screen->find<QVXSideChainMeter>();
-    EXPECT_EQ(layers(), 0);
-    model.set(kSideChainMonitor, 1.0);
-    model.set(kSideChainMonitor, 0.8);
-    EXPECT_EQ(layers(), 1);
-    EXPECT_TRUE(meter->isOn());
-    // It warns, it doesn't lock.
-    screen->click(at(kHighCut));
+    const auto& meter = *screen->find<QVXSideChainMeter>();
+    for (const double value : {1.0, 0.8, 0.0}) {
+        model.set(kSideChainMonitor, value);
+        EXPECT_EQ(screen->find<VSTGUI::CViewContainer>(isLayer) != nullptr, value > 0.0);
+        EXPECT_EQ(meter.isOn(), value > 0.0);
+        screen->click(at(kHighCut));  // it warns, it doesn't lock
+    }
     EXPECT_EQ(model.value(kHighCut), 1.0);
-    screen->click(at(kSideChainMonitor));
-    EXPECT_EQ(layers(), 0);
-    EXPECT_FALSE(meter->isOn());
 }
 
 }  // namespace

@@ -5,26 +5,48 @@
 namespace Quorvant::Testing {
 namespace {
 
-TEST_F(EditorTest, PresetBarStepsSavesComparesAndTakesBack) {
-    auto& presets = model.manager;
-    const auto name = [&] { return screen->find<PresetBar>()->nameDisplay(); };
+class EditorPresets : public EditorTest {
+  protected:
+    std::string name() { return screen->find<PresetBar>()->nameDisplay(); }
+    ListColumn& groups() { return screen->find<PresetBrowser>()->groupColumn(); }
+    ListColumn& list() { return screen->find<PresetBrowser>()->presetColumn(); }
+    void search(const char* words) { screen->find<PresetBrowser>()->textField()->setText(words); }
+    CPoint row(int index) { return list().rowRect(index).getCenter(); }
+    void pickGroup(const std::string& part) {
+        const auto& rows = groups().rows();
+        const auto at = std::ranges::find_if(rows, [&](const ListRow& candidate) {
+            return !candidate.heading && candidate.text.find(part) != std::string::npos;
+        });
+        ASSERT_NE(at, rows.end()) << part;
+        const auto index = static_cast<int>(at - rows.begin());
+        groups().select(index);
+        screen->click(groups().rowRect(index).getCenter());
+    }
+    void rowMenu(const std::string& title) {
+        screen->rightClick(row(0));
+        choose(title);
+    }
+};
+
+TEST_F(EditorPresets, BarStepsComparesAndTakesBack) {
+    const CPoint previous(21, 18), next(45, 18), undo(351, 18), redo(379, 18);
     const std::string first = name();
     EXPECT_EQ(first.substr(0, 4), "00: ");
-    EXPECT_FALSE(screen->find<PresetBar>()->undoButton().isEnabled());
-    screen->click({45, 18});  // next
-    EXPECT_EQ(name().substr(0, 4), "01: ");
-    screen->click({21, 18});  // previous
-    EXPECT_EQ(name(), first);
-    screen->click({351, 18});  // undo
-    EXPECT_EQ(name().substr(0, 4), "01: ");
-    screen->click({379, 18});  // redo
-    EXPECT_EQ(name(), first);
-
+    const auto* undoArrow = screen->find<ActionButton>([](const auto& button) {
+        return hintOf(button) == "Click the left/right arrow to undo/redo action";
+    });
+    EXPECT_FALSE(undoArrow->isEnabled());
+    for (const auto& [place, shown] :
+         {std::pair{next, "01: "}, {previous, "00: "}, {undo, "01: "}, {redo, "00: "}}) {
+        screen->click(place);
+        EXPECT_EQ(name().substr(0, 4), shown);
+        EXPECT_TRUE(undoArrow->isEnabled());
+    }
     model.set(kFeedback, 0.77);
     EXPECT_EQ(name(), first + " *");
     press("COPY");
     press("B");
-    EXPECT_EQ(presets.selectedSetup(), Setup::B);
+    EXPECT_EQ(model.manager.selectedSetup(), Setup::B);
     EXPECT_NE(model.value(kFeedback), 0.77);
     press("PASTE");
     EXPECT_EQ(name().substr(0, 3), "CP:");
@@ -32,147 +54,117 @@ TEST_F(EditorTest, PresetBarStepsSavesComparesAndTakesBack) {
     press("B > A");
     press("A");
     EXPECT_EQ(name().substr(0, 3), "CP:");
+}
 
-    screen->rightClick({200, 18});
-    type("My sound");
-    EXPECT_EQ(presetName(presets.current()), "My sound");
-
+TEST_F(EditorPresets, SavingAsksBeforeItReplaces) {
+    const auto file = folder / "Chosen.qvx";
+    model.manager.setName("My sound");
     screen->desk.answer = folder / "Chosen";
     press("SAVE");
     EXPECT_EQ(screen->desk.askedTitle, "Save preset");
     EXPECT_EQ(screen->desk.askedName, "My sound.qvx");
-    EXPECT_TRUE(std::filesystem::exists(folder / "Chosen.qvx"));
+    EXPECT_TRUE(std::filesystem::exists(file));
     // The dialog knew nothing of the file that the extension leads to.
-    std::filesystem::resize_file(folder / "Chosen.qvx", 1);
+    std::filesystem::resize_file(file, 1);
     press("SAVE");
-    EXPECT_TRUE(screen->key(VSTGUI::VirtualKey::Return)) << "which replaces nothing";
-    EXPECT_EQ(std::filesystem::file_size(folder / "Chosen.qvx"), 1u);
+    EXPECT_TRUE(screen->key(VirtualKey::Return)) << "which replaces nothing";
+    EXPECT_EQ(std::filesystem::file_size(file), 1u);
     press("SAVE");
     press("Replace");
-    EXPECT_GT(std::filesystem::file_size(folder / "Chosen.qvx"), 1u);
-    screen->desk.answer = folder / "Chosen.qvx";
+    EXPECT_GT(std::filesystem::file_size(file), 1u);
+    screen->desk.answer = file;
     press("SAVE");
     EXPECT_EQ(screen->find<QuestionBox>(), nullptr) << "that the dialog has asked already";
 
     // Without a system's dialog, the editor asks itself, and before it overwrites.
-    screen->desk.hasDialogs = false;
+    screen->desk.works = false;
     press("SAVE");
-    type("Second.qvx");
+    enter("Second.qvx");
     EXPECT_TRUE(std::filesystem::exists(folder / "Second.qvx"));
-    std::filesystem::remove(folder / "Second.qvx");
-    std::filesystem::create_directories(folder / "Second.qvx");
     press("SAVE");
-    type("Second");
+    enter("Second");
     ASSERT_NE(screen->find<QuestionBox>(), nullptr);
     press("Cancel");
-    EXPECT_EQ(screen->find<QuestionBox>(), nullptr);
-    EXPECT_TRUE(std::filesystem::is_directory(folder / "Second.qvx"));
 }
 
-TEST_F(EditorTest, BrowserFindsChoosesAndKeepsPresets) {
+TEST_F(EditorPresets, BrowserFindsAndChooses) {
     auto& presets = model.manager;
-    ASSERT_EQ(presets.presetNames(kFromFolder, 0).size(), 0u);
+    EXPECT_EQ(presets.presetNames(kFromFolder, 0).size(), 0u);
     FakeModel other(folder);  // saves what this instance has not seen
-    other.manager.setName("Mine");
     ASSERT_EQ(other.manager.save(folder / "Mine.qvx"), PresetFault::None);
-    screen->click({200, 18});
-    auto* browser = screen->find<PresetBrowser>();
-    ASSERT_NE(browser, nullptr);
-    const auto row = [&](ListColumn& column, const std::string& part) {
-        for (std::size_t i = 0; i < column.rows().size(); ++i) {
-            if (!column.rows()[i].heading &&
-                column.rows()[i].text.find(part) != std::string::npos) {
-                return static_cast<int>(i);
-            }
-        }
-        return -1;
-    };
-    const auto point = [&](ListColumn& column, int index) {
-        column.select(index);
-        return column.rowRect(index).getCenter();
-    };
+    screen->click(kNameField);
 
     // A category, then one of its presets by a click, and one by the keyboard.
-    screen->click(point(browser->groupColumn(), row(browser->groupColumn(), "Vibrato")));
-    ASSERT_GT(browser->presetColumn().rows().size(), 2u);
-    screen->click(browser->presetColumn().rowRect(1).getCenter());
+    pickGroup("Vibrato");
+    screen->click(row(1));
     EXPECT_EQ(presets.location().preset, 1);
-    EXPECT_TRUE(screen->key(VSTGUI::VirtualKey::Down));
+    EXPECT_TRUE(screen->key(VirtualKey::Down));
     EXPECT_EQ(presets.location().preset, 2);
-    EXPECT_TRUE(screen->key(VSTGUI::VirtualKey::Up));
+    EXPECT_TRUE(screen->key(VirtualKey::Up));
     EXPECT_EQ(presets.location().preset, 1);
     EXPECT_TRUE(presets.canUndo());
 
-    // Search goes through every list.
-    browser->searchField().setText("mine");
-    ASSERT_EQ(browser->presetColumn().rows().size(), 1u);
-    screen->click(browser->presetColumn().rowRect(0).getCenter());
-    EXPECT_EQ(presets.location().source, kFromFolder);
-
-    // Results are shown from the first, wherever the list was.
+    // Search goes through every list, and shows what it found from the first.
     const auto last = presets.presetNames(kFromCategory, 10).size() - 1;
     ASSERT_EQ(presets.choose({kFromCategory, 10, static_cast<int32_t>(last)}), PresetFault::None);
-    browser->searchField().setText("e");
-    auto& found = browser->presetColumn();
-    EXPECT_GT(found.rows().size(), 3u * static_cast<std::size_t>(found.rowsPerColumn()));
-    EXPECT_EQ(found.rowRect(0).left, found.getViewSize().left);
-    browser->searchField().setText("mine");
-    screen->click(browser->presetColumn().rowRect(0).getCenter());
+    search("e");
+    const double left = list().getViewSize().left;
+    EXPECT_EQ(list().rowRect(0).left, left);
+    screen->wheel(row(0), -1.0);
+    EXPECT_LT(list().rowRect(0).left, left);
+    search("a");
+    EXPECT_EQ(list().rowRect(0).left, left);
+    search("mine");
+    ASSERT_EQ(list().rows().size(), 1u);
+    screen->click(row(0));
+    EXPECT_EQ(presets.location().source, kFromFolder);
 
-    // Favourites.
-    const auto rowPoint = browser->presetColumn().rowRect(0).getCenter();
-    screen->rightClick(rowPoint);
-    choose("Add to favourites");
-    EXPECT_TRUE(browser->presetColumn().rows()[0].starred);
-    browser->searchField().setText("");
-    screen->click(screen->middleOf(browser->favouritesButton()));
-    EXPECT_EQ(browser->presetColumn().rows().size(), 1u);
-    screen->rightClick(rowPoint);
-    choose("Remove from favourites");
-    EXPECT_EQ(browser->presetColumn().rows().size(), 0u);
-
-    // Mix lock.
-    screen->click(screen->middleOf(browser->mixLockButton()));
-    model.set(kMix, 0.123);
-    screen->click(point(browser->groupColumn(), row(browser->groupColumn(), "Flanger")));
-    screen->click(browser->presetColumn().rowRect(0).getCenter());
-    EXPECT_EQ(model.value(kMix), 0.123);
-    EXPECT_FALSE(screen->find<PresetBar>()->nameDisplay().ends_with('*')) << "nobody changed it";
-    screen->click(screen->middleOf(browser->mixLockButton()));
-    screen->click(browser->presetColumn().rowRect(1).getCenter());
-    EXPECT_NE(model.value(kMix), 0.123);
-
-    // A designer's photo opens the link; factory presets are no files.
-    screen->rightClick(browser->presetColumn().rowRect(0).getCenter());
-    choose("Factory presets are integral part of the plugin");
-    screen->click(point(browser->groupColumn(), row(browser->groupColumn(), "Dub")));
+    // A designer's photo opens the link.
+    pickGroup("Dub");
     screen->click({915, 90});
     EXPECT_EQ(screen->desk.opened.substr(0, 8), "https://");
+    EXPECT_TRUE(screen->key(VirtualKey::Escape));
+    EXPECT_EQ(screen->find<PresetBrowser>(), nullptr);
+}
+
+TEST_F(EditorPresets, BrowserKeepsFavouritesFilesAndTheMix) {
+    ASSERT_EQ(model.manager.save(folder / "Mine.qvx"), PresetFault::None);
+    screen->click(kNameField);
+    search("mine");
+    rowMenu("Add to favourites");
+    EXPECT_TRUE(list().rows()[0].starred);
+    search("");
+    press("FAVOURITES");
+    EXPECT_EQ(list().rows().size(), 1u);
+    rowMenu("Remove from favourites");
+    EXPECT_EQ(list().rows().size(), 0u);
+
+    press("MIX LOCK");
+    model.set(kMix, 0.123);
+    pickGroup("Flanger");
+    screen->click(row(0));
+    EXPECT_EQ(model.value(kMix), 0.123);
+    EXPECT_FALSE(name().ends_with('*')) << "nobody changed it";
+    press("MIX LOCK");
+    screen->click(row(1));
+    EXPECT_NE(model.value(kMix), 0.123);
+    rowMenu(kFactoryFileText);
+    EXPECT_EQ(message(), kFactoryFileHint);
 
     // User presets are renamed, and deleted only after a question.
-    screen->click(point(browser->groupColumn(), row(browser->groupColumn(), "#MAIN FOLDER")));
-    ASSERT_EQ(browser->presetColumn().rows().size(), 1u);
-    screen->rightClick(rowPoint);
-    choose("Add to favourites");
-    screen->rightClick(rowPoint);
-    choose("Rename...");
-    type("Renamed");
+    pickGroup("#MAIN FOLDER");
+    rowMenu("Add to favourites");
+    rowMenu("Rename...");
+    enter("Renamed");
     EXPECT_TRUE(loadUserSettings().favourites.contains("file:#MAIN FOLDER/Renamed"));
     screen->editor->idle();
-    EXPECT_NE(browser->presetColumn().rows()[0].text.find("Renamed"), std::string::npos);
+    EXPECT_NE(list().rows()[0].text.find("Renamed"), std::string::npos);
     EXPECT_TRUE(std::filesystem::exists(folder / "Renamed.qvx"));
-    screen->rightClick(rowPoint);
-    choose("Delete...");
-    press("Cancel");
-    EXPECT_TRUE(std::filesystem::exists(folder / "Renamed.qvx"));
-    screen->rightClick(rowPoint);
-    choose("Delete...");
-    press("Delete");
-    EXPECT_FALSE(std::filesystem::exists(folder / "Renamed.qvx"));
-
-    EXPECT_TRUE(screen->key(VSTGUI::VirtualKey::Escape));
-    EXPECT_EQ(screen->find<PresetBrowser>(), nullptr);
-    EXPECT_FALSE(screen->key(VSTGUI::VirtualKey::Down)) << "keys belong to the host now";
+    for (const auto& [answer, stays] : {std::pair{"Cancel", true}, {"Delete", false}}) {
+        rowMenu("Delete...");
+        press(answer);
+        EXPECT_EQ(std::filesystem::exists(folder / "Renamed.qvx"), stays);
+    }
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include <array>
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,18 +23,13 @@ class FakeModel final : public EditorModel, private PresetHost {
         for (uint32_t i = 0; i < kStoredParameterCount; ++i) manager.parameterEdited(i, values[i]);
     }
 
-    struct HostMenu {
-        uint32_t index;
-        double x, y;
-    };
-
     Editor* editor = nullptr;  // told of what changes, as the controller does
     std::array<double, kParameterCount> values{};
     std::map<uint32_t, double> readings;
     bool processing = true;             // the heartbeat goes on
-    std::vector<std::string> gestures;  // "begin 21", "21", "end 21"
-    std::vector<HostMenu> hostMenus;
-    std::optional<std::pair<int, int>> requestedSize;
+    std::vector<std::string> gestures;  // "begin 21", "21", "end 21", "menu 21"
+    VSTGUI::CPoint menuAt;
+    std::pair<int, int> requestedSize;
     bool sizesAllowed = true;
     int storedZoom = 0;
     PresetManager manager;
@@ -56,7 +50,8 @@ class FakeModel final : public EditorModel, private PresetHost {
     }
     PresetManager* presets() override { return &manager; }
     bool showHostMenu(uint32_t index, double x, double y) override {
-        hostMenus.push_back({index, x, y});
+        gestures.push_back("menu " + std::to_string(index));
+        menuAt = {x, y};
         return true;
     }
     bool requestSize(int width, int height) override {
@@ -86,7 +81,7 @@ class FakeModel final : public EditorModel, private PresetHost {
 
 class FakeDesk final : public Desk {
   public:
-    bool hasDialogs = true;
+    bool works = true;             // there are dialogs, a manual and a browser
     std::filesystem::path answer;  // empty: cancelled
     std::string askedTitle;
     std::string askedName;
@@ -97,17 +92,13 @@ class FakeDesk final : public Desk {
                     std::function<void(std::filesystem::path)> done) override {
         askedTitle = title;
         askedName = name;
-        if (hasDialogs && !answer.empty()) done(answer);
-        return hasDialogs;
+        if (works && !answer.empty()) done(answer);
+        return works;
     }
-    bool hasManual = true;
-    bool openManual() override {
-        if (hasManual) opened = "manual";
-        return hasManual;
-    }
+    bool openManual() override { return openLink("manual"); }
     bool openLink(std::string_view address) override {
         opened = address;
-        return true;
+        return works;
     }
 };
 

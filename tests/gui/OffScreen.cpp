@@ -2,10 +2,8 @@
 
 #include <dlfcn.h>
 #include <unistd.h>
-#include <vstgui/lib/cbitmap.h>
 #include <vstgui/lib/coffscreencontext.h>
 #include <vstgui/lib/platform/iplatformbitmap.h>
-#include <vstgui/lib/platform/platformfactory.h>
 #include <vstgui/lib/vstguiinit.h>
 
 #include <cstdlib>
@@ -19,10 +17,35 @@ extern "C" __attribute__((visibility("default"))) const char* __lsan_default_sup
 
 namespace Quorvant::Testing {
 
-using VSTGUI::CPoint;
+Picture pictureOf(VSTGUI::IPlatformBitmap& bitmap) {
+    const auto access = bitmap.lockPixels(true);
+    Picture picture;
+    picture.width = static_cast<int>(bitmap.getSize().x);
+    picture.height = static_cast<int>(bitmap.getSize().y);
+    for (int y = 0; y < picture.height; ++y) {
+        const auto* row =
+            reinterpret_cast<const uint32_t*>(access->getAddress() + y * access->getBytesPerRow());
+        picture.pixels.insert(picture.pixels.end(), row, row + picture.width);
+    }
+    return picture;
+}
 
-void startVstgui() {
-    static const bool started = [] {
+std::size_t differentPixels(const Picture& a, const Picture& b, int more) {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < a.pixels.size(); ++i) {
+        int most = 0;
+        for (const int shift : {0, 8, 16}) {
+            const int x = static_cast<int>(a.pixels[i] >> shift & 0xff);
+            const int y = static_cast<int>(b.pixels[i] >> shift & 0xff);
+            most = std::max(most, std::abs(x - y));
+        }
+        if (most > more) ++count;
+    }
+    return count;
+}
+
+OffScreen::OffScreen(FakeModel& fake, int zoom) : model(fake) {
+    [[maybe_unused]] static const bool started = [] {
         const auto folder =
             std::filesystem::temp_directory_path() / ("corvane-gui-" + std::to_string(getpid()));
         std::filesystem::create_directories(folder);
@@ -30,11 +53,6 @@ void startVstgui() {
         VSTGUI::init(dlopen(nullptr, RTLD_LAZY));
         return true;
     }();
-    static_cast<void>(started);
-}
-
-OffScreen::OffScreen(FakeModel& fake, int zoom) : model(fake) {
-    startVstgui();
     if (zoom > 0) model.storedZoom = zoom;
     editor = std::make_unique<Editor>(model, &desk);
     frame = new VSTGUI::CFrame(VSTGUI::CRect(0, 0, editor->width(), editor->height()), nullptr);
@@ -50,7 +68,7 @@ OffScreen::~OffScreen() {
     frame->forget();
 }
 
-VSTGUI::SharedPointer<VSTGUI::CBitmap> OffScreen::render() {
+VSTGUI::SharedPointer<VSTGUI::CBitmap> OffScreen::bitmap() {
     const CPoint size(editor->width(), editor->height());
     const auto context = VSTGUI::COffscreenContext::create(size, 1.0);
     context->beginDraw();
@@ -59,69 +77,31 @@ VSTGUI::SharedPointer<VSTGUI::CBitmap> OffScreen::render() {
     return VSTGUI::shared(context->getBitmap());
 }
 
-Picture OffScreen::draw() {
-    const auto bitmap = render();
-    const auto access = bitmap->getPlatformBitmap()->lockPixels(true);
-    Picture picture;
-    picture.width = editor->width();
-    picture.height = editor->height();
-    for (int y = 0; y < picture.height; ++y) {
-        const auto* row =
-            reinterpret_cast<const uint32_t*>(access->getAddress() + y * access->getBytesPerRow());
-        picture.pixels.insert(picture.pixels.end(), row, row + picture.width);
-    }
-    return picture;
-}
-
-std::vector<uint8_t> OffScreen::drawPng() {
-    const auto bitmap = render();
-    return VSTGUI::getPlatformFactory().createBitmapMemoryPNGRepresentation(
-        bitmap->getPlatformBitmap());
-}
-
-CPoint OffScreen::pixels(CPoint at) const {
+void OffScreen::dispatch(VSTGUI::MousePositionEvent&& event, CPoint at,
+                         VSTGUI::Modifiers modifiers) {
     const double scale = editor->width() / Theme::kWidth;
-    return {at.x * scale, at.y * scale};
+    event.mousePosition = CPoint(at.x * scale, at.y * scale);
+    event.modifiers = modifiers;
+    frame->dispatchEvent(event);
 }
 
 void OffScreen::down(CPoint at, VSTGUI::Modifiers modifiers, VSTGUI::MouseButton button) {
-    VSTGUI::MouseDownEvent event(pixels(at), button);
-    event.modifiers = modifiers;
-    frame->dispatchEvent(event);
+    dispatch(VSTGUI::MouseDownEvent({}, button), at, modifiers);
 }
 
 void OffScreen::move(CPoint to, VSTGUI::Modifiers modifiers, bool held) {
-    VSTGUI::MouseMoveEvent event(pixels(to),
-                                 held ? VSTGUI::MouseButton::Left : VSTGUI::MouseButton::None);
-    event.modifiers = modifiers;
-    frame->dispatchEvent(event);
+    const auto button = held ? VSTGUI::MouseButton::Left : VSTGUI::MouseButton::None;
+    dispatch(VSTGUI::MouseMoveEvent({}, button), to, modifiers);
 }
 
 void OffScreen::up(CPoint at) {
-    VSTGUI::MouseUpEvent event(pixels(at), VSTGUI::MouseButton::Left);
-    frame->dispatchEvent(event);
-}
-
-void OffScreen::click(CPoint at, VSTGUI::Modifiers modifiers) {
-    down(at, modifiers);
-    up(at);
-}
-
-void OffScreen::doubleClick(CPoint at, VSTGUI::Modifiers modifiers) {
-    click(at, modifiers);
-    click(at, modifiers);
-}
-
-void OffScreen::rightClick(CPoint at) {
-    down(at, {}, VSTGUI::MouseButton::Right);
+    dispatch(VSTGUI::MouseUpEvent({}, VSTGUI::MouseButton::Left), at, {});
 }
 
 void OffScreen::wheel(CPoint at, double steps, VSTGUI::Modifiers modifiers) {
     VSTGUI::MouseWheelEvent event;
-    event.mousePosition = pixels(at);
-    event.modifiers = modifiers;
     event.deltaY = steps;
-    frame->dispatchEvent(event);
+    dispatch(std::move(event), at, modifiers);
 }
 
 bool OffScreen::key(VSTGUI::VirtualKey virtualKey) {
@@ -132,14 +112,9 @@ bool OffScreen::key(VSTGUI::VirtualKey virtualKey) {
     return event.consumed;
 }
 
-CPoint OffScreen::middleOf(const VSTGUI::CView& view) const {
-    return editorRect(view).getCenter();
-}
-
-CPoint OffScreen::middleOf(int32_t tag) {
-    const auto* control = find<VSTGUI::CControl>(
-        [tag](const VSTGUI::CControl& candidate) { return candidate.getTag() == tag; });
-    return control ? middleOf(*control) : CPoint(-1.0, -1.0);
+VSTGUI::CControl* OffScreen::control(uint32_t tag) {
+    return find<VSTGUI::CControl>(
+        [tag](const auto& candidate) { return candidate.getTag() == static_cast<int32_t>(tag); });
 }
 
 }  // namespace Quorvant::Testing

@@ -5,61 +5,82 @@
 #include "gui/Editor.h"
 #include "gui/PopupMenu.h"
 #include "gui/PresetBrowser.h"
+#include "gui/QuestionBox.h"
 #include "gui/ValueField.h"
 #include "tests/gui/FakeModel.h"
 
+#include <vstgui/lib/cbitmap.h>
 #include <vstgui/lib/cframe.h>
 #include <vstgui/lib/events.h>
 
-#include <cstdint>
-#include <filesystem>
+#include <algorithm>
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace Quorvant::Testing {
-
-// The user's settings go to a folder of this process. Before anything of VSTGUI.
-void startVstgui();
 
 struct Picture {
     int width = 0;
     int height = 0;
     std::vector<uint32_t> pixels;  // 0xAARRGGBB
 };
+Picture pictureOf(VSTGUI::IPlatformBitmap& bitmap);
+// How many pixels differ by more than so much, of 255, in any colour. The sizes are the same.
+std::size_t differentPixels(const Picture& a, const Picture& b, int more = 0);
 
 class OffScreen {
   public:
-    // `zoom` in percent, 0 for the user's default.
+    // `zoom` in percent, 0 for the user's default. The user's settings go to a folder of this
+    // process.
     explicit OffScreen(FakeModel& model, int zoom = 0);
     ~OffScreen();
 
-    Picture draw();
-    std::vector<uint8_t> drawPng();
+    VSTGUI::SharedPointer<VSTGUI::CBitmap> bitmap();
+    Picture draw() { return pictureOf(*bitmap()->getPlatformBitmap()); }
 
     // Positions are in the editor's unzoomed pixels.
-    void down(VSTGUI::CPoint at, VSTGUI::Modifiers modifiers = {},
+    void down(CPoint at, VSTGUI::Modifiers modifiers = {},
               VSTGUI::MouseButton button = VSTGUI::MouseButton::Left);
-    void move(VSTGUI::CPoint to, VSTGUI::Modifiers modifiers = {}, bool held = true);
-    void up(VSTGUI::CPoint at);
-    void click(VSTGUI::CPoint at, VSTGUI::Modifiers modifiers = {});
-    void doubleClick(VSTGUI::CPoint at, VSTGUI::Modifiers modifiers = {});
-    void rightClick(VSTGUI::CPoint at);
-    void wheel(VSTGUI::CPoint at, double steps, VSTGUI::Modifiers modifiers = {});
+    void move(CPoint to, VSTGUI::Modifiers modifiers = {}, bool held = true);
+    void up(CPoint at);
+    void click(CPoint at, VSTGUI::Modifiers modifiers = {}) {
+        down(at, modifiers);
+        up(at);
+    }
+    void doubleClick(CPoint at, VSTGUI::Modifiers modifiers = {}) {
+        click(at, modifiers);
+        click(at, modifiers);
+    }
+    void rightClick(CPoint at) { down(at, {}, VSTGUI::MouseButton::Right); }
+    void drag(CPoint from, CPoint to, VSTGUI::Modifiers modifiers = {}) {
+        down(from, modifiers);
+        move(to, modifiers);
+        up(to);
+    }
+    void wheel(CPoint at, double steps, VSTGUI::Modifiers modifiers = {});
+    // Whether the editor had a use for it.
     bool key(VSTGUI::VirtualKey key);
 
-    // The first view of a type that `wanted` accepts, or null.
+    // All views of a type, later ones above earlier ones.
+    template <typename View>
+    std::vector<View*> all() {
+        std::vector<View*> views;
+        frame->getChildViewsOfType<View>(views, true);
+        return views;
+    }
+    // The first of them that `wanted` accepts, or null.
     template <typename View, typename Predicate>
     View* find(Predicate wanted) {
-        return findIn<View>(*frame, wanted);
+        for (View* view : all<View>())
+            if (wanted(*view)) return view;
+        return nullptr;
     }
     template <typename View>
     View* find() {
         return find<View>([](const View&) { return true; });
     }
-    // The middle of the control with a tag.
-    VSTGUI::CPoint middleOf(int32_t tag);
-    VSTGUI::CPoint middleOf(const VSTGUI::CView& view) const;
+    // The control with a tag, or null.
+    VSTGUI::CControl* control(uint32_t tag);
 
     FakeModel& model;
     FakeDesk desk;
@@ -67,19 +88,7 @@ class OffScreen {
     std::unique_ptr<Editor> editor;
 
   private:
-    template <typename View, typename Predicate>
-    static View* findIn(VSTGUI::CViewContainer& container, Predicate& wanted) {
-        View* found = nullptr;
-        container.forEachChild([&](VSTGUI::CView* child) {
-            if (found) return;
-            if (auto* view = dynamic_cast<View*>(child); view && wanted(*view)) found = view;
-            auto* inner = child->asViewContainer();
-            if (!found && inner) found = findIn<View>(*inner, wanted);
-        });
-        return found;
-    }
-    VSTGUI::CPoint pixels(VSTGUI::CPoint at) const;
-    VSTGUI::SharedPointer<VSTGUI::CBitmap> render();
+    void dispatch(VSTGUI::MousePositionEvent&& event, CPoint at, VSTGUI::Modifiers modifiers);
 };
 
 }  // namespace Quorvant::Testing

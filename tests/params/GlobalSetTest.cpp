@@ -1,55 +1,43 @@
 // Which of the two sets of level controls is in force, and what follows from it.
 #include "params/GlobalSet.h"
-#include "params/ParameterTable.h"
 
 #include <gtest/gtest.h>
 
 namespace Quorvant {
 namespace {
 
-std::array<double, kParameterCount> defaults() {
+TEST(GlobalSet, OnlyTheSetInForceCounts) {
     std::array<double, kParameterCount> values{};
-    for (uint32_t i = 0; i < kParameterCount; ++i) values[i] = parameterDefault(i);
-    return values;
-}
-
-TEST(GlobalSet, onlyTheSetInForceCounts) {
-    auto values = defaults();
-    for (uint32_t index : kGlobalSetIndices) values[index] = 0.0;
+    for (uint32_t index : kPresetSetIndices) values[index] = 0.5;
     values[kGlobalInput] = 1.0;
     values[kGlobalBypass] = 1.0;
-    EXPECT_EQ(levelsInForce(values).inputGain, 1.0);
-    EXPECT_EQ(levelsInForce(values).bypass, 0.0);
+    values[kBypass] = 0.0;
+    const Levels preset = levelsInForce(values);
+    EXPECT_EQ(preset.inputGain, 1.0);
+    EXPECT_EQ(preset.outputGain, 1.0);
+    EXPECT_EQ(preset.mix, 0.5);
+    EXPECT_EQ(preset.bypass, 0.0);
+    EXPECT_EQ(preset.sensitivityFactor, 2.7542);
+    EXPECT_DOUBLE_EQ(preset.referenceScale, 1.4142 * 2.7542 * std::sqrt(10.0));
+    EXPECT_DOUBLE_EQ(preset.converterCeiling, 1.0 / (preset.referenceScale * 0.7071));
+    EXPECT_DOUBLE_EQ(preset.stageCeiling, 2.0 * preset.converterCeiling);
+
     values[kGlobal] = 1.0;
-    EXPECT_EQ(levelsInForce(values).inputGain, 4.0);
-    EXPECT_EQ(levelsInForce(values).bypass, 1.0);
-    EXPECT_EQ(levelsInForce(values).outputGain, 0.0);
-    EXPECT_EQ(levelsInForce(values).mix, 0.0);
-    EXPECT_EQ(levelsInForce(values).sensitivityFactor, 1.0);
+    const Levels global = levelsInForce(values);
+    EXPECT_EQ(global.inputGain, 4.0);
+    EXPECT_EQ(global.outputGain, 0.0);
+    EXPECT_EQ(global.mix, 0.0);
+    EXPECT_EQ(global.bypass, 1.0);
+    EXPECT_EQ(global.sensitivityFactor, 1.0);
+    EXPECT_DOUBLE_EQ(global.referenceScale, 1.4142);
 }
 
-TEST(GlobalSet, referenceScaleAndItsReciprocals) {
-    auto values = defaults();
-    values[kSensitivity] = 0.0;
-    values[kReferenceLevel] = 0.0;
-    EXPECT_DOUBLE_EQ(levelsInForce(values).referenceScale, 1.4142);
-    values[kSensitivity] = 1.0;
-    EXPECT_DOUBLE_EQ(levelsInForce(values).referenceScale, 1.4142 * 2.7542);
-    values[kReferenceLevel] = 1.0;
-    const Levels levels = levelsInForce(values);
-    EXPECT_DOUBLE_EQ(levels.referenceScale, 14.142 * 2.7542);
-    EXPECT_DOUBLE_EQ(levels.converterCeiling, 1.0 / (14.142 * 2.7542 * 0.7071));
-    EXPECT_DOUBLE_EQ(levels.stageCeiling, 2.0 * levels.converterCeiling);
-}
-
-TEST(GlobalSet, twinsPointAtEachOther) {
-    EXPECT_EQ(globalTwin(kSensitivity), kGlobalSensitivity);
-    EXPECT_EQ(globalTwin(kGlobalBypass), kBypass);
-    EXPECT_EQ(globalTwin(kGlobalMix), kMix);
-    EXPECT_EQ(globalTwin(kGlobal), std::nullopt);
-    EXPECT_EQ(globalTwin(kProcess), std::nullopt);
+TEST(GlobalSet, TwinsPointAtEachOther) {
     for (uint32_t i = 0; i < kParameterCount; ++i) {
-        EXPECT_EQ(affectsLevels(i), i >= kSensitivity && i <= kGlobalBypass) << i;
+        const auto twin = globalTwin(i);
+        EXPECT_EQ(twin.has_value(), i >= kSensitivity && i <= kGlobalBypass && i != kGlobal) << i;
+        EXPECT_EQ(globalTwin(twin.value_or(kParameterCount)), twin ? std::optional(i) : twin) << i;
+        EXPECT_EQ(affectsLevels(i), twin.has_value() || i == kGlobal) << i;
     }
 }
 
