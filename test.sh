@@ -70,7 +70,7 @@ suite() {
     if ((status != 0 && bad == 0)); then ((++failed)); fi
     ((passed += tests - bad - skips, failed += bad, skipped += skips))
     echo "    $((tests - bad - skips)) passed, $bad failed, $skips skipped"
-    # What the validator and the soaks say of themselves.
+    # What the validator says, and how the soaks are replayed.
     sed -n 's/\r$//; s/^Result: /    validator: /p; s/^soak: seed/    &/p' \
         "build/$preset/Testing/Temporary/LastTest.log" 2>/dev/null
 }
@@ -111,7 +111,7 @@ else
     # Unoptimised and watched, the long renders of the other engine tests would take an hour.
     suite asan -R '^((params|plugin|presets|platform)-tests|soak|dsp_tests\.Engine(Loop|Robustness|Direction))'
     suite tsan -R '^((params|plugin|presets|platform)-tests|soak)'
-    check "Fuzzing what is read" scripts/fuzz.sh
+    check "Fuzzing what is read and done" scripts/fuzz.sh
 fi
 
 ((skipped)) && echo "$skipped skipped"

@@ -37,10 +37,10 @@ constexpr bool followsEnvelope(Clocking c) {
 
 struct Chunk {
     int frames = 0;
-    int ticks = 0;           // of the memory
-    bool nothingIn = false;  // and nothing left of what came in
-    bool moving = false;     // controls
+    int ticks = 0;        // of the memory
+    bool moving = false;  // controls
     bool silent = false;
+    bool listensToSide = false;  // the external side chain is in use
     Stages stages = Stages::Light;
     Clocking clocking = Clocking::Steady;
     double clockFactor = 1.0;  // without modulation
@@ -60,5 +60,31 @@ struct Chunk {
 
     const ControlFrame& control(int frame) const { return controls[moving ? frame : 0]; }
 };
+
+// Calls process(frame, its controls) for every frame of the chunk. While nothing moves it is a copy
+// of the controls, which the compiler may keep in registers across stores.
+template <typename Process>
+inline void overFrames(const Chunk& chunk, Process&& process) {
+    const ControlFrame settled = chunk.controls[0];
+    if (chunk.moving)
+        for (int i = 0; i < chunk.frames; ++i) process(i, chunk.controls[i]);
+    else
+        for (int i = 0; i < chunk.frames; ++i) process(i, settled);
+}
+
+// to[i] = process(block, from[i]) for `count` frames. It works on a copy of the block, which the
+// compiler may keep in registers across stores.
+template <typename Block, typename Process>
+inline void runOver(const Pair* from, Pair* to, int count, Block& block, Process&& process) {
+    Block own = block;
+    for (int i = 0; i < count; ++i) to[i] = process(own, from[i]);
+    block = own;
+}
+
+inline Pair peakOf(const Pair* frames, int count) {
+    Pair peak{};
+    for (int i = 0; i < count; ++i) peak = larger(peak, absolute(frames[i]));
+    return peak;
+}
 
 }  // namespace Quorvant

@@ -22,8 +22,11 @@ class NoiseSource {
         z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
         z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
         z ^= z >> 31;
-        const auto word = [z](int i) { return static_cast<int>((z >> (16 * i)) & 0xFFFF); };
-        return makePair(word(0) - word(1), word(2) - word(3));
+        // The differences of its four words, two by two.
+        const __m128i words =
+            _mm_unpacklo_epi16(_mm_cvtsi64_si128(static_cast<int64_t>(z)), _mm_setzero_si128());
+        return {_mm_cvtepi32_pd(_mm_sub_epi32(_mm_shuffle_epi32(words, _MM_SHUFFLE(3, 1, 2, 0)),
+                                              _mm_shuffle_epi32(words, _MM_SHUFFLE(2, 0, 3, 1))))};
     }
 
   private:

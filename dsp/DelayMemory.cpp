@@ -58,6 +58,7 @@ void DelayMemory::followCourse() {
     if ((direction == DirectionMode::Backward) != (wantedDirection == DirectionMode::Backward))
         movedForward = turnWriting(movedForward);
     direction = wantedDirection;
+    usesAll = usesAll || direction == DirectionMode::Backward;
     segmentEnd = segment = span - span / 2;
     segmentCounter = topCellsPassed = 0;
     readBackward = true;
@@ -135,10 +136,32 @@ void DelayMemory::recordSilence(int count) {
     const int first = (writeIndex + 1) % usable, beforeWrap = std::min(count, usable - first);
     std::fill_n(cells + first, beforeWrap, Pair{});
     std::fill_n(cells, count - beforeWrap, Pair{});
+    usesAll = usesAll || writeIndex + count >= usable;
     writeIndex = (writeIndex + count) % usable;
     readIndex = (readIndex + count) % usable;
     cells[usable] = cells[0];
     lastRead = Pair{};
+    untouched = false;
+}
+
+void DelayMemory::readAhead(Pair* heard, int count) {
+    *heard = lastRead;
+    const int first = forward(readIndex), beforeWrap = std::min(count, length - 1 - first);
+    std::copy_n(cells + first, beforeWrap, heard + 1);
+    std::copy_n(cells, count - beforeWrap, heard + 1 + beforeWrap);
+    readIndex = (first + count - 1) % (length - 1);
+    lastRead = heard[count];
+}
+
+void DelayMemory::recordAhead(const Pair* inputs, int count) {
+    const int first = forward(writeIndex), beforeWrap = std::min(count, length - 1 - first);
+    std::copy_n(inputs, beforeWrap, cells + first);
+    std::copy_n(inputs + beforeWrap, count - beforeWrap, cells);
+    if (first == 0 || beforeWrap < count) {
+        cells[length - 1] = cells[0];
+        usesAll = true;
+    }
+    writeIndex = (first + count - 1) % (length - 1);
     untouched = false;
 }
 

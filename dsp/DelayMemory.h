@@ -33,6 +33,14 @@ class DelayMemory {
         return direction == DirectionMode::Forward && fadeTicksLeft == 0 && writeFade >= 1.0 &&
                directTicks == 0 && !isShort() && isOnCourse();
     }
+    // While isPlain(), up to ticksAhead() ticks can be taken at once: first all that they return,
+    // `count` and one more pair as room for it, then what they record; `count` 1 and up.
+    int ticksAhead() const { return distance(readIndex, writeIndex); }
+    void readAhead(Pair* heard, int count);
+    void recordAhead(const Pair* inputs, int count);  // of a loop, what it returned
+    bool isLooping() const { return looping; }
+    // The first of the cells: all others are as they were given.
+    int cellsInUse() const { return usesAll ? length : writeIndex + 1; }
     // How much of what is heard comes straight from the input, 0 ... 1: all of it while the delay
     // is too short for the memory.
     double directShare() const;
@@ -94,8 +102,13 @@ class DelayMemory {
     void record(Pair written) {
         cells[writeIndex] = written;
         // Forward writing never reaches the top cell; it mirrors cell 0 for backward readers.
-        if (writeIndex == 0 && direction != DirectionMode::Backward) cells[length - 1] = written;
+        if (writeIndex == 0 && direction != DirectionMode::Backward) {
+            cells[length - 1] = written;
+            usesAll = true;
+        }
     }
+    // Of the cells that forward movement uses, 1 ... length - 1.
+    int distance(int from, int to) const { return to > from ? to - from : to - from + length - 1; }
     bool isOnCourse() const { return wantedTicks == ticks && wantedDirection == direction; }
     bool isShort() const { return span < kFewestTicks && !looping; }
     int directTicksWanted() const { return isShort() ? usualFade : 0; }
@@ -120,6 +133,7 @@ class DelayMemory {
     DirectionMode direction = DirectionMode::Forward;
     bool looping = false;
     bool untouched = true;  // nothing recorded since attach
+    bool usesAll = false;   // has written backwards, or come round
     Pair lastRead{};
 
     DirectionMode wantedDirection = DirectionMode::Forward;
@@ -173,7 +187,9 @@ class PlainTicks {
 
     static constexpr double directShare() { return 0.0; }
     void storeTo(DelayMemory& memory) const {
-        memory.writeIndex = static_cast<int>(written - cells);
+        const int index = static_cast<int>(written - cells);
+        memory.usesAll = memory.usesAll || index < memory.writeIndex;
+        memory.writeIndex = index;
         memory.readIndex = static_cast<int>(heard - cells);
         memory.lastRead = lastRead;
         memory.untouched = false;

@@ -34,8 +34,25 @@ bool isZero(const Sample* samples, int frames) {
 
 template <typename Sample>
 void load(const Sample* leftIn, const Sample* rightIn, Pair* to, int frames) {
-    for (int i = 0; i < frames; ++i)
-        to[i] = sane(makePair(static_cast<double>(leftIn[i]), static_cast<double>(rightIn[i])));
+    int i = 0;
+    for (; i + 1 < frames; i += 2) {
+        const Pair l = sane(loadTwo(leftIn + i)), r = sane(loadTwo(rightIn + i));
+        to[i] = lefts(l, r);
+        to[i + 1] = rights(l, r);
+    }
+    if (i < frames) to[i] = sane(makePair(leftIn[i], rightIn[i]));
+}
+
+template <typename Sample>
+void store(const Pair* from, Sample* leftOut, Sample* rightOut, int frames) {
+    int i = 0;
+    for (; i + 1 < frames; i += 2) {
+        storeTwo(leftOut + i, lefts(from[i], from[i + 1]));
+        storeTwo(rightOut + i, rights(from[i], from[i + 1]));
+    }
+    if (i == frames) return;
+    leftOut[i] = static_cast<Sample>(left(from[i]));
+    rightOut[i] = static_cast<Sample>(right(from[i]));
 }
 
 }  // namespace
@@ -72,25 +89,23 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
     for (int32_t at = 0; at < frames; at += chunk.frames) {
         chunk.frames = song.countRepeats(std::min<int32_t>(kChunkFrames, frames - at));
         followLoop();
+        fillControls(chunk);
         const int n = chunk.frames;
         const Sample* mainLeft = channel(in[0], kSilence.data(), at);
         const Sample* mainRight = channel(in[1], mainLeft, at);
         const Sample* sideLeft = channel(in[2], mainLeft, at);
         const Sample* sideRight = channel(in[3], in[2] ? sideLeft : mainRight, at);
-        chunk.nothingIn = hasForgotten() && isZero(mainLeft, n) && isZero(mainRight, n) &&
-                          (!in[2] || (isZero(sideLeft, n) && isZero(sideRight, n)));
-        if (chunk.nothingIn) {
-            chunk.input.fill(Pair{});
-            chunk.side.fill(Pair{});
-        } else {
+        const bool nothingIn = hasForgotten() && isZero(mainLeft, n) && isZero(mainRight, n) &&
+                               (!in[2] || (isZero(sideLeft, n) && isZero(sideRight, n)));
+        chunk.silent = nothingIn && !chunk.moving && !converts(chunk.stages) &&
+                       (suspension == (suspended ? 1.0 : 0.0));
+        if (chunk.silent)
+            passSilence(chunk);
+        else {
             load(mainLeft, mainRight, chunk.input.data(), n);
-            if (in[2])
-                load(sideLeft, sideRight, chunk.side.data(), n);
-            else
-                std::copy_n(chunk.input.data(), n, chunk.side.data());
+            if (chunk.listensToSide) load(sideLeft, sideRight, chunk.side.data(), n);
+            renderChunk(chunk);
         }
-
-        renderChunk(chunk);
 
         if (suspended && suspension >= 1.0) {
             // Bit for bit, whatever the samples hold.
@@ -98,15 +113,14 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
             if (out[0] && out[0] + at != mainLeft) std::copy_n(mainLeft, n, out[0] + at);
             continue;
         }
-        if (suspended || suspension > 0.0) crossfadeSuspension(chunk, suspended);
-        if (chunk.silent && suspension <= 0.0) {
+        if (chunk.silent) {
             for (Sample* zeroed : {out[0], out[1]})
                 if (zeroed) std::fill_n(zeroed + at, n, Sample{0});
-        } else if (out[0] && out[1]) {
-            for (int i = 0; i < n; ++i) {
-                out[0][at + i] = static_cast<Sample>(left(chunk.output[i]));
-                out[1][at + i] = static_cast<Sample>(right(chunk.output[i]));
-            }
+            continue;
+        }
+        if (suspended || suspension > 0.0) crossfadeSuspension(chunk, suspended);
+        if (out[0] && out[1]) {
+            store(chunk.output.data(), out[0] + at, out[1] + at, n);
         } else if (out[0]) {
             for (int i = 0; i < n; ++i)
                 out[0][at + i] = static_cast<Sample>(0.5 * sum(chunk.output[i]));
@@ -135,11 +149,8 @@ void QVXCorvane77x_v2Effect::followLoop() {
 }
 
 void QVXCorvane77x_v2Effect::renderChunk(Chunk& chunk) {
-    fillControls(chunk);
     path.chooseClocking(chunk);
-    chunk.silent = chunk.nothingIn && !chunk.moving && !converts(chunk.stages);
     runLfo(chunk);
-    if (chunk.silent) return passSilence(chunk);
     filterInput(chunk);
     convertSideChain(chunk);
     path.run(chunk);
@@ -154,12 +165,13 @@ bool QVXCorvane77x_v2Effect::hasForgotten() const {
 }
 
 void QVXCorvane77x_v2Effect::passSilence(Chunk& chunk) {
+    path.chooseClocking(chunk);
+    runLfo(chunk);
     path.passSilence(chunk);
     inputFilter.clear();
     doubledInputFilter.clear();
     sideChainLimiter.clear();
     noteHeadroom();
-    chunk.output.fill(Pair{});
 }
 
 void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
@@ -195,6 +207,7 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
                              .doubledFilter = controls[kCtlDoubledFilter]};
     }
     const ControlFrame& first = chunk.controls[0];
+    chunk.listensToSide = chunk.moving || first.external != 0.0;
     const auto fading = [](double weight) { return weight > 0.0 && weight < 1.0; };
     const bool modesCrossfade =
         fading(first.legacy) || fading(first.limits) || fading(first.converts);
@@ -209,42 +222,41 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
 }
 
 void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
-    const auto run = [&chunk](auto&& filtered) {
-        const bool throughInputStage = converts(chunk.stages);
-        for (int i = 0; i < chunk.frames; ++i) {
-            const ControlFrame& control = chunk.control(i);
-            Pair dry = chunk.input[i] * both(control.inputGain);
-            if (throughInputStage)
-                dry = blended(dry, saturated(dry, control.ceiling), control.converts);
-            chunk.dry[i] = dry;
-            chunk.processed[i] = filtered(dry, control.doubledFilter);
-        }
-    };
-    const double weight = chunk.controls[0].doubledFilter;
-    if (weight > 0.0 && weight < 1.0)
-        return run([this](Pair dry, double w) {
-            return blended(inputFilter.process(dry), doubledInputFilter.process(dry),
-                           w * w * (3.0 - 2.0 * w));
+    overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+        chunk.dry[i] = chunk.input[i] * both(control.inputGain);
+    });
+    if (converts(chunk.stages))
+        overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+            chunk.dry[i] =
+                blended(chunk.dry[i], saturated(chunk.dry[i], control.ceiling), control.converts);
         });
-    InputFilter& inUse = weight > 0.0 ? doubledInputFilter : inputFilter;
-    InputFilter filter = inUse;  // so that the compiler may keep it in registers across stores
-    run([&filter](Pair dry, double) { return filter.process(dry); });
-    inUse = filter;
+    const double weight = chunk.controls[0].doubledFilter;
+    if (weight > 0.0 && weight < 1.0) {
+        overFrames(chunk, [&](int i, const ControlFrame& control) {
+            const double w = control.doubledFilter;
+            chunk.processed[i] =
+                blended(inputFilter.process(chunk.dry[i]), doubledInputFilter.process(chunk.dry[i]),
+                        w * w * (3.0 - 2.0 * w));
+        });
+        return;
+    }
+    runOver(chunk.dry.data(), chunk.processed.data(), chunk.frames,
+            weight > 0.0 ? doubledInputFilter : inputFilter,
+            [](InputFilter& filter, Pair x) { return filter.process(x); });
     (weight > 0.0 ? inputFilter : doubledInputFilter).clear();
 }
 
 // The third converter treats the side chain's input as the others treat the main one.
 void QVXCorvane77x_v2Effect::convertSideChain(Chunk& chunk) {
-    if (!limits(chunk.stages) || (!chunk.moving && chunk.controls[0].external == 0.0)) return;
+    if (!limits(chunk.stages) || !chunk.listensToSide) return;
     const bool converting = converts(chunk.stages);
-    for (int i = 0; i < chunk.frames; ++i) {
-        const ControlFrame& control = chunk.control(i);
+    overFrames(chunk, [&](int i, const ControlFrame& control) {
         Pair x = chunk.side[i];
         x = blended(x, x * sideChainLimiter.gain(x, control.ceiling), control.limits);
         if (i == 0 || chunk.moving) sideChainAdConverter.setCeiling(control.ceiling);
         if (converting) x = blended(x, sideChainAdConverter.convert(x), control.converts);
         chunk.side[i] = x;
-    }
+    });
     const ControlFrame& last = chunk.control(chunk.frames - 1);
     if (last.limits == 0.0 || last.external == 0.0) {
         sideChainLimiter.clear();
@@ -259,8 +271,9 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk) {
     const double settled = chunk.controls[0].waveform - 0.5;
     if (!chunk.moving && settled < 0.0)
         return song.lfo.fillSine(chunk.lfo.data(), chunk.frames, settled);
+    if (!chunk.moving) return song.lfo.fillSquare(chunk.lfo.data(), chunk.frames, settled);
     for (int i = 0; i < chunk.frames; ++i) {
-        const double phase = song.lfo.next(), fromCentre = chunk.control(i).waveform - 0.5;
+        const double phase = song.lfo.next(), fromCentre = chunk.controls[i].waveform - 0.5;
         chunk.lfo[i] = fromCentre * (fromCentre < 0.0 ? left(FastMath::sin(both(phase)))
                                                       : song.lfo.squareAt(phase));
     }
@@ -268,20 +281,14 @@ void QVXCorvane77x_v2Effect::runLfo(Chunk& chunk) {
 
 // The side-chain signal and the peaks that the editor shows.
 void QVXCorvane77x_v2Effect::measure(Chunk& chunk) {
-    Pair sidePeak = sideChainPeak;
-    if (!chunk.moving && chunk.controls[0].external == 0.0) {
-        chunk.sideChain = chunk.processed.data();
-        for (int i = 0; i < chunk.frames; ++i)
-            sidePeak = larger(sidePeak, absolute(chunk.processed[i]));
-    } else {
-        chunk.sideChain = chunk.side.data();
-        for (int i = 0; i < chunk.frames; ++i) {
-            const double external = chunk.control(i).external;
-            chunk.side[i] = blended(chunk.processed[i], chunk.side[i], external);
-            sidePeak = larger(sidePeak, absolute(chunk.side[i]));
-        }
-    }
-    sideChainPeak = sidePeak;
+    chunk.sideChain = chunk.listensToSide ? chunk.side.data() : chunk.processed.data();
+    if (chunk.listensToSide)
+        overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+            chunk.side[i] = blended(chunk.processed[i], chunk.side[i], control.external);
+        });
+    const bool measured = !chunk.listensToSide && !limits(chunk.stages);
+    sideChainPeak =
+        larger(sideChainPeak, measured ? path.peak() : peakOf(chunk.sideChain, chunk.frames));
     noteHeadroom();
 }
 
@@ -292,19 +299,16 @@ void QVXCorvane77x_v2Effect::noteHeadroom() {
 }
 
 void QVXCorvane77x_v2Effect::mixOutput(Chunk& chunk) {
-    const ControlFrame& first = chunk.controls[0];
-    const bool neitherInputNorMonitor =
-        !chunk.moving && first.process == 1.0 && first.monitor == 0.0;
-    for (int i = 0; i < chunk.frames; ++i) {
-        const ControlFrame& control = chunk.control(i);
-        Pair mixed =
+    overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+        chunk.output[i] =
             chunk.delayed[i] * both(control.wetGain) + chunk.dry[i] * both(control.dryGain);
-        if (!neitherInputNorMonitor) {
-            mixed = blended(chunk.input[i], mixed, control.process);
-            mixed = blended(mixed, chunk.sideChain[i], control.monitor);
-        }
-        chunk.output[i] = mixed;
-    }
+    });
+    const ControlFrame& first = chunk.controls[0];
+    if (!chunk.moving && first.process == 1.0 && first.monitor == 0.0) return;
+    overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
+        const Pair heard = blended(chunk.input[i], chunk.output[i], control.process);
+        chunk.output[i] = blended(heard, chunk.sideChain[i], control.monitor);
+    });
 }
 
 void QVXCorvane77x_v2Effect::crossfadeSuspension(Chunk& chunk, bool towardsInput) {

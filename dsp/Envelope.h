@@ -19,6 +19,10 @@ class EnvelopeFollower {
 
     // One frame's level (linear, 0 and up).
     void follow(double input) { level = input * inputWeight + decay * level; }
+    // That many frames of silence.
+    void fade(int frames) {
+        for (int i = 0; i < frames; ++i) level *= decay;
+    }
 
     // Takes the root anew, of the level times `levelFactor`. To be called before the first
     // followBending of a chunk.
@@ -44,18 +48,15 @@ class EnvelopeFollower {
 
   private:
     static constexpr double kExponent = 0.3;
-    static constexpr double kMostGrowth = 1.0 / 64.0;
+    static constexpr double kMostGrowth = 1.0 / 256.0;
 
     double rootOfLevel() const {
         if (level * scale < 1e-300) return 0.0;
         return left(FastMath::power(both(level * scale), kExponent));
     }
-    // r (1 + g)^0.3 for 0 <= g < kMostGrowth by the Taylor series, which leaves 4e-15 at the most.
+    // r (1 + g)^0.3 for 0 <= g < kMostGrowth by the Taylor series, which leaves 3e-14 at the most.
     static double grown(double r, double g) {
-        const double g2 = g * g;
-        const double growth =
-            kExponent * g +
-            g2 * ((-0.105 + 0.0595 * g) + g2 * ((-0.0401625 + 0.02972025 * g) - 0.0232808625 * g2));
+        const double growth = g * ((kExponent - 0.105 * g) + (g * g) * (0.0595 - 0.0401625 * g));
         return r + r * growth;
     }
 

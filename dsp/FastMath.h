@@ -9,6 +9,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 
 namespace Quorvant::FastMath {
 
@@ -87,47 +88,48 @@ inline Pair power(Pair x, double exponent) {
 
 namespace detail {
 
-// Taylor coefficients of tanh, lowest power first, around the multiples of 1/32 up to 4; |h| <=
-// 1/64 leaves 2e-16.
-struct alignas(64) TanhSeries {
-    double coefficients[8];
+// tanh between the multiples of 1/128 up to 12: four Taylor coefficients each, lowest power first;
+// |h| <= 1/256 leaves 4e-11.
+struct alignas(32) TanhSeries {
+    double coefficients[4];
 };
-inline constexpr double kTanhNodes = 32.0, kTanhTableEnd = 4.0;
+inline constexpr double kTanhNodes = 128.0, kTanhEnd = 12.0;
 inline constexpr auto kTanhTable = [] {
-    std::array<TanhSeries, static_cast<std::size_t>(kTanhNodes * kTanhTableEnd) + 1> table{};
-    for (std::size_t node = 0; node < table.size(); ++node) {
-        const long double x = static_cast<long double>(node) / kTanhNodes;
-        // e^2x by its own series; only additions, so that nothing cancels.
-        long double power = 1.0L, term = 1.0L;
-        for (int n = 1; n < 80; ++n) power += term *= 2.0L * x / n;
-        long double c[8] = {(power - 1.0L) / (power + 1.0L)};
-        // y' = 1 - y^2, compared power by power.
-        for (int n = 0; n + 1 < 8; ++n) {
-            long double square = 0.0L;
-            for (int k = 0; k <= n; ++k) square += c[k] * c[n - k];
-            c[n + 1] = ((n == 0 ? 1.0L : 0.0L) - square) / (n + 1);
-        }
-        for (int n = 0; n < 8; ++n) table[node].coefficients[n] = static_cast<double>(c[n]);
+    std::array<TanhSeries, static_cast<std::size_t>(kTanhNodes * kTanhEnd) + 1> table{};
+    long double power = 1.0L, step = 0.0L, term = 1.0L;  // e^2x
+    for (int n = 0; n < 20; term *= 2.0L / kTanhNodes / ++n) step += term;
+    for (TanhSeries& node : table) {
+        const long double y = (power - 1.0L) / (power + 1.0L), slope = 1.0L - y * y;
+        // y' = 1 - y^2, differentiated on.
+        node = {{static_cast<double>(y), static_cast<double>(slope),
+                 static_cast<double>(-y * slope),
+                 static_cast<double>(slope * (y * y - slope / 2.0L) * 2.0L / 3.0L)}};
+        power *= step;
     }
     return table;
 }();
 
 }  // namespace detail
 
-// tanh(x) for x >= 0.
-inline double tanhOfPositive(double x) {
-    if (x >= detail::kTanhTableEnd) {
-        const Pair expm1 =
-            exp2(both(std::min(x, 20.0) * (2.0 * 1.4426950408889634074))) - both(1.0);
-        return left(expm1 / (expm1 + both(2.0)));
-    }
+// tanh(x) for x >= 0, within 4e-11, of a number or of two.
+template <typename Lanes>
+inline Lanes tanhOfPositive(Lanes x) {
     constexpr double kBias = detail::kRoundingBias / detail::kTanhNodes;  // rounds to the nodes
-    const double rounded = x + kBias;
-    const auto node = static_cast<unsigned>(std::bit_cast<uint64_t>(rounded)) & 0xFF;
-    const double* c = detail::kTanhTable[node].coefficients;
-    const double h = x - (rounded - kBias), h2 = h * h;
-    return ((c[0] + c[1] * h) + (c[2] + c[3] * h) * h2) +
-           ((c[4] + c[5] * h) + (c[6] + c[7] * h) * h2) * (h2 * h2);
+    const auto series = [](double rounded) {
+        return detail::kTanhTable[std::bit_cast<uint64_t>(rounded) & 0x7FF].coefficients;
+    };
+    const auto sum = [](const auto& c, auto h) {
+        return ((c(3) * h + c(2)) * h + c(1)) * h + c(0);
+    };
+    if constexpr (std::is_same_v<Lanes, Pair>) {
+        const Pair held = smaller(x, both(detail::kTanhEnd)), rounded = held + both(kBias);
+        const double *l = series(left(rounded)), *r = series(right(rounded));
+        return sum([l, r](int i) { return makePair(l[i], r[i]); }, held - (rounded - both(kBias)));
+    } else {
+        const double held = std::min(x, detail::kTanhEnd), rounded = held + kBias;
+        const double* c = series(rounded);
+        return sum([c](int i) { return c[i]; }, held - (rounded - kBias));
+    }
 }
 
 // sin(x) for |x| <= 4.

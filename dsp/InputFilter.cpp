@@ -8,11 +8,11 @@ void InputFilter::setCorner(double cornerHz, double sampleRate) {
     const double offset = cornerHz / sampleRate + 0.095;
     const struct {
         double frequency, divisor;
-    } design[kSections] = {
+    } design[] = {
         {cornerHz, 4.4}, {cornerHz * (offset * offset + 0.65), 1.24}, {1.2 * cornerHz, 1.6}};
 
-    double firstA0 = 1.0;
-    for (std::size_t s = 0; s < kSections; ++s) {
+    double firstA0 = 1.0, gainOfAll = 1.0;
+    for (std::size_t s = 0; s < sections.size(); ++s) {
         const double w = 2.0 * M_PI * design[s].frequency / sampleRate;
         const double cosine = std::cos(w);
         const double alpha = std::sin(w) / design[s].divisor;
@@ -26,9 +26,10 @@ void InputFilter::setCorner(double cornerHz, double sampleRate) {
         };
         // ... except at the highest rates, where that would make it ring for ever.
         if (s == 2 && unstable()) n = ownA0;
-        sections[s] = {both((1.0 - cosine) / 2.0 / n), both((1.0 - cosine) / n),
-                       both(-2.0 * cosine / n), both((1.0 - alpha) / n)};
+        sections[s] = {both(-2.0 * cosine / n), both((1.0 - alpha) / n)};
+        gainOfAll *= (1.0 - cosine) / 2.0 / n;
     }
+    gain = both(gainOfAll);
 }
 
 }  // namespace Quorvant

@@ -1,11 +1,10 @@
 // The level stage of "Legacy" in front of the memory: gain falls with a running mean of the level.
 #pragma once
 
-#include "dsp/Pair.h"
+#include "dsp/Chunk.h"
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 
 namespace Quorvant {
 
@@ -16,27 +15,31 @@ class LegacyStage {
         clear();
     }
     void clear() {
-        levels.fill(both(0.0));
-        oldest = 0;
-        total = both(0.0);
+        levelsBefore.fill(both(0.0));
         lastGain = both(1.0);
     }
 
-    // The gain for `x`, whose level is measured at `levelFactor` (linear); lanes are independent.
-    Pair gain(Pair x, double levelFactor) {
-        const Pair level = absolute(x) * both(levelFactor);
-        total = total + (level - levels[oldest]);
-        levels[oldest] = level;
-        if (++oldest == window) {
-            // The running sum is made anew each time round, so that rounding cannot build up.
-            oldest = 0;
-            total = both(0.0);
-            for (std::size_t i = 0; i < window; ++i) total = total + levels[i];
+    // Weighs `count` frames, kChunkFrames at most, whose level is measured at `levelFactor`
+    // (linear); lanes are independent.
+    void process(Pair* frames, int count, double levelFactor) {
+        std::array<Pair, kLongestWindow + kChunkFrames> levels;
+        std::copy_n(levelsBefore.data(), window, levels.data());
+        // The running sum is made anew each time, so that rounding cannot build up.
+        Pair total{};
+        for (int i = 0; i < window; ++i) total = total + levels[i];
+        const double scale = kMeterScale / window;
+        Pair gain = lastGain;
+        for (int i = 0; i < count; ++i) {
+            const Pair level = absolute(frames[i]) * both(levelFactor);
+            levels[window + i] = level;
+            total = total + (level - levels[i]);
+            const Pair mean = total * both(scale), loud = above(mean, both(2.0));
+            gain = both(1.0) - both(0.25) * mean;
+            if (!noLane(loud)) gain = select(loud, both(1.0) / larger(mean, both(2.0)), gain);
+            frames[i] = frames[i] * gain;
         }
-        const Pair mean = total * both(kMeterScale / static_cast<double>(window));
-        const Pair soft = both(1.0) - both(0.25) * mean;
-        const Pair hard = both(1.0) / larger(mean, both(2.0));
-        return lastGain = select(atMost(mean, both(2.0)), soft, hard);
+        std::copy_n(&levels[count], window, levelsBefore.data());
+        lastGain = gain;
     }
 
     // The lower of the two channels' last gains, 1 meaning no reduction.
@@ -44,10 +47,10 @@ class LegacyStage {
 
   private:
     static constexpr double kMeterScale = 0.363082;
+    static constexpr int kLongestWindow = 32;
 
-    std::array<Pair, 32> levels{};
-    std::size_t window = 4, oldest = 0;
-    Pair total{};
+    int window = 4;
+    std::array<Pair, kLongestWindow> levelsBefore{};
     Pair lastGain = both(1.0);
 };
 

@@ -46,6 +46,7 @@ class Limiter {
         // Output level k + w d / (d + w) for an input level e = k + d: unity slope at the knee k,
         // the ceiling k + w for any e.
         const Pair knee = both(ceiling * kKnee), width = both(ceiling * (1.0 - kKnee));
+        if (noLane(above(envelope, knee))) return lastGain = both(1.0);
         const Pair e = larger(envelope, knee);
         const Pair d = e - knee, s = d + width;
         return lastGain = (knee * s + width * d) / (s * e);

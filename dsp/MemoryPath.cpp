@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <new>
+#include <utility>
 
 namespace Quorvant {
 
@@ -20,8 +22,13 @@ constexpr double kSilence = 1e-10, kSilenceOfEnvelope = 1e-30;
 // default levels.
 constexpr double kLoopLevel = 0.0575;
 
-// The clock of a chunk that the LFO alone bends.
-void bendClock(Chunk& chunk) {
+// The clock of a chunk that the LFO bends, or nothing does.
+void fillClock(Chunk& chunk) {
+    if (chunk.clocking != Clocking::Lfo) {
+        std::fill_n(chunk.factor.data(), chunk.frames, chunk.clockFactor);
+        std::fill_n(chunk.step.data(), chunk.frames, 1.0 / chunk.clockFactor);
+        return;
+    }
     const ControlFrame& control = chunk.controls[0];  // nothing moves here
     for (int i = 0; i < chunk.frames; i += 2) {
         const Pair factor = clamped(
@@ -32,26 +39,38 @@ void bendClock(Chunk& chunk) {
     }
 }
 
-// The clock's factor where the envelope bends it, too. Arranged so that little waits for the root,
-// which waits for everything else.
-double bentFactor(const ControlFrame& control, double lfoTerm, bool inverted, double root) {
-    const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
-    const double rest =
-        inverted ? EnvelopeFollower::kRestingInvertedBend : EnvelopeFollower::kRestingBend;
-    const double gain = centre * control.depth * control.x2;
-    const double resting = ((lfoTerm + rest * centre) * control.depth + control.vco) * control.x2;
-    return std::clamp(resting + (inverted ? gain : -gain) * root, kLowestClockFactor,
-                      kHighestClockFactor);
-}
+// How the envelope and the LFO bend the clock: its factor is base + slope * LFO + gain * root.
+struct Bend {
+    double base, slope, gain;
+
+    Bend(const ControlFrame& control, bool inverted) {
+        const double centre = 1.0 - 2.0 * std::abs(control.waveform - 0.5);
+        const double rest =
+            inverted ? EnvelopeFollower::kRestingInvertedBend : EnvelopeFollower::kRestingBend;
+        slope = control.depth * control.x2;
+        base = rest * centre * slope + control.vco * control.x2;
+        gain = (inverted ? centre : -centre) * slope;
+    }
+    // Arranged so that little waits for the root, which waits for everything else.
+    double factor(double lfo, double root) const {
+        return std::clamp((lfo * slope + base) + gain * root, kLowestClockFactor,
+                          kHighestClockFactor);
+    }
+};
 
 // One frame's level for the envelope follower.
-double envelopeInput(Pair processed, Pair side, const ControlFrame& control, bool limited) {
-    const double external = control.external;
+[[gnu::always_inline]] inline double envelopeInput(Pair processed, Pair side, const Chunk& chunk,
+                                                   const ControlFrame& control) {
     const double mean = sum(absolute(processed)) * (0.5 * control.levelFactor);
-    const double internal = limited ? FastMath::tanhOfPositive(mean) : mean;
-    if (external == 0.0) return internal;
+    const double internal = chunk.envelopeLimited ? FastMath::tanhOfPositive(mean) : mean;
+    if (!chunk.listensToSide) return internal;
+    const double external = control.external;
     const Pair blend = both(1.0 - external) * processed + both(external) * side;
     return external * 0.5 * sum(absolute(blend)) + (1.0 - external) * internal;
+}
+
+Pair recordable(Pair processed, const ControlFrame& control) {
+    return clamped(processed * both(control.notBypassed), -kLargestSample, kLargestSample);
 }
 
 // What lets repeats grow at full feedback, and keeps them where they neither grow nor fade.
@@ -85,10 +104,17 @@ void MemoryPath::reset(double clockFactor) {
     feedbackSignal = Pair{};
     quietTicks = 0;
 
-    const auto length =
-        static_cast<std::size_t>(std::floor(sampleRate * kLongestDelayMs * 0.001)) + 1;
-    cells.assign(length, Pair{});
-    memory.attach(cells.data(), static_cast<int>(length), sampleRate);
+    const int count = static_cast<int>(std::floor(sampleRate * kLongestDelayMs * 0.001)) + 1;
+    if (count == cellCount) {
+        std::fill_n(cells.get(), memory.cellsInUse(), Pair{});
+    } else {
+        const auto size = static_cast<std::size_t>(count) * sizeof(Pair);
+        decltype(cells) fresh(static_cast<Pair*>(std::calloc(1, size)), &std::free);
+        if (!fresh) throw std::bad_alloc();
+        cells = std::move(fresh);
+        cellCount = count;
+    }
+    memory.attach(cells.get(), cellCount, sampleRate);
 }
 
 void MemoryPath::chooseClocking(Chunk& chunk) const {
@@ -101,26 +127,30 @@ void MemoryPath::chooseClocking(Chunk& chunk) const {
 }
 
 void MemoryPath::run(Chunk& chunk) {
-    if (chunk.clocking == Clocking::Lfo) bendClock(chunk);
-    switch (chunk.stages) {
-        case Stages::Light:
-            runThrough<Stages::Light>(chunk);
-            break;
-        case Stages::Legacy:
-            runThrough<Stages::Legacy>(chunk);
-            break;
-        case Stages::Lims:
-            runThrough<Stages::Lims>(chunk);
-            break;
-        case Stages::Full:
-            runThrough<Stages::Full>(chunk);
-            break;
-        case Stages::All:
-            runThrough<Stages::All>(chunk);
-            break;
-    }
+    if (chunk.clocking == Clocking::Steady || chunk.clocking == Clocking::Lfo) fillClock(chunk);
+    if (!runAhead(chunk)) runBySample(chunk);
     if (chunk.moving) clearIdleStages(chunk.controls[chunk.frames - 1]);
     noteSilence(chunk);
+}
+
+void MemoryPath::runBySample(Chunk& chunk) {
+    switch (chunk.stages) {
+        case Stages::Light:
+            runBySample<Stages::Light>(chunk);
+            break;
+        case Stages::Legacy:
+            runBySample<Stages::Legacy>(chunk);
+            break;
+        case Stages::Lims:
+            runBySample<Stages::Lims>(chunk);
+            break;
+        case Stages::Full:
+            runBySample<Stages::Full>(chunk);
+            break;
+        case Stages::All:
+            runBySample<Stages::All>(chunk);
+            break;
+    }
 }
 
 // Counts for how long nothing has gone to the memory. The hiss of the converters never ends.
@@ -137,27 +167,25 @@ bool MemoryPath::hasForgotten() const {
 }
 
 void MemoryPath::passSilence(Chunk& chunk) {
-    if (chunk.clocking == Clocking::Lfo) bendClock(chunk);
     if (chunk.clocking == Clocking::Envelope) {
         envelope.beginBending(chunk.controls[0].levelFactor);
+        const Bend bend(chunk.controls[0], chunk.envelopeInverted);
         for (int i = 0; i < chunk.frames; ++i) {
             envelope.followBending(0.0);
-            chunk.factor[i] = bentFactor(chunk.controls[0], chunk.lfo[i], chunk.envelopeInverted,
-                                         envelope.bendingRoot());
+            chunk.factor[i] = bend.factor(chunk.lfo[i], envelope.bendingRoot());
         }
     } else {
-        for (int i = 0; i < chunk.frames; ++i) envelope.follow(0.0);
+        envelope.fade(chunk.frames);
     }
-    const auto count = [&chunk](double) { ++chunk.ticks; };
-    chunk.ticks = 0;
-    factorOfClock = chunk.clockFactor;
     if (chunk.clocking == Clocking::Unison) {
         chunk.ticks = chunk.frames;
-    } else if (chunk.clocking == Clocking::Steady) {
-        for (int i = 0; i < chunk.frames; ++i) clock.advance(factorOfClock, count);
+        factorOfClock = chunk.clockFactor;
     } else {
+        if (chunk.clocking != Clocking::Envelope) fillClock(chunk);
+        chunk.ticks = 0;
         for (int i = 0; i < chunk.frames; ++i)
-            clock.advance(factorOfClock = chunk.factor[i], count);
+            clock.advance(chunk.factor[i], [&chunk](double) { ++chunk.ticks; });
+        factorOfClock = chunk.factor[chunk.frames - 1];
     }
     memory.recordSilence(chunk.ticks);
 
@@ -171,25 +199,19 @@ void MemoryPath::passSilence(Chunk& chunk) {
 }
 
 template <Stages kStages>
-void MemoryPath::runThrough(Chunk& chunk) {
+void MemoryPath::runBySample(Chunk& chunk) {
+    const DelayMemory& ticks = memory;
     // Modes are blended by controls that move.
-    if constexpr (kStages != Stages::All) {
-        const auto settled = [&](auto ticks) {
-            switch (chunk.clocking) {
-                case Clocking::Unison:
-                    return run<kStages, Clocking::Unison>(ticks, chunk);
-                case Clocking::Steady:
-                    return run<kStages, Clocking::Steady>(ticks, chunk);
-                case Clocking::Lfo:
-                    return run<kStages, Clocking::Lfo>(ticks, chunk);
-                default:
-                    return run<kStages, Clocking::Envelope>(ticks, chunk);
-            }
-        };
-        if (!chunk.moving)
-            return memory.isPlain() ? settled(PlainTicks(memory)) : settled(DelayMemory(memory));
-    }
-    run<kStages, Clocking::Moving>(DelayMemory(memory), chunk);
+    if (kStages == Stages::All || chunk.moving)
+        runBySample<kStages, Clocking::Moving>(ticks, chunk);
+    else if (chunk.clocking == Clocking::Unison)
+        runBySample<kStages, Clocking::Unison>(ticks, chunk);
+    else if (chunk.clocking != Clocking::Envelope)
+        runBySample<kStages, Clocking::Lfo>(ticks, chunk);
+    else if (memory.isPlain())
+        runBySample<kStages, Clocking::Envelope>(PlainTicks(memory), chunk);
+    else
+        runBySample<kStages, Clocking::Envelope>(ticks, chunk);
 }
 
 // A stage that is out of the path starts afresh when it comes back.
@@ -206,10 +228,104 @@ void MemoryPath::clearIdleStages(const ControlFrame& last) {
     }
 }
 
+// The whole chunk in passes: where the delay is longer than the chunk, all that comes back in it
+// was recorded before it. False, and nothing done, where it is not, or where something moves.
+bool MemoryPath::runAhead(Chunk& chunk) {
+    const ControlFrame& control = chunk.controls[0];
+    if (chunk.clocking >= Clocking::Envelope || !memory.isPlain() || control.regeneration != 0.0)
+        return false;
+    const int n = chunk.frames;
+    const bool unison = chunk.clocking == Clocking::Unison;
+
+    // Where the memory ticks between frames, and where the frames lie between ticks.
+    int ticks = unison ? n : 0;
+    std::array<double, kMostTicks> tickAt;
+    std::array<int, kMostTicks> tickBehind;
+    std::array<int, kChunkFrames> ticksBy;
+    std::array<double, kChunkFrames> frameAt;
+    MemoryClock vco = clock;
+    for (int i = 0; i < n && !unison; ++i) {
+        vco.advance(chunk.factor[i], [&](double t) {
+            tickAt[ticks] = t;
+            tickBehind[ticks++] = i;
+        });
+        ticksBy[i] = ticks;
+        frameAt[i] = vco.outputPosition(chunk.step[i]);
+    }
+    if (ticks > memory.ticksAhead()) return false;
+    clock = vco;
+    chunk.ticks = ticks;
+    factorOfClock = unison ? chunk.clockFactor : chunk.factor[n - 1];
+
+    // What comes from the memory, behind the last of what came before, which splines reach back to.
+    std::array<Pair, kSplineReach + kMostTicks + 1> played;
+    std::copy_n(playedBefore.data(), kSplineReach, played.data());
+    Pair* const read = &played[kSplineReach];
+    memory.readAhead(read, ticks);
+    std::array<Pair, kMostTicks> looped;
+    if (memory.isLooping()) std::copy_n(read, ticks, looped.data());
+    if (converts(chunk.stages))
+        runOver(read, read, ticks, daConverter,
+                [](DaConverter& dac, Pair x) { return dac.convert(x); });
+    Pair* const delayed = chunk.delayed.data();
+    if (unison)
+        std::copy_n(read - 2, n, delayed);
+    else
+        for (int i = 0; i < n; ++i)
+            delayed[i] = splineAt(read + ticksBy[i] - kSplineReach, frameAt[i]);
+    std::copy_n(read + ticks - kSplineReach, kSplineReach, playedBefore.data());
+    const auto limiting = [](double ceiling) {
+        return [ceiling](Limiter& limiter, Pair x) { return x * limiter.gain(x, ceiling); };
+    };
+    if (limits(chunk.stages))
+        runOver(delayed, delayed, n, outputLimiter, limiting(control.ceiling * 0.5));
+
+    // What goes back to the input, a frame later.
+    Pair feedback = feedbackSignal;
+    HighCut cut = highCut;
+    CouplingCapacitor capacitor = coupling;
+    Pair* const processed = chunk.processed.data();
+    for (int i = 0; i < n; ++i) {
+        processed[i] = processed[i] + feedback;
+        Pair returned = cut.process(delayed[i], control.highCutPole);
+        if (control.coupling != 0.0) returned = capacitor.process(returned, control.coupling);
+        feedback = returned * both(control.feedback);
+    }
+    feedbackSignal = feedback;
+    highCut = cut;
+    coupling = capacitor;
+    if (weighs(chunk.stages)) legacyStage.process(processed, n, control.levelFactor);
+    processedPeak = peakOf(processed, n);
+    if (limits(chunk.stages))
+        runOver(processed, processed, n, inputLimiter, limiting(control.ceiling));
+
+    // What goes to the memory.
+    std::array<Pair, kSplineReach + kChunkFrames> recorded;
+    std::copy_n(recordedBefore.data(), kSplineReach, recorded.data());
+    if (control.notBypassed == 1.0 && largest(processedPeak) <= kLargestSample)
+        std::copy_n(processed, n, &recorded[kSplineReach]);
+    else
+        for (int i = 0; i < n; ++i) recorded[kSplineReach + i] = recordable(processed[i], control);
+    std::copy_n(&recorded[n], kSplineReach, recordedBefore.data());
+    std::array<Pair, kMostTicks> coming;
+    if (unison)
+        std::copy_n(&recorded[kSplineReach - 1], n, coming.data());
+    else
+        for (int i = 0; i < ticks; ++i)
+            coming[i] = splineAt(&recorded[tickBehind[i] + 1], tickAt[i]);
+    if (converts(chunk.stages)) {
+        adConverter.setCeiling(control.ceiling);
+        runOver(coming.data(), coming.data(), ticks, adConverter,
+                [](AdConverter& adc, Pair x) { return adc.convert(x); });
+    }
+    memory.recordAhead(memory.isLooping() ? looped.data() : coming.data(), ticks);
+    return true;
+}
+
 // Everything that hangs on the previous sample's feedback: level stages, converters, clock, memory,
 // high cut.
 template <Stages kStages, Clocking kClocking, typename Memory>
-void MemoryPath::run(Memory ticks, Chunk& chunk) {
+void MemoryPath::runBySample(Memory ticks, Chunk& chunk) {
     // Copies, so that the compiler may keep them in registers across stores.
     MemoryClock vco = clock;
     HighCut cut = highCut;
@@ -231,6 +347,7 @@ void MemoryPath::run(Memory ticks, Chunk& chunk) {
 
     double levelFactor = chunk.controls[0].levelFactor;
     if constexpr (followsEnvelope(kClocking)) follower.beginBending(levelFactor);
+    Bend bend(chunk.controls[0], chunk.envelopeInverted);
     double factor = chunk.clockFactor;
     double step = 1.0 / factor;
     Pair peak{};
@@ -258,8 +375,11 @@ void MemoryPath::run(Memory ticks, Chunk& chunk) {
         if constexpr (converts(kStages) && kClocking == Clocking::Moving)
             adc.setCeiling(control.ceiling);
         Pair x = chunk.processed[i] + feedback;
-        if constexpr (weighs(kStages))
-            x = faded(x, x * legacyStage.gain(x, control.levelFactor), control.legacy);
+        if constexpr (weighs(kStages)) {
+            Pair weighed = x;
+            legacyStage.process(&weighed, 1, control.levelFactor);
+            x = faded(x, weighed, control.legacy);
+        }
         peak = larger(peak, absolute(x));
         if constexpr (limits(kStages))
             x = faded(x, x * limiterIn.gain(x, control.ceiling), control.limits);
@@ -268,9 +388,10 @@ void MemoryPath::run(Memory ticks, Chunk& chunk) {
         if constexpr (followsEnvelope(kClocking)) {
             if (kClocking == Clocking::Moving && control.levelFactor != levelFactor)
                 follower.beginBending(levelFactor = control.levelFactor);
-            follower.followBending(envelopeInput(x, chunk.side[i], control, chunk.envelopeLimited));
-            factor =
-                bentFactor(control, chunk.lfo[i], chunk.envelopeInverted, follower.bendingRoot());
+            follower.followBending(envelopeInput(x, chunk.side[i], chunk, control));
+            if constexpr (kClocking == Clocking::Moving)
+                bend = Bend(control, chunk.envelopeInverted);
+            factor = bend.factor(chunk.lfo[i], follower.bendingRoot());
             step = 1.0 / factor;
         }
         if constexpr (kClocking == Clocking::Lfo) {
@@ -278,7 +399,7 @@ void MemoryPath::run(Memory ticks, Chunk& chunk) {
             step = chunk.step[i];
         }
 
-        const Pair input = clamped(x * both(control.notBypassed), -kLargestSample, kLargestSample);
+        const Pair input = recordable(x, control);
         Pair* const latest = &recorded[i + kSplineReach];
         *latest = input;
         Pair delayed;
@@ -299,7 +420,9 @@ void MemoryPath::run(Memory ticks, Chunk& chunk) {
         chunk.delayed[i] = delayed;
         Pair returned = cut.process(delayed, control.highCutPole);
         if constexpr (limits(kStages)) {
-            if (control.coupling != 0.0) returned = capacitor.process(returned, control.coupling);
+            if ((kStages == Stages::Full && kClocking != Clocking::Moving) ||
+                control.coupling != 0.0)
+                returned = capacitor.process(returned, control.coupling);
             if (control.regeneration != 0.0) [[unlikely]]
                 returned = returned * regeneratingGain(limiterOut.level(), control);
         }
@@ -334,9 +457,7 @@ void MemoryPath::followLevels(const Chunk& chunk) {
             return sums(absolute(signal[i]), absolute(signal[second]));
         };
         Pair level = magnitudes(chunk.processed.data()) * both(scale);
-        if (chunk.envelopeLimited)
-            level = makePair(FastMath::tanhOfPositive(left(level)),
-                             FastMath::tanhOfPositive(right(level)));
+        if (chunk.envelopeLimited) level = FastMath::tanhOfPositive(level);
         if (external != 0.0)
             level =
                 both(external * 0.5) * magnitudes(chunk.sideChain) + both(1.0 - external) * level;

@@ -11,7 +11,8 @@
 #include "dsp/MemoryClock.h"
 
 #include <array>
-#include <vector>
+#include <cstdlib>
+#include <memory>
 
 namespace Quorvant {
 
@@ -52,15 +53,17 @@ class MemoryPath {
     void showClockFactor(double factor) { factorOfClock = factor; }
 
   private:
-    static constexpr int kSplineReach = 4;  // pairs that a spline looks at
-    static constexpr int kMostTicks = 17;   // of the memory in a frame; rounding may add one
+    static constexpr int kSplineReach = 4;                // pairs that a spline looks at
+    static constexpr int kMostTicks = 17 * kChunkFrames;  // of the memory; rounding may add some
 
     void noteSilence(const Chunk& chunk);
     void clearIdleStages(const ControlFrame& last);
+    bool runAhead(Chunk& chunk);
+    void runBySample(Chunk& chunk);
     template <Stages kStages>
-    void runThrough(Chunk& chunk);
+    void runBySample(Chunk& chunk);
     template <Stages kStages, Clocking kClocking, typename Memory>
-    void run(Memory ticks, Chunk& chunk);
+    void runBySample(Memory ticks, Chunk& chunk);
 
     double sampleRate = 44100.0;
     LegacyStage legacyStage;
@@ -70,7 +73,9 @@ class MemoryPath {
     CouplingCapacitor coupling;
     EnvelopeFollower envelope;
     MemoryClock clock;
-    std::vector<Pair> cells;
+    // From calloc: the system hands out zeroed memory without touching it.
+    std::unique_ptr<Pair, decltype(&std::free)> cells{nullptr, &std::free};
+    int cellCount = 0;
     DelayMemory memory;
     std::array<Pair, kSplineReach> recordedBefore{}, playedBefore{};
     HighCut highCut;

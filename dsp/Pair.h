@@ -20,8 +20,14 @@ inline Pair makePair(double left, double right) {
 inline Pair loadTwo(const double* from) {
     return {_mm_loadu_pd(from)};
 }
+inline Pair loadTwo(const float* from) {
+    return {_mm_cvtps_pd(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(from))))};
+}
 inline void storeTwo(double* to, Pair p) {
     _mm_storeu_pd(to, p.v);
+}
+inline void storeTwo(float* to, Pair p) {
+    _mm_store_sd(reinterpret_cast<double*>(to), _mm_castps_pd(_mm_cvtpd_ps(p.v)));
 }
 inline double left(Pair p) {
     return _mm_cvtsd_f64(p.v);
@@ -30,6 +36,13 @@ inline double right(Pair p) {
     return _mm_cvtsd_f64(_mm_unpackhi_pd(p.v, p.v));
 }
 
+// Both left lanes, and both right ones.
+inline Pair lefts(Pair a, Pair b) {
+    return {_mm_unpacklo_pd(a.v, b.v)};
+}
+inline Pair rights(Pair a, Pair b) {
+    return {_mm_unpackhi_pd(a.v, b.v)};
+}
 inline Pair swapped(Pair p) {
     return {_mm_shuffle_pd(p.v, p.v, 1)};
 }
@@ -67,6 +80,9 @@ inline Pair atMost(Pair a, Pair b) {
 inline Pair above(Pair a, Pair b) {
     return {_mm_cmpgt_pd(a.v, b.v)};
 }
+inline bool noLane(Pair mask) {
+    return _mm_movemask_pd(mask.v) == 0;
+}
 // Lanes of `p` where the mask is set, 0 elsewhere.
 inline Pair keepWhere(Pair mask, Pair p) {
     return {_mm_and_pd(mask.v, p.v)};
@@ -91,7 +107,7 @@ inline double smallest(Pair p) {
 }
 // The sums of each pair's lanes, as the two lanes of one pair.
 inline Pair sums(Pair a, Pair b) {
-    return {_mm_add_pd(_mm_unpacklo_pd(a.v, b.v), _mm_unpackhi_pd(a.v, b.v))};
+    return lefts(a, b) + rights(a, b);
 }
 
 // Catmull-Rom spline through x0 ... x3 between x1 (t = 0) and x2 (t = 1).

@@ -54,11 +54,6 @@ void QVXVST3ControllerWrapper::removeListener(ControllerListener& listener) {
     std::erase(listeners, &listener);
 }
 
-void QVXVST3ControllerWrapper::tellListeners(Vst::ParamID id) {
-    if (id >= kParameterCount) return;
-    for (ControllerListener* listener : listeners) listener->parameterChanged(id);
-}
-
 void QVXVST3ControllerWrapper::addUnits() {
     const auto add = [this](std::string_view name, Vst::UnitID id, Vst::UnitID parent,
                             Vst::ProgramListID programs) {
@@ -105,10 +100,7 @@ tresult PLUGIN_API QVXVST3ControllerWrapper::setParamNormalized(Vst::ParamID id,
         return kResultOk;
     }
     if (id == kSuspend) value = suspendState(value);  // as the processor's state will tell it
-    const tresult result = EditControllerEx1::setParamNormalized(id, value);
-    if (result == kResultOk && manager) manager->parameterEdited(id, value);
-    tellListeners(id);
-    return result;
+    return adopt(id, value);
 }
 
 tresult QVXVST3ControllerWrapper::beginEdit(Vst::ParamID id) {
@@ -125,10 +117,12 @@ tresult QVXVST3ControllerWrapper::performEdit(Vst::ParamID id, Vst::ParamValue v
 }
 
 // A state or a preset is taken whole, whatever it says of Inf Repeat.
-void QVXVST3ControllerWrapper::adopt(Vst::ParamID id, Vst::ParamValue value) {
-    if (EditControllerEx1::setParamNormalized(id, value) == kResultOk && manager)
-        manager->parameterEdited(id, value);
-    tellListeners(id);
+tresult QVXVST3ControllerWrapper::adopt(Vst::ParamID id, Vst::ParamValue value) {
+    const tresult result = EditControllerEx1::setParamNormalized(id, value);
+    if (result == kResultOk && manager) manager->parameterEdited(id, value);
+    if (id < kParameterCount)
+        for (ControllerListener* listener : listeners) listener->parameterChanged(id);
+    return result;
 }
 
 int QVXVST3ControllerWrapper::program() {

@@ -78,13 +78,11 @@ class QVXVST3ControllerWrapper : public Steinberg::Vst::EditControllerEx1, publi
 
   private:
     void addUnits();
-    void adopt(Steinberg::Vst::ParamID id, Steinberg::Vst::ParamValue value);
+    Steinberg::tresult adopt(Steinberg::Vst::ParamID id, Steinberg::Vst::ParamValue value);
     std::array<double, kStoredParameterCount> liveValues();
     void offerValues(const QVXPresetRecord& record);
     int program();
     void chooseProgram(int program);
-
-    void tellListeners(Steinberg::Vst::ParamID id);
 
     const MakeView makeView;
     bool initialised = false;

@@ -3,7 +3,6 @@
 #include "dsp/Denormals.h"
 #include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
-#include "plugin/ChannelPointers.h"
 #include "plugin/ClassIds.h"
 #include "plugin/StateMessages.h"
 
@@ -18,16 +17,11 @@
 namespace Quorvant {
 
 using namespace Steinberg;
-using Vst::BusInfo;
 using Vst::ProcessData;
 
 namespace {
 
 constexpr double kHeartbeatStep = 0.001;
-
-bool isActive(const Vst::BusList& buses, std::size_t index) {
-    return index < buses.size() && buses[index]->isActive();
-}
 
 // A queue's last point is the only one that counts. False where there is none, or not a number.
 bool lastPoint(Vst::IParameterChanges& changes, int32 index, uint32_t& id, double& value) {
@@ -54,7 +48,7 @@ tresult PLUGIN_API QVXVST3EffectWrapper::initialize(FUnknown* context) {
     const tresult result = AudioEffect::initialize(context);
     if (result != kResultOk) return result;
     initialised = true;
-    addDefaultBuses();
+    arrange(defaultBuses());
     return kResultOk;
 }
 
@@ -69,54 +63,17 @@ tresult PLUGIN_API QVXVST3EffectWrapper::terminate() {
     return AudioEffect::terminate();
 }
 
-void QVXVST3EffectWrapper::addDefaultBuses() {
-    addAudioInput(STR16("AudioInput"), Vst::SpeakerArr::kStereo);
-    addAudioInput(STR16("SideChainIn"), Vst::SpeakerArr::kMono, Vst::kAux, BusInfo::kDefaultActive);
-    addAudioOutput(STR16("AudioOutput"), Vst::SpeakerArr::kStereo);
-    BusLayout layout;
-    layout.mainInputStereo = layout.mainOutputStereo = layout.sideChainPresent = true;
-    busLayout = layout;
-}
-
-void QVXVST3EffectWrapper::addSideChainedBuses(int mainChannels, int sideChannels,
-                                               int outChannels) {
-    using namespace Vst::SpeakerArr;
-    BusLayout layout;
-    layout.mainInputStereo = mainChannels == 2;
-    layout.sideChainPresent = sideChannels == 1 || sideChannels == 2;
-    layout.sideChainStereo = sideChannels == 2;
-    layout.mainOutputStereo = outChannels == 2;
-    if (layout.mainInputStereo) {
-        addAudioInput(STR16("Stereo In"), kStereo);
-    } else {
-        addAudioInput(STR16("Mono In"), kMono);
-    }
-    if (layout.sideChainStereo) {
-        addAudioInput(STR16("Stereo Aux In"), kStereo, Vst::kAux, 0);
-    } else if (layout.sideChainPresent) {
-        addAudioInput(STR16("Mono Aux In"), kMono, Vst::kAux, 0);
-    }
-    if (layout.mainOutputStereo) {
-        addAudioOutput(STR16("Stereo Out"), kStereo);
-    } else {
-        addAudioOutput(STR16("Mono Out"), kMono);
-    }
-    busLayout = layout;
-}
-
-void QVXVST3EffectWrapper::addSplitMonoBuses() {
-    using Vst::SpeakerArr::kMono;
-    addAudioInput(STR16("Main Input L"), kMono);
-    addAudioInput(STR16("Main Input R"), kMono);
-    addAudioInput(STR16("Auxiliary Input L"), kMono, Vst::kAux, 0);
-    addAudioInput(STR16("Auxiliary Input R"), kMono, Vst::kAux, 0);
-    addAudioOutput(STR16("Main Output L"), kMono);
-    addAudioOutput(STR16("Main Output R"), kMono);
-    BusLayout layout;
-    layout.mainInputStereo = layout.mainOutputStereo = true;
-    layout.sideChainPresent = layout.sideChainStereo = true;
-    layout.splitMono = true;
-    busLayout = layout;
+void QVXVST3EffectWrapper::arrange(const BusArrangement& wanted) {
+    const Vst::BusList oldInputs = audioInputs;
+    const Vst::BusList oldOutputs = audioOutputs;
+    removeAudioBusses();
+    for (const auto& [name, speakers, type, flags] : wanted.inputs)
+        addAudioInput(name, speakers, type, flags);
+    for (const auto& [name, speakers, type, flags] : wanted.outputs)
+        addAudioOutput(name, speakers, type, flags);
+    keepActivation(oldInputs, audioInputs);
+    keepActivation(oldOutputs, audioOutputs);
+    busLayout = layoutOf(audioInputs, audioOutputs);
 }
 
 tresult PLUGIN_API QVXVST3EffectWrapper::setBusArrangements(Vst::SpeakerArrangement* inputs,
@@ -124,44 +81,18 @@ tresult PLUGIN_API QVXVST3EffectWrapper::setBusArrangements(Vst::SpeakerArrangem
                                                             Vst::SpeakerArrangement* outputs,
                                                             int32 numOuts) {
     if (!inputs || !outputs || numOuts != 1 || (numIns != 1 && numIns != 2)) return kResultFalse;
-    const Vst::BusList oldInputs = audioInputs;
-    const Vst::BusList oldOutputs = audioOutputs;
-    removeAudioBusses();
-    if (numIns == 2) {
-        addSideChainedBuses(Vst::SpeakerArr::getChannelCount(inputs[0]),
-                            Vst::SpeakerArr::getChannelCount(inputs[1]),
-                            Vst::SpeakerArr::getChannelCount(outputs[0]));
-    } else {
-        addSplitMonoBuses();
-    }
-    // A bus that keeps its place stays as active as the host made it.
-    if (oldInputs.size() == audioInputs.size()) {
-        for (std::size_t i = 0; i < oldInputs.size(); ++i) {
-            audioInputs[i]->setActive(oldInputs[i]->isActive());
-        }
-    }
-    if (oldOutputs.size() == audioOutputs.size()) {
-        for (std::size_t i = 0; i < oldOutputs.size(); ++i) {
-            audioOutputs[i]->setActive(oldOutputs[i]->isActive());
-        }
-    }
-    followBusActivation();
+    const auto channels = Vst::SpeakerArr::getChannelCount;
+    arrange(numIns == 2
+                ? sideChainedBuses(channels(inputs[0]), channels(inputs[1]), channels(outputs[0]))
+                : splitMonoBuses());
     return kResultOk;
 }
 
 tresult PLUGIN_API QVXVST3EffectWrapper::activateBus(Vst::MediaType type, Vst::BusDirection dir,
                                                      int32 index, TBool state) {
     const tresult result = AudioEffect::activateBus(type, dir, index, state);
-    followBusActivation();
+    busLayout = layoutOf(audioInputs, audioOutputs);
     return result;
-}
-
-void QVXVST3EffectWrapper::followBusActivation() {
-    BusLayout layout = busLayout;
-    layout.sideChainLeftActive = isActive(audioInputs, layout.splitMono ? 2 : 1);
-    layout.sideChainRightActive =
-        layout.splitMono ? isActive(audioInputs, 3) : layout.sideChainLeftActive;
-    busLayout = layout;
 }
 
 tresult PLUGIN_API QVXVST3EffectWrapper::canProcessSampleSize(int32 sampleSize) {
@@ -298,33 +229,8 @@ void QVXVST3EffectWrapper::render(ProcessData& data) {
     ChannelPointers<Sample> channels;
     if (effect && data.inputs && data.outputs && data.numInputs > 0 && data.numOutputs > 0) {
         hostLink.setContext(data.processContext);
-        const BusLayout layout = busLayout.load(std::memory_order_relaxed);
-        const auto input = [&](int32 bus, int32 channel) {
-            return channelAt<Sample>(data.inputs, data.numInputs, bus, channel);
-        };
-        const auto splitInput = [&](int32 leftBus) {
-            return splitRightAt<Sample>(data.inputs, data.numInputs, leftBus);
-        };
-        auto& [in, out] = channels;
-        in[0] = input(0, 0);
-        out[0] = channelAt<Sample>(data.outputs, data.numOutputs, 0, 0);
-        if (layout.splitMono) {
-            in[1] = splitInput(0);
-            out[1] = splitRightAt<Sample>(data.outputs, data.numOutputs, 0);
-            if (layout.sideChainLeftActive) in[2] = input(2, 0);
-            if (in[2] && layout.sideChainRightActive) in[3] = splitInput(2);
-        } else {
-            if (layout.mainInputStereo) in[1] = input(0, 1);
-            if (layout.mainOutputStereo) {
-                out[1] = channelAt<Sample>(data.outputs, data.numOutputs, 0, 1);
-            }
-            if (layout.sideChainPresent && layout.sideChainLeftActive) in[2] = input(1, 0);
-            if (in[2] && layout.sideChainStereo) in[3] = input(1, 1);
-        }
-
-        // The engine plays nothing without a left channel, and a right one alone is silenced below.
-        if (!out[0]) out[1] = nullptr;
-
+        channels = engineChannels<Sample>(data, busLayout.load(std::memory_order_relaxed));
+        const auto& [in, out] = channels;
         const int32 frames = std::max(data.numSamples, 0);
         const bool suspended = suspend.load(std::memory_order_relaxed) != 0;
         if constexpr (std::is_same_v<Sample, float>) {

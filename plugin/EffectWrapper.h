@@ -4,6 +4,7 @@
 
 #include "dsp/Effect.h"
 #include "params/ParameterIndex.h"
+#include "plugin/Buses.h"
 #include "plugin/ComponentState.h"
 #include "plugin/EngineGate.h"
 #include "plugin/HostLinkImpl.h"
@@ -59,27 +60,12 @@ class QVXVST3EffectWrapper : public Steinberg::Vst::AudioEffect {
     Steinberg::tresult PLUGIN_API notify(Steinberg::Vst::IMessage* message) override;
 
   private:
-    // Written by the main thread, read by both.
-    struct alignas(8) BusLayout {
-        bool mainInputStereo = false;
-        bool mainOutputStereo = false;
-        bool sideChainPresent = false;
-        bool sideChainStereo = false;
-        bool splitMono = false;  // every channel on a mono bus of its own
-        bool sideChainLeftActive = false;
-        bool sideChainRightActive = false;
-    };
-    static_assert(std::atomic<BusLayout>::is_always_lock_free);
-
     struct NumberedState {
         ComponentState state;
         uint32_t number = 0;
     };
 
-    void addDefaultBuses();
-    void addSideChainedBuses(int mainChannels, int sideChannels, int outChannels);
-    void addSplitMonoBuses();
-    void followBusActivation();
+    void arrange(const BusArrangement& wanted);
 
     void handOver(ComponentState state);
     bool stateWaits() const;
@@ -100,7 +86,8 @@ class QVXVST3EffectWrapper : public Steinberg::Vst::AudioEffect {
 
     bool initialised = false;
     std::atomic<bool> active{false};
-    std::atomic<BusLayout> busLayout{BusLayout{}};
+    std::atomic<BusLayout> busLayout{BusLayout{}};  // written by the main thread
+    static_assert(std::atomic<BusLayout>::is_always_lock_free);
 
     // What the engine has received, for getState. Written by whoever drives the engine.
     std::array<std::atomic<double>, kStoredParameterCount> cache;

@@ -18,19 +18,15 @@ namespace X11 = VSTGUI::X11;
 
 // Some hosts run their timers in two threads: views belong to the one that has opened them. What a
 // descriptor tells stays there to be read.
-class Home {
-  public:
-    bool here() const { return std::this_thread::get_id() == thread; }
-
-  private:
-    const std::thread::id thread = std::this_thread::get_id();
-};
+bool isHere(std::thread::id home) {
+    return std::this_thread::get_id() == home;
+}
 
 class EventAdapter final : public FObject, public Linux::IEventHandler {
   public:
     EventAdapter(X11::IEventHandler* to, int watched) : target(to), descriptor(watched) {}
     void PLUGIN_API onFDIsSet(Linux::FileDescriptor) override {
-        if (home.here()) target->onEvent();
+        if (isHere(home)) target->onEvent();
     }
     bool enter(Linux::IRunLoop& loop) {
         return loop.registerEventHandler(this, descriptor) == kResultTrue;
@@ -39,7 +35,7 @@ class EventAdapter final : public FObject, public Linux::IEventHandler {
 
     X11::IEventHandler* const target;
     const int descriptor;
-    const Home home;
+    const std::thread::id home = std::this_thread::get_id();
 
     DELEGATE_REFCOUNT(FObject)
     DEFINE_INTERFACES
@@ -51,7 +47,7 @@ class TimerAdapter final : public FObject, public Linux::ITimerHandler {
   public:
     TimerAdapter(X11::ITimerHandler* to, uint64_t interval) : target(to), milliseconds(interval) {}
     void PLUGIN_API onTimer() override {
-        if (home.here()) target->onTimer();
+        if (isHere(home)) target->onTimer();
     }
     bool enter(Linux::IRunLoop& loop) {
         return loop.registerTimer(this, milliseconds) == kResultTrue;
@@ -60,7 +56,7 @@ class TimerAdapter final : public FObject, public Linux::ITimerHandler {
 
     X11::ITimerHandler* const target;
     const uint64_t milliseconds;
-    const Home home;
+    const std::thread::id home = std::this_thread::get_id();
 
     DELEGATE_REFCOUNT(FObject)
     DEFINE_INTERFACES

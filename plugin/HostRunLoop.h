@@ -7,10 +7,9 @@
 namespace Quorvant {
 
 // VSTGUI takes one loop for all editors of the process, while a host may give every window a loop
-// of its own that ends with it. Calls from any thread but that of the registration are ignored.
-// Whoever opens an editor holds one of these from before the frame is
-// opened until after it is closed; events and timers run in a loop that somebody still holds. Main
-// thread.
+// of its own that ends with it. Whoever opens an editor holds one of these from before the frame is
+// opened until after it is closed; events and timers run in a loop that somebody still holds. Calls
+// from any thread but that of the registration are ignored. Main thread.
 class HostRunLoop {
   public:
     explicit HostRunLoop(Steinberg::IPlugFrame* frame);

@@ -18,19 +18,6 @@ void use(EngineRig& rig, ProcessingMode mode) {
     rig.engine.reset();
 }
 
-Signal noise(size_t frames, double level, uint64_t seed = 1) {
-    Dice dice(seed);
-    Signal signal(frames);
-    for (double& x : signal) x = dice.between(-level, level);
-    return signal;
-}
-
-double mean(const Signal& signal, size_t from) {
-    double sum = 0.0;
-    for (size_t i = from; i < signal.size(); ++i) sum += signal[i];
-    return sum / static_cast<double>(signal.size() - from);
-}
-
 TEST(Lims, PassesQuietSoundsAsCleanDoes) {
     const auto rendered = [](ProcessingMode mode, double level) {
         EngineRig rig;
@@ -59,8 +46,8 @@ TEST(Limits, HoldTheirCeilingsFromTheFirstSampleOn) {
                 rig.set(kSideChainMonitor, monitor);
                 rig.set(kSideChainIntExt, external);
                 use(rig, mode);
-                Stereo in = both(noise(24000, 1.0));
-                in = join(join(silence(4800), in), join(silence(4800), both(Signal(9600, 1.0))));
+                Stereo in = noise(24000, 1.0);
+                in = join(join(silence(4800), in), join(silence(4800), Signal(9600, 1.0)));
                 Stereo side = in;
                 for (double& x : side.left) x *= 10.0;
                 return peak(rig.render(in, &side).left);

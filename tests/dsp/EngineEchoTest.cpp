@@ -33,11 +33,6 @@ Match match(const Signal& early, const Signal& late, size_t expected) {
     return best;
 }
 
-Signal padded(Signal signal, size_t frames) {
-    signal.resize(frames, 0.0);
-    return signal;
-}
-
 TEST(EngineEcho, IsTheDelayInputUntouchedAfterTheDelay) {
     for (const double rate : {44100.0, 96000.0, 384000.0}) {
         for (const double ms : {1.0, 33.3, 250.0}) {
@@ -74,7 +69,7 @@ TEST(EngineEcho, TheLongestDelayIsReached) {
 TEST(EngineEcho, X2DoublesTheDelayAndHalvesTheLevel) {
     EngineRig rig;
     const Signal hum = rig.sine(400.0, 0.1);
-    rig.render(join(both(hum), silence(rig.samples(0.02))));
+    rig.render(join(hum, silence(rig.samples(0.02))));
     rig.set(kInfRepeat, 1.0);  // holds the sound, so that only its playback changes
     rig.settle(1.0);
     const Signal before = rig.render(silence(rig.samples(1.0))).left;
@@ -268,12 +263,12 @@ TEST(EngineSwitches, MakeNoStep) {
         rig.set(kFeedback, 0.5);
         rig.set(kGlobalMix, 0.1);
         rig.settle();
-        const Stereo side = both(rig.sine(130.0, 0.1));
+        const Stereo side = rig.sine(130.0, 0.1);
         const Signal in = rig.sine(100.0, 0.1);
         Stereo out = silence(1);
         for (int turn = 0; turn < 10; ++turn) {
             rig.set(index, turn % 2 == 0 ? 0.33 + (index != kProcessingMode) * 0.67 : 0.0);
-            out = join(out, rig.render(both(in), &side));
+            out = join(out, rig.render(in, &side));
         }
         EXPECT_LT(largestStep(out.left), 3.0 * step * peak(out.left)) << "parameter " << index;
     }

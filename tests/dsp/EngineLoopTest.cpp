@@ -9,16 +9,6 @@
 namespace Quorvant::Test {
 namespace {
 
-Stereo noise(size_t frames, uint64_t seed) {
-    Dice dice(seed);
-    Stereo signal = silence(frames);
-    for (size_t i = 0; i < frames; ++i) {
-        signal.left[i] = dice.between(-0.5, 0.5);
-        signal.right[i] = dice.between(-0.5, 0.5);
-    }
-    return signal;
-}
-
 // The shift between two stretches of the same loop: 0 ... one period.
 size_t shiftOf(const Signal& early, const Signal& late, size_t period) {
     for (size_t shift = 0; shift <= period + 4; ++shift) {
@@ -35,9 +25,9 @@ void expectHeldForTwoMinutes(EngineRig& rig) {
     rig.set(kFeedback, 0.4);
     rig.setDelayMs(250.0);
     rig.engine.reset();
-    rig.render(noise(rig.samples(0.6), 1));
+    rig.render(stereoNoise(rig.samples(0.6), 0.5, 1));
     rig.set(kInfRepeat, 1.0);
-    rig.render(noise(rig.samples(0.6), 2));
+    rig.render(stereoNoise(rig.samples(0.6), 0.5, 2));
 
     const size_t period = rig.samples(0.25);
     const Stereo first = rig.render(silence(2 * period));
@@ -49,7 +39,7 @@ void expectHeldForTwoMinutes(EngineRig& rig) {
         rig.set(kDelayClockMode, second % 2);
         rig.set(kManualTempo, second / 120.0);
         rig.set(kFeedbackInvert, second % 3 == 0);
-        rig.render(noise(rig.samples(1.0), 4 + static_cast<uint64_t>(second)));
+        rig.render(stereoNoise(rig.samples(1.0), 0.5, 4 + static_cast<uint64_t>(second)));
     }
     const Stereo last = rig.render(silence(3 * period + 16));
     const size_t shift = shiftOf(first.left, last.left, period);

@@ -119,7 +119,7 @@ TEST(EngineEnvelope, BendsTheClockByTheSideChainsLevel) {
         rig.set(kSideChainIntExt, external);
         rig.engine.reset();
         const Stereo in = silence(rig.samples(1.0));
-        const Stereo side = both(Signal(in.size(), sideLevel));
+        const Stereo side = Signal(in.size(), sideLevel);
         rig.render(in, &side);
         return rig.read(kOutDelayReadout) * 28800.0 / 100.0;  // the clock factor
     };
@@ -141,10 +141,10 @@ TEST(EngineSideChain, MonitorHearsTheBlend) {
     rig.set(kSideChainMonitor, 1.0);
     rig.engine.reset();
     const Signal main = rig.sine(300.0, 0.2), side = rig.sine(500.0, 0.2);
-    const Stereo sides = both(side);
-    EXPECT_LT(largestDifference(rig.render(both(main), &sides).left, side), 1e-12);
+    const Stereo sides = side;
+    EXPECT_LT(largestDifference(rig.render(main, &sides).left, side), 1e-12);
     EXPECT_EQ(rig.read(kOutSideChainConnected), 1.0);
-    EXPECT_LT(largestDifference(rig.render(both(main)).left, main), 1e-12);  // no bus: main input
+    EXPECT_LT(largestDifference(rig.render(main).left, main), 1e-12);  // no bus: main input
     EXPECT_EQ(rig.read(kOutSideChainConnected), 1e-15);
 }
 

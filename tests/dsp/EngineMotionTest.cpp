@@ -11,31 +11,6 @@ namespace {
 
 constexpr double kTone = 440.0;
 
-double decibels(double linear) {
-    return 20.0 * std::log10(std::max(linear, 1e-12));
-}
-
-// The highest sample above 5 kHz, in dBFS, from `from` on: a windowed sinc of which a steady sine
-// of 440 Hz at -6 dBFS leaves -84.
-double clicks(const Signal& signal, double rate, size_t from) {
-    const int reach = static_cast<int>(rate / 500.0);
-    Signal taps;
-    for (int i = -reach; i <= reach; ++i) {
-        const double turn = std::numbers::pi * i;
-        const double sinc = i ? std::sin(turn * 10000.0 / rate) / turn : 10000.0 / rate;
-        const double window =
-            0.42 + 0.5 * std::cos(turn / reach) + 0.08 * std::cos(2 * turn / reach);
-        taps.push_back((i == 0 ? 1.0 : 0.0) - sinc * window);
-    }
-    double highest = 0.0;
-    for (size_t at = from; at + taps.size() < signal.size(); ++at) {
-        double sum = 0.0;
-        for (size_t k = 0; k < taps.size(); ++k) sum += taps[k] * signal[at + k];
-        highest = std::max(highest, std::abs(sum));
-    }
-    return decibels(highest);
-}
-
 // It begins without a click.
 Signal toneIn(const EngineRig& rig, double seconds) {
     Signal tone = rig.sine(kTone, seconds);

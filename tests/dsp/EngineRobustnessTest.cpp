@@ -15,16 +15,6 @@ namespace {
 const double kNan = std::numeric_limits<double>::quiet_NaN();
 const double kInfinity = std::numeric_limits<double>::infinity();
 
-Stereo noise(size_t frames, uint64_t seed, double level = 0.5) {
-    Dice dice(seed);
-    Stereo signal = silence(frames);
-    for (size_t i = 0; i < frames; ++i) {
-        signal.left[i] = dice.between(-level, level);
-        signal.right[i] = dice.between(-level, level);
-    }
-    return signal;
-}
-
 // A setting in which everything works at once.
 void setBusy(EngineRig& rig, ProcessingMode mode) {
     rig.set(kMix, 0.6);
@@ -46,7 +36,8 @@ TEST(EngineRobustness, BadSamplesAreSilence) {
         EngineRig clean, poisoned;
         setBusy(clean, mode);
         setBusy(poisoned, mode);
-        Stereo good = noise(48000, 1), bad = good, goodSide = noise(48000, 2), badSide = goodSide;
+        Stereo good = stereoNoise(48000, 0.5, 1), bad = good, goodSide = stereoNoise(48000, 0.5, 2),
+               badSide = goodSide;
         Dice dice(3);
         for (const double poison : {kNan, kInfinity, -kInfinity, 1025.0, -1e30, 1e308}) {
             for (int n = 0; n < 300; ++n) {
@@ -74,12 +65,12 @@ TEST(EngineRobustness, SoundsAsBeforeOnceTheMemoryHasBeenReplaced) {
             rig->set(kInput, 0.5);
             rig->engine.reset();
         }
-        const Stereo shock = shocked.render(noise(24000, 1, 1024.0));
+        const Stereo shock = shocked.render(stereoNoise(24000, 1024.0, 1));
         EXPECT_TRUE(allFinite(shock));
         untouched.render(silence(24000));
         shocked.settle(8.0);
         untouched.settle(8.0);
-        const Stereo music = noise(24000, 2);
+        const Stereo music = stereoNoise(24000, 0.5, 2);
         EXPECT_LT(largestDifference(shocked.render(music).left, untouched.render(music).left),
                   mode == ProcessingMode::Full ? 1e-3 : 1e-9);
     }
@@ -98,7 +89,8 @@ TEST(EngineRobustness, NoSettingMakesItNotFiniteNorRunAway) {
             rig.set(kOutput, 0.5);
             rig.set(kGlobalInput, 0.5);
             rig.set(kGlobalOutput, 0.5);
-            const Stereo out = rig.render(noise(6000, dice.next(), dice.chance(0.2) ? 1e3 : 1.0));
+            const Stereo out =
+                rig.render(stereoNoise(6000, dice.chance(0.2) ? 1e3 : 1.0, dice.next()));
             ASSERT_TRUE(allFinite(out)) << rate << ' ' << round;
             // 1024 is the most that the memory holds; a spline overshoots by a quarter.
             ASSERT_LT(peak(out.left), 4.0 * 1024.0) << rate << ' ' << round;
@@ -118,7 +110,7 @@ TEST(EngineRobustness, ModulationAtItsDeepestDoesNotOvershoot) {
         rig.engine.reset();
         Stereo in = silence(0);
         for (uint64_t n = 0; n < 40; ++n) {
-            in = join(in, join(noise(1200, n + 1, 1.0), silence(1200)));
+            in = join(in, join(stereoNoise(1200, 1.0, n + 1), silence(1200)));
         }
         const Stereo out = rig.render(in);
         EXPECT_GT(peak(out.left), 0.3);
@@ -137,11 +129,11 @@ TEST(EngineRobustness, AClockThatJumpsDoesNotOvershoot) {
     rig.set(kDepth, 1.0);
     rig.set(kDelayX2, 1.0);
     rig.engine.reset();
-    rig.render(noise(9600, 99, 1.0));
+    rig.render(stereoNoise(9600, 1.0, 99));
     Stereo out = silence(0);
     for (uint64_t n = 0; n < 400; ++n) {
         rig.set(kEnvInvert, static_cast<double>(n % 2));
-        out = join(out, rig.render(noise(300 + n % 7, n + 1, 1.0)));
+        out = join(out, rig.render(stereoNoise(300 + n % 7, 1.0, n + 1)));
     }
     EXPECT_GT(peak(out.left), 2.0);
     EXPECT_LT(peak(out.left), 8.0);
@@ -165,7 +157,7 @@ TEST(EngineRobustness, ParametersAreClampedAndNonsenseIsIgnored) {
 // Where denormals count as zero, a negative one passes for 0 in comparisons and not in functions.
 TEST(EngineRobustness, ANegativeDenormalIsZero) {
     const ScopedFloatingPointMode hostFlushes;
-    const Stereo in = noise(4800, 1);
+    const Stereo in = stereoNoise(4800, 0.5, 1);
     for (uint32_t index = 0; index <= kManualTempo; ++index) {
         EngineRig rig, zero;
         setBusy(rig, ProcessingMode::Clean);
@@ -214,8 +206,8 @@ TEST(EngineRobustness, BlockSizeDoesNotMatter) {
         Stereo out = silence(0);
         Dice dice(5);
         for (uint64_t part = 0; part < 8; ++part) {
-            const Stereo side = noise(9600, 100 + part);
-            out = join(out, rig.render(noise(9600, part), &side));
+            const Stereo side = stereoNoise(9600, 0.5, 100 + part);
+            out = join(out, rig.render(stereoNoise(9600, 0.5, part), &side));
             // May come while a segment's fade runs, and then waits for its end.
             rig.setDelayMs(dice.between(0.0, 120.0));
             if (part % 3 == 2) rig.set(static_cast<DirectionMode>(dice.below(4)));
@@ -243,7 +235,7 @@ TEST(EngineRobustness, SingleAndDoublePrecisionAgree) {
     EngineRig wide, narrow;
     setBusy(wide, ProcessingMode::Legacy);
     setBusy(narrow, ProcessingMode::Legacy);
-    Stereo in = noise(48000, 9);
+    Stereo in = stereoNoise(48000, 0.5, 9);
     std::vector<float> left(in.left.begin(), in.left.end()),
         right(in.right.begin(), in.right.end());
     in = {Signal(left.begin(), left.end()), Signal(right.begin(), right.end())};
@@ -259,9 +251,9 @@ TEST(EngineRobustness, SingleAndDoublePrecisionAgree) {
 }
 
 TEST(EngineRobustness, MissingChannelsFallBackAndMissingBuffersDoNoHarm) {
-    const Stereo in = noise(4800, 1);
+    const Stereo in = stereoNoise(4800, 0.5, 1);
     EngineRig stereo, mono;
-    const Stereo expected = stereo.render(both(in.left));
+    const Stereo expected = stereo.render(in.left);
     Signal left(in.size()), right(in.size());
     const double* ins[4] = {in.left.data(), nullptr, nullptr, nullptr};
     double* outs[2] = {left.data(), right.data()};
@@ -280,7 +272,7 @@ TEST(EngineRobustness, MissingChannelsFallBackAndMissingBuffersDoNoHarm) {
     mono.engine.process64(ins, outs, 0);
     std::fill(left.begin(), left.end(), 7.0);
     mono.engine.process64(noIns, leftOnly, 480);
-    EXPECT_TRUE(allFinite(both(left)));
+    EXPECT_TRUE(allFinite(left));
     EXPECT_NE(left[0], 7.0);  // silence or a tail, but written
 }
 
@@ -298,7 +290,7 @@ std::vector<Sample> delicateBits(size_t count) {
 
 TEST(EngineSuspended, PassesTheInputBitForBit) {
     EngineRig rig;
-    rig.render(noise(4800, 1));
+    rig.render(stereoNoise(4800, 0.5, 1));
     const auto doubles = delicateBits<double>(4800);
     const auto floats = delicateBits<float>(4800);
     auto outLeft = doubles;  // the left channel in place
@@ -349,12 +341,12 @@ TEST(EngineReset, LeavesNothingOfThePast) {
     for (const ProcessingMode mode : kModes) {
         EngineRig used, fresh;
         used.set(mode);
-        used.render(noise(30000, 1));
+        used.render(stereoNoise(30000, 0.5, 1));
         used.set(kInfRepeat, 1.0);
         used.set(kDepth, 1.0);
         used.host.giveTempo(99.0);
         used.host.play(7.0);
-        used.render(noise(30000, 2));
+        used.render(stereoNoise(30000, 0.5, 2));
         used.set(kInfRepeat, 0.0);
         used.host.now = fresh.host.now;
         setBusy(fresh, mode);
@@ -363,7 +355,7 @@ TEST(EngineReset, LeavesNothingOfThePast) {
                                      kOutInfRepeatLamp, kOutSideChainPeakLeft, kOutDelayReadout}) {
             EXPECT_EQ(used.read(index), fresh.read(index)) << index;
         }
-        const Stereo in = noise(48000, 3);
+        const Stereo in = stereoNoise(48000, 0.5, 3);
         EXPECT_EQ(largestDifference(used.render(in).left, fresh.render(in).left), 0.0)
             << static_cast<int>(mode);
     }
@@ -371,7 +363,7 @@ TEST(EngineReset, LeavesNothingOfThePast) {
 
 TEST(EngineReset, TheResetCommandDoesTheSame) {
     EngineRig rig;
-    rig.render(noise(4000, 1));
+    rig.render(stereoNoise(4000, 0.5, 1));
     rig.set(kResetCommand, 0.0);
     EXPECT_GT(peak(rig.render(silence(2400)).left), 0.01);
     rig.set(kResetCommand, 1.0);
@@ -389,8 +381,8 @@ TEST(EngineDeterminism, TheSameCallsGiveTheSameBits) {
             for (int n = 0; n < 4; ++n) {
                 rig.set(static_cast<uint32_t>(dice.below(kParameterCount)), dice.unit());
             }
-            const Stereo side = noise(1600, dice.next());
-            out = join(out, rig.render(noise(1600, dice.next()), &side));
+            const Stereo side = stereoNoise(1600, 0.5, dice.next());
+            out = join(out, rig.render(stereoNoise(1600, 0.5, dice.next()), &side));
         }
         return out;
     };

@@ -1,10 +1,13 @@
 // The built module's editor in a real window, with a host's event loop around it.
+#include "params/ParameterIndex.h"
 #include "tests/module/ModuleRig.h"
+#include "tests/module/ProcessUse.h"
 #include "tools/hosting/EditorWindow.h"
 
 #include "pluginterfaces/gui/iplugviewcontentscalesupport.h"
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <set>
@@ -24,9 +27,10 @@ using Hosting::EditorWindow;
 using Hosting::Pointer;
 
 #ifdef _WIN32
-constexpr int kAttempts = 5, kRounds = 10;
+constexpr int kAttempts = 5, kRounds = 10, kEditors = 8,
+              kWarmUp = 3;  // Wine takes seconds for each
 #else
-constexpr int kAttempts = 1, kRounds = 50;
+constexpr int kAttempts = 1, kRounds = 50, kEditors = 200, kWarmUp = 20;
 #endif
 constexpr int kInputX = 141, kInputY = 65;  // the Input knob at 100 %
 
@@ -55,11 +59,8 @@ EditorWindow::Ptr openDrawn(ModuleRig& rig) {
     std::abort();
 }
 
-// Descriptors of this process; 0 where the system doesn't tell.
-size_t openFiles() {
-    std::error_code error;
-    const std::filesystem::directory_iterator files("/proc/self/fd", error);
-    return error ? 0 : static_cast<size_t>(std::distance(begin(files), end(files)));
+void pause(EditorWindow& window, int milliseconds) {
+    window.runUntil([] { return false; }, std::chrono::milliseconds(milliseconds));
 }
 
 void dragInputUp(EditorWindow& window) {
@@ -69,26 +70,11 @@ void dragInputUp(EditorWindow& window) {
     window.point(Pointer::Release, kInputX, kInputY - 30);
 }
 
-TEST(EditorWindow, DrawsItselfAndItsKnobsReachTheHost) {
-    ModuleRig rig;
-    auto window = openDrawn(rig);
-    auto& log = rig.plugin->editLog();
-    const auto before = window->pixels();
-    dragInputUp(*window);
-    EXPECT_TRUE(window->runUntil([&] { return log.ended == log.begun && log.ended > 0; }));
-    ASSERT_GT(log.edits.size(), 2u);
-    EXPECT_EQ(log.edits.back().id, 4u);
-    EXPECT_GT(log.edits.back().value, 0.5);
-    EXPECT_TRUE(window->runUntil([&] { return window->pixels().values != before.values; }));
-    // Keys belong to the host while nobody types.
-    EXPECT_NE(window->view().onKeyDown(' ', 0, 0), kResultTrue);
-}
-
-[[maybe_unused]] void click(EditorWindow& window, int x, int y) {
+void click(EditorWindow& window, int x, int y) {
     window.point(Pointer::Move, x, y);
     window.point(Pointer::Press, x, y);
     window.point(Pointer::Release, x, y);
-    window.runUntil([] { return false; }, std::chrono::milliseconds(150));
+    pause(window, 150);
 }
 
 #ifndef _WIN32
@@ -96,7 +82,7 @@ TEST(EditorWindow, DrawsItselfAndItsKnobsReachTheHost) {
 // Real keys, which reach the window that has the keyboard.
 void type(EditorWindow& window, const std::string& keys) {
     ASSERT_EQ(std::system(("xdotool key --delay 15 " + keys).c_str()), 0);
-    window.runUntil([] { return false; }, std::chrono::milliseconds(150));
+    pause(window, 150);
 }
 
 // The preset folder is found once a process.
@@ -155,17 +141,14 @@ TEST(EditorWindow, TypedTextIsTakenByReturnAndTheNamedButtonAlone) {
     saveAs("v w shift+Home ctrl+x ctrl+v ctrl+v Return");  // selected from its end
     EXPECT_TRUE(presetFiles().contains("vwvw"));
     // Two clicks in 400 ms are a double click, after a single one too.
-    const auto pause = [&](int ms) {
-        window->runUntil([] { return false; }, std::chrono::milliseconds(ms));
-    };
     click(*window, kInputX, kInputY);
-    pause(300);
+    pause(*window, 300);
     click(*window, kInputX, kInputY);
-    pause(130);
+    pause(*window, 130);
     click(*window, kInputX, kInputY);
     type(*window, "minus 6 Return");
     ASSERT_FALSE(rig.plugin->editLog().edits.empty());
-    EXPECT_EQ(rig.plugin->editLog().edits.back().id, 4u);
+    EXPECT_EQ(rig.plugin->editLog().edits.back().id, uint32_t{kInput});
     const auto begun = rig.plugin->editLog().begun;
     for (int i = 0; i < 2; ++i) click(*window, kInputX, kInputY);
     type(*window, "1 2");
@@ -230,7 +213,7 @@ TEST(EditorWindow, OpensOnlyWhereItCanAndObeysOneThread) {
     EXPECT_EQ(view->attached(handle(root), x11), kResultFalse) << "open already";
 
     const int before = host->resized;
-    controller.setParamNormalized(40, 0.0);  // the extensions panel
+    controller.setParamNormalized(kShowHideExtensions, 0.0);
     std::thread([&] { host->runTimers(); }).join();
     EXPECT_EQ(host->resized, before);
     host->runTimers();
@@ -255,16 +238,21 @@ Hosting::Pixels settled(EditorWindow& window) {
     return last;
 }
 
-TEST(EditorWindow, DrawsWhatChangesAsItDrawsAllAtOnce) {
+TEST(EditorWindow, ItsControlsReachTheHostAndAreDrawnAsIfAllAtOnce) {
     ModuleRig rig;
     auto window = openDrawn(rig);
+    auto& log = rig.plugin->editLog();
     dragInputUp(*window);
-    for (const auto& [x, y] : {std::pair{562, 164}, {280, 200}, {138, 196}}) {
-        window->point(Pointer::Press, x, y);
-        window->point(Pointer::Release, x, y);
-    }
+    EXPECT_TRUE(window->runUntil([&] { return log.ended == 1; }));
+    ASSERT_GT(log.edits.size(), 2u);
+    EXPECT_EQ(log.edits.back().id, uint32_t{kInput});
+    EXPECT_GT(log.edits.back().value, 0.5);
+    // Keys belong to the host while nobody types.
+    EXPECT_NE(window->view().onKeyDown(' ', 0, 0), kResultTrue);
+    for (const auto& [x, y] : {std::pair{562, 164}, {280, 200}, {138, 196}}) click(*window, x, y);
     window->point(Pointer::Move, 620, 347);  // where nothing lights up under the pointer
-    EXPECT_TRUE(window->runUntil([&] { return rig.plugin->editLog().ended == 4; }));
+    EXPECT_TRUE(window->runUntil([&] { return log.ended == 4; }));
+    EXPECT_EQ(log.misuses, std::vector<std::string>{});
     const auto changed = settled(*window);
     window = nullptr;
     window = openDrawn(rig);
@@ -318,7 +306,7 @@ TEST(EditorWindow, EditorsOfSeveralInstancesLiveAndDieApart) {
         dragInputUp(*windows[which]);
         return windows[which]->runUntil([&] {
             for (const auto& window : windows)
-                if (window) window->runUntil([] { return false; }, std::chrono::milliseconds(1));
+                if (window) pause(*window, 1);
             return log.ended == ended + 1;
         });
     };
@@ -327,6 +315,10 @@ TEST(EditorWindow, EditorsOfSeveralInstancesLiveAndDieApart) {
     windows[0] = nullptr;
     EXPECT_TRUE(dragIn(1));
     EXPECT_TRUE(dragIn(2));
+    // Timers go on, too: they have the panel closed.
+    const int height = windows[1]->height();
+    rigs[1].plugin->controller()->setParamNormalized(kShowHideExtensions, 0.0);
+    EXPECT_TRUE(windows[1]->runUntil([&] { return windows[1]->height() < height; }));
     windows[1] = nullptr;
     EXPECT_TRUE(dragIn(2));
     windows[0] = open(rigs[0]);
@@ -342,19 +334,44 @@ TEST(EditorWindow, OpensAndClosesManyTimesWhileAudioRuns) {
     ModuleRig rig;
     std::atomic<bool> done = false;
     std::thread audio([&] {
-        while (!done) rig.render(noise(0.2, 4800));
+        while (!done) rig.render(noise(4800, 0.2));
     });
-    size_t filesOpen = 0;
+    size_t handles = 0;
     for (int round = 0; round < kRounds; ++round) {
-        if (round == kRounds / 2) filesOpen = openFiles();
+        if (round == kRounds / 2) handles = currentUse().handles;
         auto window = round % 10 == 0 ? openDrawn(rig) : open(rig);
-        window->runUntil([] { return false; }, std::chrono::milliseconds(round % 3 * 30));
+        pause(*window, round % 3 * 30);
         window->close();
         EXPECT_EQ(window->handlerCount(), 0u) << "handlers are left in the host's loop";
     }
-    EXPECT_EQ(openFiles(), filesOpen);
+    EXPECT_EQ(currentUse().handles, handles);
     done = true;
     audio.join();
+}
+
+// As hosts' scans and closed projects have it: the module may come and go with its editor.
+TEST(EditorWindow, LeavesNothingBehind) {
+    const auto useAfter = [](ModuleRig* kept, int rounds) {
+        for (int i = 0; i < rounds; ++i) {
+            std::optional<ModuleRig> own;
+            ModuleRig& rig = kept ? *kept : own.emplace();
+            pause(*open(rig), 40);
+            rig.render(impulse(480));
+        }
+        return currentUse();
+    };
+    const auto expectNoMore = [&](ModuleRig* kept, int rounds) {
+        // The desktop's libraries make some things once and keep them.
+        const ProcessUse before = useAfter(kept, kWarmUp);
+        const ProcessUse after = useAfter(kept, rounds);
+        EXPECT_LE(after.threads, before.threads);
+        EXPECT_LE(after.handles, before.handles);
+        // An editor's bitmaps alone are megabytes; the libraries' caches breathe.
+        EXPECT_LT(after.heapBytes, before.heapBytes + 1000000) << before.heapBytes;
+    };
+    expectNoMore(nullptr, kRounds);
+    ModuleRig rig;
+    expectNoMore(&rig, kEditors);
 }
 
 }  // namespace

@@ -2,89 +2,21 @@
 // signals in, stereo signals out.
 #pragma once
 
+#include "tests/Sound.h"
 #include "tools/hosting/HostedPlugin.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <cstdint>
 #include <functional>
-#include <map>
-#include <numbers>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 namespace Quorvant::Test {
-
-using Signal = std::vector<double>;
-
-struct Stereo {
-    Signal left, right;
-
-    size_t size() const { return left.size(); }
-};
-
-inline Stereo both(const Signal& signal) {
-    return {signal, signal};
-}
-inline Signal silence(size_t frames) {
-    return Signal(frames, 0.0);
-}
-inline Signal impulse(size_t frames, double level = 0.5) {
-    Signal signal(frames, 0.0);
-    signal[0] = level;
-    return signal;
-}
-inline Signal sine(double hz, double level, size_t frames, double rate) {
-    Signal signal(frames);
-    for (size_t i = 0; i < frames; ++i)
-        signal[i] = level * std::sin(2.0 * std::numbers::pi * hz * static_cast<double>(i) / rate);
-    return signal;
-}
-inline Signal noise(double level, size_t frames, uint32_t seed = 1) {
-    Signal signal(frames);
-    for (double& x : signal) {
-        seed = seed * 1664525u + 1013904223u;
-        x = level * static_cast<int32_t>(seed) / 2147483648.0;
-    }
-    return signal;
-}
-inline double rms(const Signal& s, size_t from, size_t to) {
-    double sum = 0.0;
-    for (size_t i = from; i < to; ++i) sum += s[i] * s[i];
-    return std::sqrt(sum / static_cast<double>(to - from));
-}
-inline double peak(const Signal& s, size_t from = 0, size_t to = SIZE_MAX) {
-    double top = 0.0;
-    for (size_t i = from; i < std::min(to, s.size()); ++i) top = std::max(top, std::abs(s[i]));
-    return top;
-}
-inline size_t peakAt(const Signal& s, size_t from = 0, size_t to = SIZE_MAX) {
-    size_t at = from;
-    for (size_t i = from; i < std::min(to, s.size()); ++i)
-        if (std::abs(s[i]) > std::abs(s[at])) at = i;
-    return at;
-}
-// Frequency from the first and last upward zero crossing.
-inline double frequencyOf(const Signal& s, size_t from, size_t to, double rate) {
-    double first = -1.0, last = -1.0;
-    int periods = -1;
-    for (size_t i = from + 1; i < to; ++i) {
-        if (!(s[i - 1] < 0.0 && s[i] >= 0.0)) continue;
-        last = static_cast<double>(i) - s[i] / (s[i] - s[i - 1]);
-        if (first < 0.0) first = last;
-        ++periods;
-    }
-    return periods > 0 ? periods * rate / (last - first) : 0.0;
-}
-inline double largestDifference(const Stereo& a, const Stereo& b) {
-    double top = 0.0;
-    for (size_t i = 0; i < std::min(a.size(), b.size()); ++i)
-        top = std::max({top, std::abs(a.left[i] - b.left[i]), std::abs(a.right[i] - b.right[i])});
-    return top;
-}
 
 // Settings by name and text, as a host shows them.
 using Settings = std::vector<std::pair<std::string, std::string>>;
@@ -108,29 +40,22 @@ class ModuleRig {
         const auto prepared = plugin->prepare(setup);
         EXPECT_TRUE(prepared) << prepared.error();
     }
+    // Has the settings from the first frame on, without a glide.
     ModuleRig(const Settings& settings, Hosting::Setup wanted = {}) : ModuleRig(wanted) {
-        apply(settings);
-    }
-
-    Hosting::ParameterPoint point(const std::string& name, const std::string& text) {
-        const Hosting::Parameter* parameter = plugin->findParameter(name);
-        if (parameter == nullptr) {
-            ADD_FAILURE() << "no parameter " << name;
-            return {0, 0, 0.0};
-        }
-        const auto value = plugin->valueOf(*parameter, text);
-        EXPECT_TRUE(value) << value.error();
-        return {parameter->id, 0, value ? *value : 0.0};
-    }
-    // Reaches the processor without audio; then it is reset, so that nothing glides.
-    void apply(const Settings& settings) {
         change(settings);
         reset();
     }
+
     // Reaches the processor without audio, while it runs.
     void change(const Settings& settings) {
         std::vector<Hosting::ParameterPoint> points;
-        for (const auto& [name, text] : settings) points.push_back(point(name, text));
+        for (const auto& [name, text] : settings) {
+            const Hosting::Parameter* parameter = plugin->findParameter(name);
+            ASSERT_NE(parameter, nullptr) << name;
+            const auto value = plugin->valueOf(*parameter, text);
+            ASSERT_TRUE(value) << value.error();
+            points.push_back({parameter->id, 0, *value});
+        }
         EXPECT_EQ(plugin->flush(points), Steinberg::kResultOk);
     }
     void reset() {
@@ -139,64 +64,59 @@ class ModuleRig {
         frames = 0;
     }
 
-    // Renders in blocks of `blockSize`; `sideChain` goes to the second bus where one is active.
-    template <typename Sample = float>
+    // `sideChain` goes to the second bus where one is set up.
     Stereo render(const Stereo& in, const Stereo* sideChain = nullptr) {
+        constexpr size_t kBlock = 256;
         Stereo out{Signal(in.size()), Signal(in.size())};
-        std::vector<std::vector<Sample>> memory(6, std::vector<Sample>(blockSize));
-        for (size_t at = 0; at < in.size(); at += blockSize) {
-            const size_t n = std::min(blockSize, in.size() - at);
+        std::array<std::array<float, kBlock>, 6> memory{};
+        Hosting::Block<float> block;
+        block.inputs = {{memory[0].data(), memory[1].data()}};
+        if (setup.sideChain > 0) block.inputs.push_back({memory[2].data(), memory[3].data()});
+        block.outputs = {{memory[4].data(), memory[5].data()}};
+        Steinberg::Vst::ProcessContext context{};
+        if (transport) block.context = &context;
+        for (size_t at = 0; at < in.size(); at += kBlock) {
+            const size_t n = std::min(kBlock, in.size() - at);
             for (size_t i = 0; i < n; ++i) {
-                memory[0][i] = static_cast<Sample>(in.left[at + i]);
-                memory[1][i] = static_cast<Sample>(in.right[at + i]);
+                memory[0][i] = static_cast<float>(in.left[at + i]);
+                memory[1][i] = static_cast<float>(in.right[at + i]);
                 if (sideChain == nullptr) continue;
-                memory[2][i] = static_cast<Sample>(sideChain->left[at + i]);
-                memory[3][i] = static_cast<Sample>(sideChain->right[at + i]);
+                memory[2][i] = static_cast<float>(sideChain->left[at + i]);
+                memory[3][i] = static_cast<float>(sideChain->right[at + i]);
             }
-            Hosting::Block<Sample> block;
             block.frames = static_cast<Steinberg::int32>(n);
-            block.inputs = {channels(memory, 0, setup.mainInputs)};
-            if (setup.sideChain > 0) block.inputs.push_back(channels(memory, 2, setup.sideChain));
-            block.outputs = {channels(memory, 4, setup.mainOutputs)};
-            Steinberg::Vst::ProcessContext context{};
             if (transport) {
                 Hosting::Transport now = *transport;
                 if (now.positionBeats && now.tempoBpm)
                     *now.positionBeats +=
                         static_cast<double>(frames) * *now.tempoBpm / (60.0 * setup.sampleRate);
                 context = Hosting::makeContext(now, setup.sampleRate);
-                block.context = &context;
             }
             EXPECT_EQ(plugin->process(block), Steinberg::kResultOk);
             for (size_t i = 0; i < n; ++i) {
                 out.left[at + i] = static_cast<double>(memory[4][i]);
-                out.right[at + i] = static_cast<double>(memory[setup.mainOutputs > 1 ? 5 : 4][i]);
+                out.right[at + i] = static_cast<double>(memory[5][i]);
             }
             frames += static_cast<int64_t>(n);
             if (afterBlock) afterBlock();
         }
         return out;
     }
-    Stereo render(const Signal& in) { return render(both(in)); }
-
+    // Hands the controller's edits to the processor, as hosts do.
+    void forwardEdits() {
+        std::vector<Hosting::ParameterPoint> points;
+        for (const auto& [id, value] : plugin->editLog().edits) points.push_back({id, 0, value});
+        plugin->editLog().edits.clear();
+        EXPECT_EQ(plugin->flush(points), Steinberg::kResultOk);
+    }
     double reading(Hosting::ParamID id) { return plugin->outputValue(id).value_or(-1.0); }
 
     Hosting::Setup setup;
     Hosting::HostedPlugin::Ptr plugin;
-    size_t blockSize = 256;
     std::optional<Hosting::Transport> transport;  // moves on with the audio
     std::function<void()> afterBlock;
 
   private:
-    template <typename Sample>
-    static std::vector<Sample*> channels(std::vector<std::vector<Sample>>& memory, size_t first,
-                                         int count) {
-        std::vector<Sample*> pointers;
-        for (int i = 0; i < count; ++i)
-            pointers.push_back(memory[first + static_cast<size_t>(i)].data());
-        return pointers;
-    }
-
     int64_t frames = 0;  // since the last reset
 };
 

@@ -5,15 +5,12 @@
 
 #ifdef _WIN32
 #include <windows.h>
-// After windows.h, whose types they use.
-#include <psapi.h>
+// After windows.h, whose types it uses.
 #include <tlhelp32.h>
 #else
 #include <malloc.h>
 
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #endif
 
@@ -26,12 +23,6 @@ struct ProcessUse {
 };
 
 #ifdef _WIN32
-
-inline std::size_t residentBytes() {
-    PROCESS_MEMORY_COUNTERS counters{};
-    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-    return counters.PagefileUsage;
-}
 
 inline ProcessUse currentUse() {
     DWORD handles = 0;
@@ -51,12 +42,6 @@ inline ProcessUse currentUse() {
 }
 
 #else
-
-inline std::size_t residentBytes() {
-    std::size_t total = 0, resident = 0;
-    std::ifstream("/proc/self/statm") >> total >> resident;
-    return resident * 4096;
-}
 
 inline ProcessUse currentUse() {
     const auto count = [](const char* folder) {

@@ -1,9 +1,10 @@
-// Buses and arrangements as hosts ask for them.
+// Buses as hosts arrange them, and the channels that the engine gets of each.
 #include "tests/plugin/WrapperRig.h"
 
 #include "public.sdk/source/vst/utility/stringconvert.h"
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 
 namespace Quorvant {
@@ -11,99 +12,162 @@ namespace {
 
 using namespace Steinberg;
 using namespace Vst::SpeakerArr;
+using Arrangements = std::vector<Vst::SpeakerArrangement>;
 
-struct BusCase {
-    const char* name;
-    int32 channels;
-    bool aux;
-    bool defaultActive;
-    bool operator==(const BusCase& other) const {
-        return std::string(name) == other.name && channels == other.channels && aux == other.aux &&
-               defaultActive == other.defaultActive;
-    }
-};
-
-void expectBuses(QVXVST3EffectWrapper& wrapper, Vst::BusDirection direction,
-                 const std::vector<BusCase>& expected) {
-    ASSERT_EQ(wrapper.getBusCount(Vst::kAudio, direction), static_cast<int32>(expected.size()));
-    for (int32 i = 0; i < static_cast<int32>(expected.size()); ++i) {
-        Vst::BusInfo info{};
-        ASSERT_EQ(wrapper.getBusInfo(Vst::kAudio, direction, i, info), kResultOk);
-        const std::string name = VST3::StringConvert::convert(info.name);
-        const BusCase found{name.c_str(), info.channelCount, info.busType == Vst::kAux,
-                            (info.flags & Vst::BusInfo::kDefaultActive) != 0};
-        EXPECT_TRUE(found == expected[i]) << name << ' ' << found.channels << ' ' << found.aux;
-        Vst::SpeakerArrangement arrangement = 0;
-        EXPECT_EQ(wrapper.getBusArrangement(direction, i, arrangement), kResultOk);
-        EXPECT_EQ(getChannelCount(arrangement), expected[i].channels);
-    }
-}
-
-tresult arrange(QVXVST3EffectWrapper& wrapper, std::vector<Vst::SpeakerArrangement> ins,
-                std::vector<Vst::SpeakerArrangement> outs) {
+tresult arrange(QVXVST3EffectWrapper& wrapper, Arrangements ins, Arrangements outs) {
     return wrapper.setBusArrangements(ins.data(), static_cast<int32>(ins.size()), outs.data(),
                                       static_cast<int32>(outs.size()));
 }
 
-TEST(Buses, startWithStereoAndAMonoSideChain) {
-    WrapperRig rig;
-    expectBuses(*rig.wrapper, Vst::kInput,
-                {{"AudioInput", 2, false, true}, {"SideChainIn", 1, true, true}});
-    expectBuses(*rig.wrapper, Vst::kOutput, {{"AudioOutput", 2, false, true}});
-    EXPECT_EQ(rig.wrapper->getBusCount(Vst::kEvent, Vst::kInput), 0);
+// Name, channels, main or auxiliary, and whether the host should activate it by itself, of each.
+std::string buses(QVXVST3EffectWrapper& wrapper, Vst::BusDirection direction) {
+    std::string found;
+    for (int32 i = 0; i < wrapper.getBusCount(Vst::kAudio, direction); ++i) {
+        Vst::BusInfo info{};
+        Vst::SpeakerArrangement speakers = 0;
+        EXPECT_EQ(wrapper.getBusInfo(Vst::kAudio, direction, i, info), kResultOk);
+        EXPECT_EQ(wrapper.getBusArrangement(direction, i, speakers), kResultOk);
+        EXPECT_EQ(getChannelCount(speakers), info.channelCount);
+        found += VST3::StringConvert::convert(info.name) + ' ' + std::to_string(info.channelCount);
+        found += info.busType == Vst::kAux ? " aux" : " main";
+        found += info.flags & Vst::BusInfo::kDefaultActive ? " on;" : ";";
+    }
+    return found;
 }
 
-TEST(Buses, twoInputsFollowTheChannelCounts) {
+struct Layout {
+    Arrangements ins, outs;  // none: as an instance starts
+    const char *inputs, *outputs;
+};
+
+const Layout kStart = {
+    {}, {}, "AudioInput 2 main on;SideChainIn 1 aux on;", "AudioOutput 2 main on;"};
+const Layout kStereoKeyed = {{kStereo, kStereo},
+                             {kStereo},
+                             "Stereo In 2 main on;Stereo Aux In 2 aux;",
+                             "Stereo Out 2 main on;"};
+const Layout kMonoKeyedByStereo = {
+    {kMono, kStereo}, {kStereo}, "Mono In 1 main on;Stereo Aux In 2 aux;", "Stereo Out 2 main on;"};
+const Layout kStereoToMono = {
+    {kStereo, kMono}, {kMono}, "Stereo In 2 main on;Mono Aux In 1 aux;", "Mono Out 1 main on;"};
+const Layout kWithoutSideChain = {
+    {kMono, kEmpty}, {kStereo}, "Mono In 1 main on;", "Stereo Out 2 main on;"};
+const Layout kThreeChannelSideChain = {
+    {kMono, k30Cine}, {kStereo}, "Mono In 1 main on;", "Stereo Out 2 main on;"};
+const Layout kSplitMono = {{kStereo},
+                           {kStereo},
+                           "Main Input L 1 main on;Main Input R 1 main on;"
+                           "Auxiliary Input L 1 aux;Auxiliary Input R 1 aux;",
+                           "Main Output L 1 main on;Main Output R 1 main on;"};
+
+constexpr int kNone = -1;
+
+struct Routing {
+    const Layout& layout;
+    std::vector<int> activated;        // input buses
+    std::vector<int> sentIn, sentOut;  // channels of the block's buses, whatever was arranged
+    std::array<int, 4> in;             // the block's channels that the engine gets, counted
+    std::array<int, 2> out = {kNone, kNone};  // through all buses
+};
+
+const Routing kRoutings[] = {
+    {kStart, {}, {2, 1}, {2}, {0, 1, kNone, kNone}, {3, 4}},
+    {kStart, {1}, {2, 1}, {2}, {0, 1, 2, kNone}, {3, 4}},
+    {kStart, {1}, {2}, {2}, {0, 1, kNone, kNone}, {2, 3}},
+    {kStereoKeyed, {1}, {2, 2}, {2}, {0, 1, 2, 3}, {4, 5}},
+    {kStereoKeyed, {}, {2, 2}, {2}, {0, 1, kNone, kNone}, {4, 5}},
+    {kMonoKeyedByStereo, {1}, {1, 2}, {2}, {0, kNone, 1, 2}, {3, 4}},
+    {kStereoToMono, {1}, {2, 2}, {2}, {0, 1, 2, kNone}, {4, kNone}},
+    {kWithoutSideChain, {}, {2, 2}, {2}, {0, kNone, kNone, kNone}, {4, 5}},
+    {kThreeChannelSideChain, {}, {1, 3}, {2}, {0, kNone, kNone, kNone}, {4, 5}},
+    {kSplitMono, {}, {1, 1, 1, 1}, {1, 1}, {0, 1, kNone, kNone}, {4, 5}},
+    {kSplitMono, {2, 3}, {1, 1, 1, 1}, {1, 1}, {0, 1, 2, 3}, {4, 5}},
+    {kSplitMono, {2}, {1, 1, 1, 1}, {1, 1}, {0, 1, 2, kNone}, {4, 5}},
+    {kSplitMono, {3}, {1, 1, 1, 1}, {1, 1}, {0, 1, kNone, kNone}, {4, 5}},
+    {kSplitMono, {}, {2}, {2}, {0, 1, kNone, kNone}, {2, 3}},
+};
+
+template <typename Sample>
+void expectRouting(const Routing& routing, int32 sampleSize, const char* call) {
+    constexpr int32 kFrames = 16;
     WrapperRig rig;
     auto& wrapper = *rig.wrapper;
-    EXPECT_EQ(arrange(wrapper, {kStereo, kStereo}, {kStereo}), kResultOk);
-    expectBuses(wrapper, Vst::kInput,
-                {{"Stereo In", 2, false, true}, {"Stereo Aux In", 2, true, false}});
-    expectBuses(wrapper, Vst::kOutput, {{"Stereo Out", 2, false, true}});
+    const Layout& layout = routing.layout;
+    if (!layout.ins.empty()) {
+        EXPECT_EQ(arrange(wrapper, layout.ins, layout.outs), kResultOk);
+    }
+    EXPECT_EQ(buses(wrapper, Vst::kInput), layout.inputs);
+    EXPECT_EQ(buses(wrapper, Vst::kOutput), layout.outputs);
+    for (const int bus : routing.activated)
+        EXPECT_EQ(wrapper.activateBus(Vst::kAudio, Vst::kInput, bus, true), kResultOk);
+    rig.setUp(48000.0, sampleSize);
 
-    EXPECT_EQ(arrange(wrapper, {kMono, kMono}, {kMono}), kResultOk);
-    expectBuses(wrapper, Vst::kInput,
-                {{"Mono In", 1, false, true}, {"Mono Aux In", 1, true, false}});
-    expectBuses(wrapper, Vst::kOutput, {{"Mono Out", 1, false, true}});
+    std::array<std::array<Sample, kFrames>, 8> memory;
+    for (auto& channel : memory) channel.fill(Sample(7));
+    int next = 0;
+    const auto channels = [&](int count) {
+        std::vector<Sample*> pointers;
+        while (count-- > 0) pointers.push_back(memory[static_cast<std::size_t>(next++)].data());
+        return pointers;
+    };
+    TestBlock<Sample> block(kFrames);
+    for (const int count : routing.sentIn) block.input(channels(count));
+    const int firstOut = next;
+    for (const int count : routing.sentOut) block.output(channels(count));
+    EXPECT_EQ(block.run(wrapper), kResultOk);
 
-    for (const auto side : {kEmpty, k30Cine, k51}) {
-        EXPECT_EQ(arrange(wrapper, {kMono, side}, {kStereo}), kResultOk);
-        expectBuses(wrapper, Vst::kInput, {{"Mono In", 1, false, true}});
+    const auto number = [&](const void* pointer) {
+        for (int i = 0; i < next; ++i)
+            if (pointer == memory[static_cast<std::size_t>(i)].data()) return i;
+        return kNone;
+    };
+    EXPECT_EQ(rig.effect->calls, std::vector<std::string>{call});
+    EXPECT_EQ(rig.effect->frames, kFrames);
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(number(rig.effect->in[i]), routing.in[i]) << i;
+    for (std::size_t i = 0; i < 2; ++i) EXPECT_EQ(number(rig.effect->out[i]), routing.out[i]) << i;
+    // What nobody writes must not play what lay in it.
+    for (int i = firstOut; i < next; ++i) {
+        const bool written = i == routing.out[0] || i == routing.out[1];
+        EXPECT_EQ(memory[static_cast<std::size_t>(i)][3], Sample(written ? 0.25 : 0.0)) << i;
+    }
+    for (const auto& bus : block.outputBuses) EXPECT_EQ(bus.silenceFlags, 0u);
+}
+
+TEST(Buses, EveryArrangementHasItsBusesAndGivesTheEngineItsChannels) {
+    for (const Routing& routing : kRoutings) {
+        SCOPED_TRACE(&routing - kRoutings);
+        expectRouting<float>(routing, Vst::kSample32, "process32");
+        expectRouting<double>(routing, Vst::kSample64, "process64");
     }
 }
 
-TEST(Buses, oneInputGivesEveryChannelABusOfItsOwn) {
+TEST(Buses, ASideChainStaysActiveWhenBusesAreArrangedAgain) {
     WrapperRig rig;
-    EXPECT_EQ(arrange(*rig.wrapper, {kStereo}, {kStereo}), kResultOk);
-    expectBuses(*rig.wrapper, Vst::kInput,
-                {{"Main Input L", 1, false, true},
-                 {"Main Input R", 1, false, true},
-                 {"Auxiliary Input L", 1, true, false},
-                 {"Auxiliary Input R", 1, true, false}});
-    expectBuses(*rig.wrapper, Vst::kOutput,
-                {{"Main Output L", 1, false, true}, {"Main Output R", 1, false, true}});
+    rig.wrapper->activateBus(Vst::kAudio, Vst::kInput, 1, true);
+    EXPECT_EQ(arrange(*rig.wrapper, {kStereo, kStereo}, {kStereo}), kResultOk);
+    rig.setUp();
+    std::array<float, 6> memory{};
+    float* m = memory.data();
+    TestBlock<float> block(1);
+    block.input({m, m + 1}).input({m + 2, m + 3}).output({m + 4, m + 5}).run(*rig.wrapper);
+    EXPECT_EQ(rig.effect->in[3], m + 3);
 }
 
-TEST(Buses, otherCountsAreRefusedAndChangeNothing) {
+TEST(Buses, OtherCountsAreRefusedAndChangeNothing) {
     WrapperRig rig;
     auto& wrapper = *rig.wrapper;
-    EXPECT_EQ(arrange(wrapper, {}, {kStereo}), kResultFalse);
-    EXPECT_EQ(arrange(wrapper, {kStereo}, {}), kResultFalse);
-    EXPECT_EQ(arrange(wrapper, {kStereo, kMono}, {kStereo, kStereo}), kResultFalse);
-    EXPECT_EQ(arrange(wrapper, {kStereo, kMono, kMono}, {kStereo}), kResultFalse);
+    const std::pair<Arrangements, Arrangements> refused[] = {{{}, {kStereo}},
+                                                             {{kStereo}, {}},
+                                                             {{kStereo, kMono}, {kStereo, kStereo}},
+                                                             {{kStereo, kMono, kMono}, {kStereo}}};
+    for (const auto& [ins, outs] : refused) EXPECT_EQ(arrange(wrapper, ins, outs), kResultFalse);
     EXPECT_EQ(wrapper.setBusArrangements(nullptr, 2, nullptr, 1), kResultFalse);
     EXPECT_EQ(wrapper.setBusArrangements(nullptr, -1, nullptr, -1), kResultFalse);
-    expectBuses(wrapper, Vst::kInput,
-                {{"AudioInput", 2, false, true}, {"SideChainIn", 1, true, true}});
-}
-
-TEST(Buses, unknownBusesCantBeActivated) {
-    WrapperRig rig;
-    EXPECT_EQ(rig.wrapper->activateBus(Vst::kAudio, Vst::kInput, 1, true), kResultOk);
-    EXPECT_NE(rig.wrapper->activateBus(Vst::kAudio, Vst::kInput, 2, true), kResultOk);
-    EXPECT_NE(rig.wrapper->activateBus(Vst::kAudio, Vst::kInput, -1, true), kResultOk);
-    EXPECT_NE(rig.wrapper->activateBus(Vst::kEvent, Vst::kInput, 0, true), kResultOk);
-    EXPECT_NE(rig.wrapper->activateBus(77, 77, 0, true), kResultOk);
+    EXPECT_EQ(buses(wrapper, Vst::kInput), kStart.inputs);
+    for (const int32 unknown : {-1, 2})
+        EXPECT_NE(wrapper.activateBus(Vst::kAudio, Vst::kInput, unknown, true), kResultOk);
+    EXPECT_NE(wrapper.activateBus(Vst::kEvent, Vst::kInput, 0, true), kResultOk);
+    EXPECT_NE(wrapper.activateBus(77, 77, 0, true), kResultOk);
 }
 
 }  // namespace

@@ -15,10 +15,14 @@ namespace {
 using namespace Steinberg;
 using Calls = std::vector<std::string>;
 
-TEST(Lifecycle, initialisesOnceUntilTerminated) {
+tresult setUp(QVXVST3EffectWrapper& wrapper, double rate, int32 sampleSize = Vst::kSample32) {
+    Vst::ProcessSetup setup{Vst::kRealtime, sampleSize, 512, rate};
+    return wrapper.setupProcessing(setup);
+}
+
+TEST(Lifecycle, InitialisesOnceUntilTerminated) {
     WrapperRig rig;
     EXPECT_EQ(rig.wrapper->initialize(&Hosting::hostApplication()), kResultFalse);
-    EXPECT_EQ(rig.wrapper->initialize(nullptr), kResultFalse);
     EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 2);
     EXPECT_EQ(rig.wrapper->terminate(), kResultOk);
     EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 0);
@@ -27,53 +31,36 @@ TEST(Lifecycle, initialisesOnceUntilTerminated) {
     EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 2);
 }
 
-TEST(Lifecycle, setUpResetsAndActivationSetsTheRate) {
-    WrapperRig rig;
-    Vst::ProcessSetup setup{Vst::kOffline, Vst::kSample64, 256, 96000.0};
-    EXPECT_EQ(rig.wrapper->setupProcessing(setup), kResultOk);
-    EXPECT_EQ(rig.effect->calls, Calls{"reset"});
-    rig.effect->calls.clear();
-    EXPECT_EQ(rig.wrapper->setActive(true), kResultOk);
-    EXPECT_EQ(rig.effect->calls, (Calls{"setSampleRate", "reset"}));
-    EXPECT_EQ(rig.effect->sampleRate, 96000.0);
-    rig.effect->calls.clear();
-    EXPECT_EQ(rig.wrapper->setActive(false), kResultOk);
-    EXPECT_EQ(rig.effect->calls, (Calls{"setSampleRate", "reset"}));
-}
-
-TEST(Lifecycle, activatesAt44100BeforeAnySetUpAndAtRatesThatTheEngineRefuses) {
+TEST(Lifecycle, SetUpResetsAndActivationSetsTheRateWhateverItIs) {
     WrapperRig rig;
     EXPECT_EQ(rig.wrapper->setActive(true), kResultOk);
-    EXPECT_EQ(rig.effect->sampleRate, 44100.0);
-    for (const double rate : {22050.0, 500000.0, 1234.5678}) {
-        rig.wrapper->setActive(false);
-        Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 256, rate};
-        EXPECT_EQ(rig.wrapper->setupProcessing(setup), kResultOk);
+    EXPECT_EQ(rig.effect->sampleRate, 44100.0) << "before any set-up";
+    rig.wrapper->setActive(false);
+    for (const double rate : {96000.0, 22050.0, 500000.0, 1234.5678}) {
+        rig.effect->calls.clear();
+        EXPECT_EQ(setUp(*rig.wrapper, rate), kResultOk);
+        EXPECT_EQ(rig.effect->calls, Calls{"reset"});
         EXPECT_EQ(rig.wrapper->setActive(true), kResultOk);
         EXPECT_EQ(rig.effect->sampleRate, rate);
+        EXPECT_EQ(rig.wrapper->setActive(false), kResultOk);
+        EXPECT_EQ(rig.effect->calls,
+                  (Calls{"reset", "setSampleRate", "reset", "setSampleRate", "reset"}));
     }
-    for (const double rate : {0.0, -48000.0, std::numeric_limits<double>::quiet_NaN(),
-                              std::numeric_limits<double>::infinity()}) {
-        Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 256, rate};
-        EXPECT_NE(rig.wrapper->setupProcessing(setup), kResultOk) << rate;
-    }
+    using Limits = std::numeric_limits<double>;
+    for (const double rate : {0.0, -48000.0, Limits::quiet_NaN(), Limits::infinity()})
+        EXPECT_NE(setUp(*rig.wrapper, rate), kResultOk) << rate;
     rig.wrapper->setActive(true);
     EXPECT_EQ(rig.effect->sampleRate, 1234.5678) << "a refused set-up changes nothing";
 }
 
-TEST(Lifecycle, unsupportedSampleSizesAreRefused) {
+TEST(Lifecycle, AnswersComeFromTheEngine) {
     WrapperRig rig;
-    EXPECT_EQ(rig.wrapper->canProcessSampleSize(Vst::kSample32), kResultTrue);
-    EXPECT_EQ(rig.wrapper->canProcessSampleSize(Vst::kSample64), kResultTrue);
-    EXPECT_EQ(rig.wrapper->canProcessSampleSize(2), kResultFalse);
-    EXPECT_EQ(rig.wrapper->canProcessSampleSize(-1), kResultFalse);
+    for (const int32 size : {-1, 0, 1, 2}) {
+        const bool known = size == Vst::kSample32 || size == Vst::kSample64;
+        EXPECT_EQ(rig.wrapper->canProcessSampleSize(size), known ? kResultTrue : kResultFalse);
+    }
     rig.effect->offers64 = false;
-    Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample64, 256, 48000.0};
-    EXPECT_EQ(rig.wrapper->setupProcessing(setup), kResultFalse);
-}
-
-TEST(Lifecycle, answersComeFromTheEngine) {
-    WrapperRig rig;
+    EXPECT_EQ(setUp(*rig.wrapper, 48000.0, Vst::kSample64), kResultFalse);
     EXPECT_EQ(rig.wrapper->getTailSamples(), 441000u);
     rig.effect->tail = -1;
     EXPECT_EQ(rig.wrapper->getTailSamples(), Vst::kInfiniteTail);
@@ -89,68 +76,7 @@ TEST(Lifecycle, answersComeFromTheEngine) {
     EXPECT_EQ(rig.wrapper->setProcessing(true), kNotImplemented);
 }
 
-TEST(Lifecycle, processingBeforeActivationIsHarmless) {
-    WrapperRig rig;
-    float sample = 0.0f;
-    TestBlock<float> block(1);
-    block.input({&sample}).output({&sample}).point(kMix, 0.5);
-    EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
-    EXPECT_EQ(rig.effect->handed.size(), 1u);
-}
-
-TEST(Lifecycle, blocksDuringAChangeOfTheSetUpAreSilentAndLoseNothing) {
-    WrapperRig rig;
-    rig.setUp();
-    std::array<float, 8> in{}, left{}, right{};
-    const auto run = [&](TestBlock<float>& block) {
-        left.fill(3.0f);
-        right.fill(3.0f);
-        block.input({in.data(), in.data()}).output({left.data(), right.data()});
-        EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
-    };
-    const auto isSilent = [](float x) { return x == 0.0f; };
-    Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 512, 96000.0};
-    for (const bool activation : {true, false}) {
-        rig.effect->duringReset = [&] {
-            rig.effect->takeHanded();
-            rig.effect->calls.clear();
-            std::thread([&] {
-                TestBlock<float> block(8);
-                block.point(kMix, 0.75).point(kSuspend, 1.0);
-                run(block);
-                EXPECT_TRUE(std::ranges::all_of(left, isSilent));
-                EXPECT_TRUE(std::ranges::all_of(right, isSilent));
-            }).join();
-            EXPECT_TRUE(rig.effect->calls.empty() && rig.effect->handed.empty());
-        };
-        activation ? rig.wrapper->setActive(true) : rig.wrapper->setupProcessing(setup);
-        rig.effect->duringReset = {};
-        EXPECT_EQ(stateDoubles(rig.state())[kMix], 0.75);
-        TestBlock<float> next(8);
-        next.point(kFeedback, 0.5);
-        run(next);
-        EXPECT_EQ(rig.effect->takeHanded(), (std::vector<FakeEffect::Handed>{
-                                                {kMix, 0.75}, {kSuspend, 1.0}, {kFeedback, 0.5}}));
-        EXPECT_EQ(left[0], 0.25f);
-    }
-}
-
-TEST(Lifecycle, aBlockRefusesChangesOfTheSetUpFromWithinItself) {
-    WrapperRig rig;
-    rig.setUp();
-    rig.effect->duringProcess = [&] {
-        Vst::ProcessSetup setup{Vst::kRealtime, Vst::kSample32, 512, 96000.0};
-        EXPECT_NE(rig.wrapper->setActive(false), kResultOk);
-        EXPECT_NE(rig.wrapper->setupProcessing(setup), kResultOk);
-    };
-    float sample = 0.0f;
-    TestBlock<float> block(1);
-    block.input({&sample}).output({&sample});
-    EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
-    EXPECT_EQ(rig.effect->calls, Calls{"process32"});
-}
-
-TEST(Lifecycle, withoutAnEngineAllAnswersAreNeutral) {
+TEST(Lifecycle, WithoutAnEngineAllAnswersAreNeutral) {
     auto wrapper = owned(
         new QVXVST3EffectWrapper([](const QVXHostLink&) { return std::unique_ptr<QVXEffect>(); }));
     EXPECT_EQ(wrapper->initialize(nullptr), kResultOk);
@@ -164,6 +90,55 @@ TEST(Lifecycle, withoutAnEngineAllAnswersAreNeutral) {
     EXPECT_EQ(block.run(*wrapper), kResultOk);
     EXPECT_EQ(sample, 0.0f);
     EXPECT_EQ(wrapper->terminate(), kResultOk);
+}
+
+TEST(Lifecycle, BlocksDuringAChangeOfTheSetUpAreSilentAndLoseNothing) {
+    WrapperRig rig;
+    std::array<float, 8> in{}, left{}, right{};
+    const auto run = [&](TestBlock<float>& block) {
+        left.fill(3.0f);
+        right.fill(3.0f);
+        block.input({in.data(), in.data()}).output({left.data(), right.data()});
+        EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
+    };
+    const auto isSilent = [](float x) { return x == 0.0f; };
+    for (const bool activation : {true, false}) {
+        rig.effect->duringReset = [&] {
+            rig.effect->takeHanded();
+            rig.effect->calls.clear();
+            std::thread([&] {
+                TestBlock<float> block(8);
+                block.point(kMix, 0.75).point(kSuspend, 1.0);
+                run(block);
+                EXPECT_TRUE(std::ranges::all_of(left, isSilent));
+                EXPECT_TRUE(std::ranges::all_of(right, isSilent));
+            }).join();
+            EXPECT_TRUE(rig.effect->calls.empty() && rig.effect->handed.empty());
+        };
+        activation ? rig.wrapper->setActive(true) : setUp(*rig.wrapper, 96000.0);
+        rig.effect->duringReset = {};
+        EXPECT_EQ(stateDoubles(rig.state())[kMix], 0.75);
+        TestBlock<float> next(8);
+        next.point(kFeedback, 0.5);
+        run(next);
+        EXPECT_EQ(rig.effect->takeHanded(), (std::vector<FakeEffect::Handed>{
+                                                {kMix, 0.75}, {kSuspend, 1.0}, {kFeedback, 0.5}}));
+        EXPECT_EQ(left[0], 0.25f);
+    }
+}
+
+TEST(Lifecycle, ABlockRefusesChangesOfTheSetUpFromWithinItself) {
+    WrapperRig rig;  // not active, which is harmless
+    rig.effect->duringProcess = [&] {
+        EXPECT_NE(rig.wrapper->setActive(false), kResultOk);
+        EXPECT_NE(setUp(*rig.wrapper, 96000.0), kResultOk);
+        EXPECT_NE(rig.wrapper->terminate(), kResultOk);
+    };
+    float sample = 0.0f;
+    TestBlock<float> block(1);
+    block.input({&sample}).output({&sample});
+    EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
+    EXPECT_EQ(rig.effect->calls, Calls{"process32"});
 }
 
 }  // namespace

@@ -1,9 +1,10 @@
-// What a block hands to the engine: channels, transport, and what becomes of odd blocks.
+// What a block hands to the engine beside its channels, and what becomes of odd blocks.
 #include "tests/plugin/WrapperRig.h"
 
 #include "pluginterfaces/vst/ivstprocesscontext.h"
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <limits>
 
@@ -11,118 +12,12 @@ namespace Quorvant {
 namespace {
 
 using namespace Steinberg;
-using namespace Vst::SpeakerArr;
 
-constexpr int32 kFrames = 16;
-
-template <typename Sample>
-struct Memory {
-    std::array<std::array<Sample, kFrames>, 8> channels{};
-    Sample* operator[](std::size_t i) { return channels[i].data(); }
-};
-
-using Pointers = std::vector<const void*>;
-
-class ProcessTest : public testing::Test {
-  protected:
-    void arrange(std::vector<Vst::SpeakerArrangement> ins,
-                 std::vector<Vst::SpeakerArrangement> outs) {
-        ASSERT_EQ(rig.wrapper->setBusArrangements(ins.data(), static_cast<int32>(ins.size()),
-                                                  outs.data(), static_cast<int32>(outs.size())),
-                  kResultOk);
-    }
-    void activateInput(int32 bus) {
-        ASSERT_EQ(rig.wrapper->activateBus(Vst::kAudio, Vst::kInput, bus, true), kResultOk);
-    }
-    Pointers in() { return Pointers(rig.effect->in.begin(), rig.effect->in.end()); }
-    Pointers out() { return Pointers(rig.effect->out.begin(), rig.effect->out.end()); }
-
+TEST(Process, MissingPartsOfABlockAreNeverTouched) {
     WrapperRig rig;
-    Memory<float> m;
-};
-
-TEST_F(ProcessTest, defaultBusesReachTheEngine) {
     rig.setUp();
-    TestBlock<float> block(kFrames);
-    block.input({m[0], m[1]}).input({m[2]}).output({m[3], m[4]});
-    EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
-    EXPECT_EQ(in(), (Pointers{m[0], m[1], nullptr, nullptr})) << "side chain is not active";
-    EXPECT_EQ(out(), (Pointers{m[3], m[4]}));
-    EXPECT_EQ(rig.effect->frames, kFrames);
-    EXPECT_EQ(rig.effect->calls, std::vector<std::string>{"process32"});
-    EXPECT_EQ(block.outputBuses[0].silenceFlags, 0u);
-
-    activateInput(1);
-    block.run(*rig.wrapper);
-    EXPECT_EQ(in(), (Pointers{m[0], m[1], m[2], nullptr}));
-}
-
-TEST_F(ProcessTest, doublesHaveTheirOwnPath) {
-    rig.setUp(48000.0, Vst::kSample64);
-    Memory<double> d;
-    TestBlock<double> block(kFrames);
-    block.input({d[0], d[1]}).output({d[0], d[1]});
-    block.run(*rig.wrapper);
-    EXPECT_EQ(rig.effect->calls, std::vector<std::string>{"process64"});
-    EXPECT_EQ(in(), (Pointers{d[0], d[1], nullptr, nullptr}));
-    EXPECT_EQ(out(), (Pointers{d[0], d[1]})) << "in place";
-}
-
-TEST_F(ProcessTest, monoMainHasNoRightChannel) {
-    arrange({kMono, kStereo}, {kStereo});
-    activateInput(1);
-    rig.setUp();
-    TestBlock<float> block(kFrames);
-    block.input({m[0]}).input({m[1], m[2]}).output({m[3], m[4]});
-    block.run(*rig.wrapper);
-    EXPECT_EQ(in(), (Pointers{m[0], nullptr, m[1], m[2]}));
-
-    arrange({kStereo, kMono}, {kMono});
-    activateInput(1);
-    TestBlock<float> wide(kFrames);
-    m[4][0] = 7.0f;
-    wide.input({m[0], m[5]}).input({m[1], m[2]}).output({m[3], m[4]});
-    wide.run(*rig.wrapper);
-    EXPECT_EQ(in(), (Pointers{m[0], m[5], m[1], nullptr}));
-    EXPECT_EQ(out(), (Pointers{m[3], nullptr}));
-    EXPECT_EQ(m[4][0], 0.0f) << "a channel that nobody writes must not play what lay in it";
-}
-
-TEST_F(ProcessTest, splitMonoTakesEveryChannelFromABusOfItsOwn) {
-    arrange({kStereo}, {kStereo});
-    rig.setUp();
-    TestBlock<float> block(kFrames);
-    block.input({m[0]}).input({m[1]}).input({m[2]}).input({m[3]}).output({m[4]}).output({m[5]});
-    block.run(*rig.wrapper);
-    EXPECT_EQ(in(), (Pointers{m[0], m[1], nullptr, nullptr}));
-    EXPECT_EQ(out(), (Pointers{m[4], m[5]}));
-    EXPECT_EQ(block.outputBuses[1].silenceFlags, 0u);
-    activateInput(2);
-    activateInput(3);
-    block.run(*rig.wrapper);
-    EXPECT_EQ(in(), (Pointers{m[0], m[1], m[2], m[3]}));
-
-    TestBlock<float> stereo(kFrames);
-    stereo.input({m[0], m[1]}).output({m[4], m[5]});
-    stereo.run(*rig.wrapper);
-    EXPECT_EQ(in(), (Pointers{m[0], m[1], nullptr, nullptr}));
-    EXPECT_EQ(out(), (Pointers{m[4], m[5]}));
-}
-
-TEST_F(ProcessTest, aSideChainStaysActiveWhenBusesAreArrangedAgain) {
-    activateInput(1);
-    arrange({kStereo, kStereo}, {kStereo});
-    rig.setUp();
-    TestBlock<float> block(kFrames);
-    block.input({m[0], m[1]}).input({m[2], m[3]}).output({m[4], m[5]});
-    block.run(*rig.wrapper);
-    EXPECT_EQ(in(), (Pointers{m[0], m[1], m[2], m[3]}));
-}
-
-TEST_F(ProcessTest, missingPartsOfABlockAreNeverTouched) {
-    rig.setUp();
-    activateInput(1);
-    for (int32 frames : {kFrames, 0, -5}) {
+    rig.wrapper->activateBus(Vst::kAudio, Vst::kInput, 1, true);
+    for (const int32 frames : {16, 0, -5}) {
         TestBlock<float> bare(frames);
         EXPECT_EQ(bare.point(kMix, 0.25).run(*rig.wrapper), kResultOk);
         EXPECT_EQ(rig.effect->takeHanded().size(), 1u) << "parameters count without audio";
@@ -131,7 +26,7 @@ TEST_F(ProcessTest, missingPartsOfABlockAreNeverTouched) {
         TestBlock<float> nulls(frames);
         nulls.input({nullptr, nullptr}).input({}).output({nullptr, nullptr});
         EXPECT_EQ(nulls.run(*rig.wrapper), kResultOk);
-        EXPECT_EQ(in(), (Pointers{nullptr, nullptr, nullptr, nullptr}));
+        for (const void* channel : rig.effect->in) EXPECT_EQ(channel, nullptr);
         EXPECT_EQ(rig.effect->frames, std::max(frames, 0));
         nulls.inputBuses[0].channelBuffers32 = nullptr;
         nulls.outputBuses[0].channelBuffers32 = nullptr;
@@ -142,62 +37,79 @@ TEST_F(ProcessTest, missingPartsOfABlockAreNeverTouched) {
         nulls.data.outputParameterChanges = nullptr;
         EXPECT_EQ(rig.wrapper->process(nulls.data), kResultOk);
     }
-
-    TestBlock<float> noInput(kFrames);
-    m[0][3] = 5.0f;
-    rig.effect->calls.clear();
-    noInput.output({m[0], m[1]}).run(*rig.wrapper);
-    EXPECT_TRUE(rig.effect->calls.empty());
-    EXPECT_EQ(m[0][3], 0.0f);
-
-    TestBlock<float> odd(kFrames);
+    TestBlock<float> odd(16);
     odd.data.symbolicSampleSize = 99;
-    EXPECT_NE(odd.input({m[0]}).output({m[1]}).run(*rig.wrapper), kResultOk);
+    EXPECT_NE(odd.run(*rig.wrapper), kResultOk);
 }
 
-TEST_F(ProcessTest, blocksLargerThanAnnouncedGoThroughWhole) {
+TEST(Process, OutputsThatTheEngineCantFillAreSilent) {
+    std::array<float, 16> in{}, left{}, right{};
+    const auto run = [&](TestBlock<float>& block) {
+        left.fill(5.0f);
+        right.fill(5.0f);
+        WrapperRig rig;
+        rig.setUp();
+        EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
+    };
+    TestBlock<float> withoutInput(16);
+    run(withoutInput.output({left.data(), right.data()}));
+    EXPECT_EQ(left[3], 0.0f);
+    EXPECT_EQ(right[3], 0.0f);
+    TestBlock<float> withoutLeft(16);
+    run(withoutLeft.input({in.data(), in.data()}).output({nullptr, right.data()}));
+    EXPECT_EQ(right[3], 0.0f);
+}
+
+TEST(Process, BlocksLargerThanAnnouncedGoThroughWholeAndInPlace) {
+    WrapperRig rig;
     rig.setUp();
     std::vector<float> left(5000), right(5000);
     TestBlock<float> block(5000);
     block.input({left.data(), right.data()}).output({left.data(), right.data()}).run(*rig.wrapper);
     EXPECT_EQ(rig.effect->frames, 5000);
+    EXPECT_EQ(rig.effect->in[0], rig.effect->out[0]);
     EXPECT_EQ(left.back(), 0.25f);
 }
 
-TEST_F(ProcessTest, transportComesFromTheBlocksContext) {
+TEST(Process, TransportComesFromTheBlocksContext) {
+    WrapperRig rig;
     rig.setUp();
-    Vst::ProcessContext context{};
-    context.tempo = 97.5;
-    context.projectTimeMusic = -2.25;
-    context.state = Vst::ProcessContext::kTempoValid | Vst::ProcessContext::kProjectTimeMusicValid |
-                    Vst::ProcessContext::kPlaying;
-    TestBlock<float> block(kFrames);
-    block.input({m[0], m[1]}).output({m[2], m[3]});
-    block.data.processContext = &context;
-    block.run(*rig.wrapper);
-    EXPECT_TRUE(rig.effect->transport.tempoValid && rig.effect->transport.positionValid);
-    EXPECT_EQ(rig.effect->transport.tempoBpm, 97.5);
-    EXPECT_EQ(rig.effect->transport.positionBeats, -2.25);
-    EXPECT_TRUE(rig.effect->transport.playing);
-
-    context.tempo = std::numeric_limits<double>::quiet_NaN();
-    context.projectTimeMusic = std::numeric_limits<double>::infinity();
-    block.run(*rig.wrapper);
-    EXPECT_FALSE(rig.effect->transport.tempoValid || rig.effect->transport.positionValid);
-
-    context = {};
-    context.tempo = 60.0;
-    block.run(*rig.wrapper);
-    EXPECT_FALSE(rig.effect->transport.tempoValid) << "not marked as valid";
+    std::array<float, 16> memory{};
+    TestBlock<float> block(16);
+    block.input({memory.data(), memory.data()}).output({memory.data(), memory.data()});
+    using Context = Vst::ProcessContext;
+    const auto given = [&](uint32 state, double tempo, double position) {
+        Context context{};
+        context.state = state;
+        context.tempo = tempo;
+        context.projectTimeMusic = position;
+        block.data.processContext = &context;
+        block.run(*rig.wrapper);
+        return rig.effect->transport;
+    };
+    constexpr uint32 kAll =
+        Context::kTempoValid | Context::kProjectTimeMusicValid | Context::kPlaying;
+    const HostTransport whole = given(kAll, 97.5, -2.25);
+    EXPECT_TRUE(whole.tempoValid && whole.positionValid && whole.playing);
+    EXPECT_EQ(whole.tempoBpm, 97.5);
+    EXPECT_EQ(whole.positionBeats, -2.25);
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    for (const auto& [tempo, position] : {std::pair{kNan, kInf}, {0.0, kNan}, {-120.0, -kInf}}) {
+        const HostTransport odd = given(kAll, tempo, position);
+        EXPECT_FALSE(odd.tempoValid || odd.positionValid) << tempo;
+    }
+    const HostTransport unmarked = given(0, 60.0, 1.0);
+    EXPECT_FALSE(unmarked.tempoValid || unmarked.positionValid || unmarked.playing);
+    given(kAll, 97.5, -2.25);
     block.data.processContext = nullptr;
     block.run(*rig.wrapper);
     EXPECT_FALSE(rig.effect->transport.tempoValid || rig.effect->transport.playing);
 
-    const auto needs = rig.wrapper->getProcessContextRequirements();
-    using Requirements = Vst::IProcessContextRequirements;
-    EXPECT_EQ(needs,
-              static_cast<uint32>(Requirements::kNeedTempo | Requirements::kNeedProjectTimeMusic |
-                                  Requirements::kNeedTransportState));
+    using Needs = Vst::IProcessContextRequirements;
+    EXPECT_EQ(
+        rig.wrapper->getProcessContextRequirements(),
+        uint32{Needs::kNeedTempo | Needs::kNeedProjectTimeMusic | Needs::kNeedTransportState});
 }
 
 }  // namespace
