@@ -23,7 +23,7 @@ declare -A sets=(
     [rivals]="zam-plugins calf-plugins mda-lv2 swh-lv2 invada-studio-plugins-lv2 lsp-plugins-lv2"
     [docs]="python3-numpy python3-scipy python3-matplotlib"
     [daw]="ardour python3-scipy"
-    [fuzz]="clang clang-tidy libclang-rt-14-dev"
+    [fuzz]="clang libclang-rt-14-dev"
     [package]="pandoc weasyprint fonts-lato fonts-dejavu-core python3 nsis zip unzip xz-utils
         dpkg-dev fakeroot file lintian git"
 )
