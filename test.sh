@@ -40,7 +40,7 @@ attribute() {
 }
 
 # What the sanitizers watch: everything that runs inside a host, and the module in one.
-sanitized=(params-tests plugin-tests presets-tests platform-tests dsp_tests soak)
+sanitized=(params-tests plugin-tests presets-tests platform-tests dsp-tests soak)
 targets=()
 
 # suite PRESET [ctest option…]: builds a preset (only `targets` of it, if there are any) and runs its
@@ -102,14 +102,14 @@ else
     quote "Playing in a DAW" ok:
     # Under Wine what concerns the module and its window; the rest of drawing and the command line are
     # tested on Linux.
-    suite windows -E '^(corvane_tools_test|gui-tests|dsp_paths_tests)'
+    suite windows -E '^(tools-tests|gui-tests|dsp-paths-tests)'
     check "Checking the Windows artefacts" scripts/check-artefacts.sh windows
     check "Comparing Linux and Windows" scripts/check-agreement.sh
     check "Making the packages" ./package.sh
     check "Checking the packages" scripts/check-packages.sh
     targets=("${sanitized[@]}")
     # Unoptimised and watched, the long renders of the other engine tests would take an hour.
-    suite asan -R '^((params|plugin|presets|platform)-tests|soak|dsp_tests\.Engine(Loop|Robustness|Direction))'
+    suite asan -R '^((params|plugin|presets|platform)-tests|soak|dsp-tests\.(DelayMemory|Engine(Loop|Robustness)))'
     suite tsan -R '^((params|plugin|presets|platform)-tests|soak)'
     check "Fuzzing what is read and done" scripts/fuzz.sh
 fi

@@ -54,11 +54,20 @@ class MemoryPath {
 
   private:
     static constexpr int kSplineReach = 4;                // pairs that a spline looks at
+    static constexpr double kLargestSample = 1024.0;      // +60 dBFS
     static constexpr int kMostTicks = 17 * kChunkFrames;  // of the memory; rounding may add some
 
+    static Pair recordable(Pair processed, const ControlFrame& control) {
+        return clamped(processed * both(control.notBypassed), -kLargestSample, kLargestSample);
+    }
     void noteSilence(const Chunk& chunk);
     void clearIdleStages(const ControlFrame& last);
+    struct Ticks;
     bool runAhead(Chunk& chunk);
+    static void placeTicks(const Chunk& chunk, MemoryClock& vco, Ticks& ticks);
+    void play(Chunk& chunk, Ticks& ticks);
+    void addFeedback(Chunk& chunk);
+    void record(const Chunk& chunk, Ticks& ticks);
     void runBySample(Chunk& chunk);
     template <Stages kStages>
     void runBySample(Chunk& chunk);

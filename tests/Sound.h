@@ -139,20 +139,6 @@ double rms(const Samples& signal, size_t from = 0, size_t to = SIZE_MAX) {
     return end > from ? std::sqrt(sum / static_cast<double>(end - from)) : 0.0;
 }
 
-// The level of the sine of one frequency; exact over whole periods.
-template <typename Samples>
-double levelAt(const Samples& signal, double hz, double rate, size_t from = 0,
-               size_t to = SIZE_MAX) {
-    const size_t end = std::min<size_t>(to, std::size(signal));
-    double sines = 0.0, cosines = 0.0;
-    for (size_t i = from; i < end; ++i) {
-        const double turn = 2.0 * std::numbers::pi * hz * static_cast<double>(i) / rate;
-        sines += signal[i] * std::sin(turn);
-        cosines += signal[i] * std::cos(turn);
-    }
-    return end > from ? 2.0 * std::hypot(sines, cosines) / static_cast<double>(end - from) : 0.0;
-}
-
 // From the rising zero crossings, interpolated between samples; 0 without two of them.
 template <typename Samples>
 double frequencyOf(const Samples& signal, double rate, size_t from = 0, size_t to = SIZE_MAX) {

@@ -21,10 +21,10 @@ namespace {
 constexpr double kRate = 48000.0;
 constexpr double kPi = std::numbers::pi;
 
-// A memory, usually of 2001 cells, that has come to rest on a course.
+// A memory of 2001 cells that has come to rest on a course.
 class MemoryRig {
   public:
-    MemoryRig(DirectionMode mode, int span, size_t cellCount = 2001) : cells(cellCount) {
+    MemoryRig(DirectionMode mode, int span) : cells(2001) {
         memory.attach(cells.data(), static_cast<int>(cells.size()), kRate);
         memory.setCourse(mode, span);
         for (int i = 0; i < 4000; ++i) tick();
@@ -63,68 +63,66 @@ bool isOneTick(Pair heard) {
            std::abs(right(heard) - MemoryRig::coded(static_cast<int>(tick))) < 1e-9;
 }
 
-TEST(DelayMemory, ForwardReadsASpanBehind) {
-    for (const int span : {3, 4, 777, 1998, 1999}) {
-        MemoryRig rig(DirectionMode::Forward, span);
+TEST(DelayMemory, ForwardReadsASpanBehindAndBackwardTheMemoryLessThat) {
+    for (const int span : {3, 4, 100, 777, 1501, 1998, 1999}) {
+        MemoryRig forward(DirectionMode::Forward, span), backward(DirectionMode::Backward, span);
         for (int i = 0; i < 4500; ++i) {
             // A start below cell 0 counts the top cell, too.
-            ASSERT_EQ(rig.late(), span) << "tick " << i;
+            ASSERT_EQ(forward.late(), span) << "tick " << i;
+            ASSERT_EQ(backward.late(), 2001 - span + 1) << "tick " << i;
         }
     }
 }
 
-TEST(DelayMemory, BackwardReadsTheMemoryLessASpanBehind) {
-    for (const int span : {100, 1501, 1900}) {
-        MemoryRig rig(DirectionMode::Backward, span);
-        for (int i = 0; i < 4500; ++i) ASSERT_EQ(rig.late(), 2001 - span + 1) << "tick " << i;
-    }
-}
-
-// Segments of half a span that are read backwards, each from a span behind; they keep their places
-// and their distance for ever, with odd spans, too, and over the top of the memory.
-TEST(DelayMemory, ReverseKeepsItsDistanceAndItsPlaceInTheSong) {
-    for (const int span : {400, 401, 333}) {
-        MemoryRig rig(DirectionMode::Reverse, span, 20001);
-        int lowest = 1 << 30, highest = 0, segments = 0, lastStart = 0, firstStart = 0;
-        int beforeFade = 0;
-        double before = 1e9;
-        for (int i = 0; i < 400 * span; ++i) {
-            const Pair heard = rig.tick();
-            if (!isOneTick(heard)) continue;
-            if (left(heard) > before + span / 8.0) {
-                if (segments++ == 0) firstStart = beforeFade;
-                lastStart = beforeFade;
-            }
-            before = left(heard);
-            beforeFade = i;
-            lowest = std::min(lowest, rig.now - static_cast<int>(left(heard)));
-            highest = std::max(highest, rig.now - static_cast<int>(left(heard)));
-        }
-        EXPECT_GE(lowest, span) << span;
-        EXPECT_LE(highest, 2 * span + 8) << span;
-        EXPECT_GT(segments, 700);
-        EXPECT_NEAR(std::remainder(lastStart - firstStart, span / 2.0), 0.0, 1.0) << span;
-    }
-}
-
-TEST(DelayMemory, BounceTurnsAtWhatIsRecordedAndASpanBehind) {
-    for (const int span : {400, 401}) {
-        MemoryRig rig(DirectionMode::Bounce, span);
-        int lowest = 1 << 30, highest = 0, forwards = 0, backwards = 0;
-        double before = left(rig.tick());
-        for (int i = 0; i < 40 * span; ++i) {
-            const Pair heard = rig.tick();
-            if (isOneTick(heard)) {
+// Reverse reads segments of half a span backwards, each from a span behind; Bounce from what is
+// recorded to a span behind and back. They keep their places and their distance for ever, with odd
+// spans, too, and over the top of the memory.
+TEST(DelayMemory, ReverseAndBounceKeepTheirDistanceAndTheirPlaceInTheSong) {
+    for (const auto mode : {DirectionMode::Reverse, DirectionMode::Bounce}) {
+        for (const int span : {400, 401, 333}) {
+            MemoryRig rig(mode, span);
+            int lowest = 1 << 30, highest = 0, forwards = 0, backwards = 0;
+            std::vector<int> segments;  // where they start
+            double before = left(rig.tick());
+            for (int i = 0, beforeFade = 0; i < 400 * span; ++i) {
+                const Pair heard = rig.tick();
+                if (!isOneTick(heard)) continue;
                 const int late = rig.now - static_cast<int>(left(heard));
                 lowest = std::min(lowest, late);
                 highest = std::max(highest, late);
-                (left(heard) > before ? forwards : backwards) += 1;
+                (left(heard) == before + 1.0 ? forwards : backwards) += 1;
+                if (left(heard) > before + span / 8.0) segments.push_back(beforeFade);
+                before = left(heard);
+                beforeFade = i;
             }
-            before = left(heard);
+            SCOPED_TRACE(span);
+            if (mode == DirectionMode::Bounce) {
+                EXPECT_LE(lowest, span / 2 + 4);  // the first ticks after a turn are faded
+                EXPECT_NEAR(highest, span, 3);
+                EXPECT_NEAR(forwards, backwards, 400 * span * 0.05);
+            } else {
+                EXPECT_GE(lowest, span);
+                EXPECT_LE(highest, 2 * span + 8);
+                EXPECT_EQ(forwards, 0);
+                ASSERT_GT(segments.size(), 700u);
+                const int distance = segments.back() - segments.front();
+                EXPECT_NEAR(std::remainder(distance, span / 2.0), 0.0, 4.0);
+            }
         }
-        EXPECT_LE(lowest, span / 2 + 4);  // the first ticks after a turn are faded
-        EXPECT_NEAR(highest, span, 3);
-        EXPECT_NEAR(forwards, backwards, 40 * span * 0.05);
+    }
+}
+
+TEST(DelayMemory, ATurnOfWritingFirstPlaysThePastBackwards) {
+    MemoryRig rig(DirectionMode::Forward, 700);
+    rig.memory.setCourse(DirectionMode::Backward, 700);
+    const int turned = rig.now;
+    for (int i = 0; i < 250; ++i) rig.tick();  // a crossfade
+    double before = left(rig.tick());
+    for (int i = 0; i < 250; ++i) {
+        const double heard = left(rig.tick());
+        ASSERT_LT(heard, turned);
+        ASSERT_EQ(heard, before - 1.0);
+        before = heard;
     }
 }
 
@@ -213,42 +211,29 @@ TEST(Lfo, SinesAndSquares) {
     }
 }
 
-// The response of the three sections as they are told, third normalisation included.
-double filterLaw(double corner, double rate, double hz) {
-    const double offset = corner / rate + 0.095;
-    const double frequencies[] = {corner, corner * (offset * offset + 0.65), 1.2 * corner};
-    const double divisors[] = {4.4, 1.24, 1.6};
-    const std::complex<double> z = std::polar(1.0, -2.0 * kPi * hz / rate);
-    std::complex<double> response = 1.0;
-    double firstA0 = 0.0;
-    for (int s = 0; s < 3; ++s) {
-        const double w = 2.0 * kPi * frequencies[s] / rate, alpha = std::sin(w) / divisors[s];
-        const double a0 = 1.0 + alpha;
-        if (s == 0) firstA0 = a0;
-        const double n = s == 2 ? firstA0 : a0, b = (1.0 - std::cos(w)) / 2.0;
-        response *= b / n * (1.0 + 2.0 * z + z * z) /
-                    (1.0 - 2.0 * std::cos(w) / n * z + (1.0 - alpha) / n * z * z);
-    }
-    return std::abs(response);
-}
-
-TEST(InputFilter, FollowsItsLawAtEveryCornerAndRate) {
-    for (const double rate : {44100.0, 48000.0, 96000.0, 192000.0}) {
-        for (const double corner : {InputFilter::kCorner, InputFilter::kDoubledCorner}) {
-            if (corner == InputFilter::kDoubledCorner && rate > 100000.0) continue;  // held stable
-            InputFilter filter;
-            filter.setCorner(corner, rate);
-            Signal response(20000);
-            for (size_t i = 0; i < response.size(); ++i)
-                response[i] = left(filter.process(makePair(i == 0 ? 1.0 : 0.0, 0.0)));
-            for (const double hz : {0.0, 1000.0, 7000.0, 17000.0}) {
-                std::complex<double> sum = 0.0;
-                for (size_t i = 0; i < response.size(); ++i)
-                    sum += response[i] * std::polar(1.0, -2.0 * kPi * hz * i / rate);
-                EXPECT_NEAR(std::abs(sum), filterLaw(corner, rate, hz), 1e-9)
-                    << corner << " at " << rate << ", " << hz << " Hz";
-            }
+TEST(InputFilter, HasItsResponseAtEveryCornerAndRate) {
+    constexpr double kFrequencies[] = {0.0, 1000.0, 7000.0, 17000.0};
+    const struct {
+        double rate, corner;
+        double gains[std::size(kFrequencies)];  // linear
+    } responses[] = {
+        {44100.0, InputFilter::kCorner, {0.979425, 0.979623, 0.989976, 1.126578}},
+        {48000.0, InputFilter::kCorner, {1.008380, 1.008569, 1.016540, 1.020280}},
+        {192000.0, InputFilter::kCorner, {2.401355, 2.404251, 2.429979, 1.426987}},
+        {44100.0, InputFilter::kDoubledCorner, {1.499967, 1.516514, 0.940848, 0.000042}},
+        {96000.0, InputFilter::kDoubledCorner, {5.448121, 5.098601, 0.747344, 0.001438}},
+    };
+    for (const auto& [rate, corner, gains] : responses) {
+        InputFilter filter;
+        filter.setCorner(corner, rate);
+        std::complex<double> sums[std::size(kFrequencies)];
+        for (int i = 0; i < 20000; ++i) {
+            const double response = left(filter.process(makePair(i == 0 ? 1.0 : 0.0, 0.0)));
+            for (size_t f = 0; f < std::size(sums); ++f)
+                sums[f] += response * std::polar(1.0, -2.0 * kPi * kFrequencies[f] * i / rate);
         }
+        for (size_t f = 0; f < std::size(sums); ++f)
+            EXPECT_NEAR(std::abs(sums[f]), gains[f], 1e-6) << corner << " at " << rate;
     }
 }
 
@@ -306,21 +291,22 @@ TEST(ControlSmoother, MovesByThirtyHertzOrWithinMillisecondsAndComesToRest) {
     ControlSmoother controls;
     controls.setSampleRate(kRate);
     controls.jumpToTargets();
-    controls.setTarget(kCtlMix, 1.0);
-    controls.setTarget(kCtlVco, 1.0);
+    for (size_t c = 0; c < kControlCount; ++c) controls.setTarget(static_cast<Control>(c), 1.0);
+    const auto expectAll = [&](size_t from, size_t to, double lowest, double highest) {
+        for (size_t c = from; c < to; ++c) {
+            EXPECT_GE(controls[static_cast<Control>(c)], lowest) << c;
+            EXPECT_LE(controls[static_cast<Control>(c)], highest) << c;
+        }
+    };
+    const double law = 1.0 - std::exp(-2.0 * kPi * 30.0 * 100 / kRate);
     for (int i = 1; i <= 48000; ++i) {
         controls.step();
-        if (i == 100) {
-            EXPECT_NEAR(controls[kCtlMix], 1.0 - std::exp(-2.0 * kPi * 30.0 * 100 / kRate), 1e-12);
-            EXPECT_GT(controls[kCtlVco], 0.9);
-        }
-        if (i == 12) {
-            EXPECT_LT(controls[kCtlVco], 0.1);  // no corner where it starts
-        }
+        if (i == 12) expectAll(kFastControls, kControlCount, 0.0, 0.1);  // no corner at the start
+        if (i == 100) expectAll(0, kFastControls, law - 1e-12, law + 1e-12);
+        if (i == 480) expectAll(kFastControls, kControlCount, 0.9, 1.0);
     }
     EXPECT_TRUE(controls.isSettled());
-    EXPECT_EQ(controls[kCtlMix], 1.0);
-    EXPECT_EQ(controls[kCtlVco], 1.0);
+    expectAll(0, kControlCount, 1.0, 1.0);
 }
 
 }  // namespace

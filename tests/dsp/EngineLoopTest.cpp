@@ -4,8 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
-
 namespace Quorvant::Test {
 namespace {
 
@@ -21,75 +19,75 @@ size_t shiftOf(const Signal& early, const Signal& late, size_t period) {
     return 0;
 }
 
-void expectHeldForTwoMinutes(EngineRig& rig) {
-    rig.set(kFeedback, 0.4);
-    rig.setDelayMs(250.0);
-    rig.engine.reset();
-    rig.render(stereoNoise(rig.samples(0.6), 0.5, 1));
-    rig.set(kInfRepeat, 1.0);
-    rig.render(stereoNoise(rig.samples(0.6), 0.5, 2));
+TEST(EngineLoop, HoldsItsContentWhateverIsPlayedOrTurned) {
+    for (const ProcessingMode mode : kModes) {
+        EngineRig rig(
+            {{kProcessingMode, valueOf(mode)}, {kFeedback, 0.4}, {kDelayTime, ms(250.0)}});
+        const auto play = [&](uint64_t seed) {
+            return rig.render(stereoNoise(rig.samples(0.6), 0.5, seed));
+        };
+        play(1);
+        rig.set(kInfRepeat, 1.0);
+        play(2);
 
-    const size_t period = rig.samples(0.25);
-    const Stereo first = rig.render(silence(2 * period));
-    ASSERT_GT(rms(first.left), 0.05);
-    for (int second = 0; second < 120; ++second) {
-        // Neither what is played nor what is turned may reach the loop.
-        rig.set(kFeedback, (second % 10) / 10.0);
-        rig.setDelayMs(100.0 + second);
-        rig.set(kDelayClockMode, second % 2);
-        rig.set(kManualTempo, second / 120.0);
-        rig.set(kFeedbackInvert, second % 3 == 0);
-        rig.render(stereoNoise(rig.samples(1.0), 0.5, 4 + static_cast<uint64_t>(second)));
-    }
-    const Stereo last = rig.render(silence(3 * period + 16));
-    const size_t shift = shiftOf(first.left, last.left, period);
-    for (size_t i = 0; i < first.size(); ++i) {
-        ASSERT_NEAR(last.left[i + shift], first.left[i], 1e-12) << i;
-        ASSERT_NEAR(last.right[i + shift], first.right[i], 1e-12) << i;
+        const size_t period = rig.samples(0.25);
+        const Stereo first = rig.render(silence(2 * period));
+        ASSERT_GT(rms(first.left), 0.05);
+        for (int turn = 0; turn < 60; ++turn) {
+            rig.set({{kFeedback, (turn % 10) / 10.0},
+                     {kDelayTime, ms(100.0 + turn)},
+                     {kDelayClockMode, turn % 2},
+                     {kManualTempo, turn / 120.0},
+                     {kFeedbackInvert, turn % 3 == 0}});
+            play(4 + static_cast<uint64_t>(turn));
+        }
+        const Stereo last = rig.render(silence(3 * period + 16));
+        const size_t shift = shiftOf(first.left, last.left, period);
+        for (size_t i = 0; i < first.size(); ++i) {
+            ASSERT_NEAR(last.left[i + shift], first.left[i], 1e-12) << static_cast<int>(mode);
+            ASSERT_NEAR(last.right[i + shift], first.right[i], 1e-12) << static_cast<int>(mode);
+        }
     }
 }
 
-TEST(EngineLoop, HoldsItsContentForTwoMinutes) {
-    for (int mode = 0; mode < 4; ++mode) {
-        SCOPED_TRACE("mode " + std::to_string(mode));
-        EngineRig rig;
-        rig.set(static_cast<ProcessingMode>(mode));
-        expectHeldForTwoMinutes(rig);
-    }
+TEST(EngineLoop, FeedbackComesBackWhenItIsReleased) {
+    EngineRig rig({{kFeedback, 0.5}});
+    rig.render(rig.sine(440.0, 1.0));
+    rig.set(kInfRepeat, 1.0);
+    rig.settle(1.0);
+    const double held = peak(rig.render(silence(rig.samples(0.1))).left);
+    rig.set(kInfRepeat, 0.0);
+    rig.settle(1.0);
+    EXPECT_GT(held, 0.4);
+    EXPECT_LT(peak(rig.render(silence(rig.samples(0.1))).left), held / 500.0);
 }
 
 TEST(EngineLoop, IgnoresDelayChangesUntilTheyAreSentAgain) {
     EngineRig rig;
-    rig.render(silence(64));
-    const double before = rig.read(kOutDelayReadout);
-    const auto readout = [&] {
+    const auto delay = [&] {
         rig.settle(0.1);
-        return rig.read(kOutDelayReadout);
+        return rig.clockFactor() * 100.0;
     };
-    rig.set(kInfRepeat, 1.0);
-    rig.setDelayMs(400.0);
-    rig.set(kDelayClockMode, 1.0);
-    EXPECT_EQ(readout(), before);
+    rig.set({{kInfRepeat, 1.0}, {kDelayTime, ms(400.0)}, {kDelayClockMode, 1.0}});
+    EXPECT_NEAR(delay(), 100.0, 1e-9);
     rig.set(kInfRepeat, 0.0);
-    EXPECT_EQ(readout(), before);
-    rig.setDelayMs(400.0);
-    EXPECT_NEAR(readout(), 4.0 * before, 1e-12);
+    EXPECT_NEAR(delay(), 100.0, 1e-9);
+    rig.set(kDelayTime, ms(400.0));
+    EXPECT_NEAR(delay(), 400.0, 1e-9);
 
     // Changes of tempo and note only wait.
     rig.set(kDelayClockMode, 1.0);
     rig.host.giveTempo(120.0);
-    const double synced = readout();
+    const double synced = delay();
     rig.set(kInfRepeat, 1.0);
     rig.host.giveTempo(240.0);
-    EXPECT_EQ(readout(), synced);
+    EXPECT_EQ(delay(), synced);
     rig.set(kInfRepeat, 0.0);
-    EXPECT_NEAR(readout(), synced / 2.0, 1e-12);
+    EXPECT_NEAR(delay(), synced / 2.0, 1e-9);
 }
 
 TEST(EngineLoop, EngagesAtOnceInTimeModeAndReleasesWithoutAStep) {
-    EngineRig rig;
-    rig.setDelayMs(1003.7);
-    rig.engine.reset();
+    EngineRig rig({{kDelayTime, ms(1003.7)}});
     rig.render(rig.sine(100.0, 1.5));
     EXPECT_EQ(rig.read(kOutInfRepeatLamp), 1e-15);
     rig.set(kInfRepeat, 1.0);
@@ -101,33 +99,34 @@ TEST(EngineLoop, EngagesAtOnceInTimeModeAndReleasesWithoutAStep) {
     EXPECT_LT(largestStep(out.left), 0.0095);  // the sine's own steps are 0.0066
 }
 
+// A quarter at 120 BPM is 24000 frames.
+const Settings kSyncedToQuarters = {{kDelayClockMode, 1.0},
+                                    {kDelayNote, listValue(22, kNoteCount)}};
+
 // Renders block by block until the lamp lights; returns the frames that went by.
-size_t framesToLamp(EngineRig& rig, size_t limit) {
-    size_t frames = 0;
-    while (frames < limit && rig.read(kOutInfRepeatLamp) < 0.5) {
+double framesToLamp(EngineRig& rig) {
+    double frames = 0.0;
+    while (frames < 60000.0 && rig.read(kOutInfRepeatLamp) < 0.5) {
         rig.render(silence(static_cast<size_t>(rig.blockSize)));
-        frames += static_cast<size_t>(rig.blockSize);
+        frames += rig.blockSize;
     }
     return frames;
 }
 
 TEST(EngineLoop, SyncedEngagesOnTheSongsGrid) {
-    // A quarter at 120 BPM is 24000 frames. The block size must not matter, nor where the song is.
+    // The block size must not matter, nor where the song is: at 0 and 8 boundaries fall between two
+    // blocks.
     for (const int32_t blockSize : {64, 480, 1000}) {
         for (const double startBeats : {0.0, 8.3, 17.9, -2.6}) {
-            EngineRig rig;
+            EngineRig rig(kSyncedToQuarters);
             rig.blockSize = blockSize;
-            rig.set(kDelayClockMode, 1.0);
-            rig.set(kDelayNote, 22.0 / 59.0);
             rig.host.giveTempo(120.0);
             rig.host.play(startBeats);
-            rig.engine.reset();
-            // From beat 0 on, boundaries fall between two blocks.
             rig.render(silence(static_cast<size_t>(blockSize)));
             rig.set(kInfRepeat, 1.0);
             const double beatsNow = rig.host.now.positionBeats;
             const double expected = (std::ceil(beatsNow) - beatsNow) * 24000.0;
-            const size_t frames = framesToLamp(rig, 60000);
+            const double frames = framesToLamp(rig);
             EXPECT_GE(frames + 2.0, expected) << blockSize << ' ' << startBeats;
             EXPECT_LE(frames, expected + 2.0 * blockSize + 2.0) << blockSize << ' ' << startBeats;
 
@@ -139,15 +138,12 @@ TEST(EngineLoop, SyncedEngagesOnTheSongsGrid) {
 }
 
 TEST(EngineLoop, SyncedEngagesByItsOwnCounterWithoutATransport) {
-    EngineRig rig;
-    rig.blockSize = 64;
-    rig.set(kDelayClockMode, 1.0);
-    rig.set(kDelayNote, 22.0 / 59.0);
+    EngineRig rig(kSyncedToQuarters);
     rig.host.giveTempo(120.0);
-    rig.engine.reset();
+    rig.blockSize = 64;
     rig.render(silence(10000));
     rig.set(kInfRepeat, 1.0);
-    EXPECT_NEAR(framesToLamp(rig, 60000), 14000.0, 128.0);
+    EXPECT_NEAR(framesToLamp(rig), 14000.0, 128.0);
 }
 
 }  // namespace

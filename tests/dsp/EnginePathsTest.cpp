@@ -12,7 +12,6 @@
 namespace Quorvant::Test {
 namespace {
 
-constexpr uint64_t kSeeds[] = {1, 3};
 constexpr double kTolerance = 1e-9;  // of full scale, or of the peak where that is higher
 
 struct Move {
@@ -25,8 +24,8 @@ using Moves = std::vector<Move>;
 struct Scenario {
     const char* name;
     double rate;
-    std::vector<std::pair<uint32_t, double>> start;  // set once, before the first block
-    Moves moves;                                     // moved at random between blocks
+    Settings start;  // set once, before the first block
+    Moves moves;     // moved at random between blocks
     double seconds = 3.0;
     enum Extras {
         None = 0,
@@ -74,10 +73,6 @@ Moves together(std::initializer_list<Moves> lists) {
     return all;
 }
 
-constexpr double modeValue(ProcessingMode mode) {
-    return static_cast<int>(mode) / 3.0;
-}
-
 std::vector<Scenario> scenarios() {
     using enum ProcessingMode;
     using enum Scenario::Extras;
@@ -85,20 +80,20 @@ std::vector<Scenario> scenarios() {
         together({kLevelMoves, kDelayMoves, kFeedbackMoves, kModulationMoves, kSyncMoves,
                   kSideChainMoves, kLoopMoves, kSteplessModeMoves, kResetMoves});
     const auto bent = [](double waveform, ProcessingMode mode) {
-        return std::vector<std::pair<uint32_t, double>>{{kDelayTime, 0.004},
-                                                        {kWaveform, waveform},
-                                                        {kDepth, 0.8},
-                                                        {kProcessingMode, modeValue(mode)}};
+        return Settings{{kDelayTime, 0.004},
+                        {kWaveform, waveform},
+                        {kDepth, 0.8},
+                        {kProcessingMode, valueOf(mode)}};
     };
     return {
         {"defaults", 44100, {}, {}},
         {"levels", 48000, {{kDelayTime, 0.01}}, kLevelMoves},
-        {"levels, Legacy", 96000, {{kProcessingMode, modeValue(Legacy)}}, kLevelMoves},
-        {"levels, Lims", 48000, {{kProcessingMode, modeValue(Lims)}}, kLevelMoves},
-        {"levels, Full", 44100, {{kProcessingMode, modeValue(Full)}}, kLevelMoves},
+        {"levels, Legacy", 96000, {{kProcessingMode, valueOf(Legacy)}}, kLevelMoves},
+        {"levels, Lims", 48000, {{kProcessingMode, valueOf(Lims)}}, kLevelMoves},
+        {"levels, Full", 44100, {{kProcessingMode, valueOf(Full)}}, kLevelMoves},
         {"shortest delays", 48000, {{kFeedback, 0.5}}, {{kDelayTime, 0, 0.0, 0.00002}}},
         {"directions", 44100, {{kFeedback, 0.5}}, together({kDelayMoves, kLoopMoves}), 12.0},
-        {"directions, Full", 48000, {{kProcessingMode, modeValue(Full)}}, kDelayMoves, 12.0},
+        {"directions, Full", 48000, {{kProcessingMode, valueOf(Full)}}, kDelayMoves, 12.0},
         {"longest delays",
          44100,
          {{kDelayTime, 1.0}, {kFeedback, 0.7}},
@@ -107,11 +102,12 @@ std::vector<Scenario> scenarios() {
         {"feedback", 48000, {{kDelayTime, 0.002}}, kFeedbackMoves},
         {"feedback at unity, Lims",
          48000,
-         {{kDelayTime, 0.002}, {kProcessingMode, modeValue(Lims)}},
+         {{kDelayTime, 0.002}, {kProcessingMode, valueOf(Lims)}},
          {{kFeedback, 0, 0.9, 1.0}, {kReferenceLevel}}},
         {"steady clock", 48000, {{kDelayTime, 0.004}}, {{kManualVco}, {kDelayX2, 2}}},
         {"sine", 48000, bent(0.0, Clean), {{kLfoRate}, {kDelayX2, 2}}},
         {"sine, Lims", 44100, bent(0.0, Lims), {{kLfoRate}, {kDelayX2, 2}}},
+        {"sine, Legacy", 96000, bent(0.0, Legacy), {{kLfoRate}, {kDelayX2, 2}}},
         {"square", 96000, bent(1.0, Clean), {{kLfoRate}, {kDepth}, {kDelayX2, 2}}},
         {"envelope", 48000, bent(0.5, Clean), together({kModulationMoves, kLevelMoves})},
         {"envelope, Legacy", 44100, bent(0.5, Legacy), together({kModulationMoves, kLevelMoves})},
@@ -123,6 +119,11 @@ std::vector<Scenario> scenarios() {
          together({kLoopMoves, kSyncMoves}),
          3.0,
          Transport},
+        {"loop by its own counter",
+         48000,
+         {{kDelayClockMode, 1.0}, {kDelayNote, 0.05}, {kFeedback, 0.5}},
+         kLoopMoves,
+         6.0},
         {"gaps",
          48000,
          {{kDelayTime, 0.004}, {kFeedback, 0.02}},
@@ -132,7 +133,7 @@ std::vector<Scenario> scenarios() {
         {"gaps, every clock", 44100, {{kDelayTime, 0.01}}, kModulationMoves, 8.0, SideChain | Gaps},
         {"gaps, Lims",
          48000,
-         {{kDelayTime, 0.002}, {kFeedback, 0.6}, {kProcessingMode, modeValue(Lims)}},
+         {{kDelayTime, 0.002}, {kFeedback, 0.6}, {kProcessingMode, valueOf(Lims)}},
          {{kSensitivity, 2}, {kManualVco}},
          8.0,
          Gaps},
@@ -161,6 +162,7 @@ class Company {
             done += renderBlock();
             compareReadings();
         }
+        EXPECT_LT(highest, 100.0);  // nothing runs away
     }
 
   private:
@@ -172,31 +174,24 @@ class Company {
     void moveParameters() {
         if (play.moves.empty() || !dice.chance(inGap ? 0.01 : 0.08)) return;
         for (int n = 1 + dice.below(3); n > 0; --n) {
-            const Move& move =
-                play.moves[static_cast<size_t>(dice.below(static_cast<int>(play.moves.size())))];
-            const double where =
-                move.states ? dice.below(move.states) / (move.states - 1.0) : dice.unit();
-            set(move.index, move.low + (move.high - move.low) * where);
+            const auto& [index, states, low, high] = dice.of(play.moves);
+            const double where = states ? listValue(dice.below(states), states) : dice.unit();
+            set(index, low + (high - low) * where);
         }
     }
 
     void moveTransport() {
         if (!(play.extras & Scenario::Transport) || !dice.chance(0.03)) return;
+        HostTransport& now = host.now;
         switch (dice.below(5)) {
             case 0:
-                host.giveTempo(dice.between(40.0, 300.0));
-                break;
+                return host.giveTempo(dice.between(40.0, 300.0));
             case 1:
-                host.play(dice.between(-3.0, 300.0));
-                break;
-            case 2:
-                host.now.playing = !host.now.playing;
-                break;
-            case 3:
-                host.now.positionValid = !host.now.positionValid;
-                break;
+                return host.play(dice.between(-3.0, 300.0));
             default:
-                host.now.tempoValid = !host.now.tempoValid;
+                bool* const flags[] = {&now.playing, &now.positionValid, &now.tempoValid};
+                bool& flag = *dice.of(flags);
+                flag = !flag;
         }
     }
 
@@ -215,22 +210,18 @@ class Company {
         if ((play.extras & Scenario::SideChain) && dice.chance(0.05)) sideChannels = dice.below(3);
 
         const int32_t frames = dice.chance(0.1) ? 1 + dice.below(1500) : 1 + dice.below(300);
-        const auto count = static_cast<size_t>(frames);
         std::array<Signal, 4> in;
         for (size_t c = 0; c < 4; ++c) {
-            in[c].resize(count);
+            in[c].resize(static_cast<size_t>(frames));
             for (double& x : in[c]) x = sample(c);
         }
-        const Signal zeros(count);
-        const std::array<Signal, 2> none{zeros, zeros};
-        std::array<Signal, 2> got = none, byGeneral = none, byChopped = none;
-        const auto renderPart = [&](QVXCorvane77x_v2Effect& by, std::array<Signal, 2>& out, int at,
-                                    int n) {
+        const auto renderPart = [&](QVXCorvane77x_v2Effect& by, Stereo& out, int at, int n) {
             const double* ins[4] = {&in[0][at], &in[1][at], sideChannels > 0 ? &in[2][at] : nullptr,
                                     sideChannels > 1 ? &in[3][at] : nullptr};
-            double* outs[2] = {&out[0][at], &out[1][at]};
+            double* outs[2] = {&out.left[at], &out.right[at]};
             by.process64(ins, outs, n);
         };
+        Stereo got = silence(in[0].size()), byGeneral = got, byChopped = got;
         renderPart(engine, got, 0, frames);
         renderPart(general, byGeneral, 0, frames);
         for (int at = 0, n = 0; at < frames; at += n) {
@@ -239,23 +230,14 @@ class Company {
         }
         host.advance(frames, play.rate);
 
-        compare("without short cuts", got, byGeneral);
+        highest = std::max({highest, peak(got.left), peak(got.right)});
+        EXPECT_LE(largestDifference(got, byGeneral), kTolerance * highest)
+            << "without short cuts" << where();
         // A song's position is taken where a block begins, and rounded to frames.
-        if (!(play.extras & Scenario::Transport)) compare("in other blocks", got, byChopped);
+        if (play.extras & Scenario::Transport) return frames;
+        EXPECT_LE(largestDifference(got, byChopped), kTolerance * highest)
+            << "in other blocks" << where();
         return frames;
-    }
-
-    void compare(const char* how, const std::array<Signal, 2>& got,
-                 const std::array<Signal, 2>& other) {
-        for (size_t c = 0; c < 2; ++c) {
-            for (size_t i = 0; i < got[c].size(); ++i) {
-                highest = std::max(highest, std::abs(got[c][i]));
-                const double difference = std::abs(got[c][i] - other[c][i]);
-                ASSERT_LE(difference, kTolerance * highest)
-                    << how << ", channel " << c << ", frame " << i << ": " << got[c][i] << " and "
-                    << other[c][i] << where();
-            }
-        }
     }
 
     void compareReadings() {
@@ -272,9 +254,7 @@ class Company {
         std::ostringstream text;
         text << "\n  in block " << block << " of " << play << "; parameters:";
         for (const auto& [index, value] : lastSet) text << ' ' << index << '=' << value;
-        text << "\n  host: tempo " << host.now.tempoValid << ' ' << host.now.tempoBpm
-             << ", position " << host.now.positionValid << ' ' << host.now.positionBeats
-             << ", playing " << host.now.playing;
+        text << "\n  at " << host.now.positionBeats << " beats, tempo " << host.now.tempoBpm;
         return text.str();
     }
 
@@ -292,7 +272,7 @@ class Company {
 class EnginePaths : public ::testing::TestWithParam<Scenario> {};
 
 TEST_P(EnginePaths, PlayTheSame) {
-    for (const uint64_t seed : kSeeds) {
+    for (const uint64_t seed : {1, 3}) {
         SCOPED_TRACE("seed " + std::to_string(seed));
         Company(GetParam(), seed).run();
     }

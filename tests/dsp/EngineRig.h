@@ -5,6 +5,7 @@
 #include "dsp/Engine.h"
 #include "dsp/OutputIndex.h"
 #include "params/ParameterIndex.h"
+#include "params/ParameterLaws.h"
 #include "tests/Sound.h"
 
 #include <functional>
@@ -30,24 +31,57 @@ class FakeHost : public QVXHostLink {
     HostTransport now;
 };
 
-// An engine in a host. Defaults of the rig: wet only, unity gains, a delay that starts at 100 ms.
+using Settings = std::vector<std::pair<uint32_t, double>>;
+
+// Values of settings that have units or names.
+constexpr double ms(double delay) {
+    return delay / kLongestDelayMs;
+}
+constexpr double valueOf(DirectionMode mode) {
+    return listValue(static_cast<int>(mode), 4);
+}
+constexpr double valueOf(ProcessingMode mode) {
+    return listValue(static_cast<int>(mode), 4);
+}
+
+constexpr ProcessingMode kModes[] = {ProcessingMode::Clean, ProcessingMode::Legacy,
+                                     ProcessingMode::Lims, ProcessingMode::Full};
+
+// What the filter in front of the memory leaves of slow sounds: more than there was, intended.
+inline double filterGain(double corner) {
+    InputFilter filter;
+    filter.setCorner(corner, 48000.0);
+    Pair passed{};
+    for (int i = 0; i < 1000; ++i) passed = filter.process(both(1.0));
+    return left(passed);
+}
+inline const double kFilterGain = filterGain(InputFilter::kCorner);
+inline const double kDoubledFilterGain = filterGain(InputFilter::kDoubledCorner);
+
+// An engine in a host, reset after it was told the settings: wet only, unity gains, no feedback and
+// 100 ms where they say nothing else.
 class EngineRig {
   public:
-    explicit EngineRig(double sampleRate = 48000.0) : engine(host), rate(sampleRate) {
-        set(kMix, 1.0);
-        set(kFeedback, 0.0);
-        setDelayMs(100.0);
+    explicit EngineRig(const Settings& settings = {}, double sampleRate = 48000.0)
+        : engine(host), rate(sampleRate) {
+        set({{kMix, 1.0}, {kFeedback, 0.0}, {kDelayTime, ms(100.0)}});
+        set(settings);
         engine.setSampleRate(rate);
     }
 
     void set(uint32_t index, double value) { engine.setParameter(index, value); }
-    void set(DirectionMode mode) { set(kDirectionMode, static_cast<int>(mode) / 3.0); }
-    void set(ProcessingMode mode) { set(kProcessingMode, static_cast<int>(mode) / 3.0); }
-    void setDelayMs(double ms) { set(kDelayTime, ms / 9600.0); }
+    void set(const Settings& settings) {
+        for (const auto& [index, value] : settings) set(index, value);
+    }
 
+    // -1 where there is none.
     double read(uint32_t index) {
         double value = -1.0;
         return engine.getOutputValue(index, value) ? value : -1.0;
+    }
+    // How much longer the heard delay is than the nominal one.
+    double clockFactor(double delayMs = 100.0) {
+        return read(kOutDelayReadout) * kLongestHeardDelayMs / delayMs;
     }
 
     Stereo render(const Stereo& in, const Stereo* side = nullptr) {
@@ -59,7 +93,10 @@ class EngineRig {
                                     side ? &side->left[done] : nullptr,
                                     side ? &side->right[done] : nullptr};
             double* outs[2] = {&out.left[done], &out.right[done]};
-            engine.process64(ins, outs, frames);
+            if (suspended)
+                engine.processSuspended64(ins, outs, frames);
+            else
+                engine.process64(ins, outs, frames);
             host.advance(frames, rate);
             done += static_cast<size_t>(frames);
             if (afterBlock) afterBlock();
@@ -70,9 +107,6 @@ class EngineRig {
     void settle(double seconds = 0.6) { render(silence(samples(seconds))); }
 
     size_t samples(double seconds) const { return static_cast<size_t>(seconds * rate); }
-    // Frames from a sound's entry to its echo at the nominal clock, for a delay in ms.
-    size_t heardDelay(double ms) const { return static_cast<size_t>(ms * rate / 1000.0) + 4; }
-
     Signal sine(double hz, double seconds, double level = 0.5) const {
         return Test::sine(samples(seconds), hz, rate, level);
     }
@@ -84,6 +118,7 @@ class EngineRig {
     QVXCorvane77x_v2Effect engine;
     double rate;
     int32_t blockSize = 256;
+    bool suspended = false;
     std::function<void()> afterBlock;
 };
 
