@@ -25,7 +25,7 @@ ROOMS = {
     "tools/hosting": ("VST3-SDK", (84, 130)),
     "tools/corvane-host": ("tools/hosting params presets platform VST3-SDK", (240, 40)),
 }
-# The same within the engine: what has a source file, and the blocks that are headers only.
+# The same within the engine: its parts, and all other blocks.
 ENGINE_ROOMS = {
     "Engine": ("InputFilter MemoryPath SongFollower blocks", (280, 450)),
     "InputFilter": ("blocks", (90, 530)),
@@ -50,8 +50,9 @@ def room_of(path):
 
 
 def engine_room_of(path):
-    name = Path(path).stem.replace("EngineBlock", "Engine")
-    return name if (ROOT / "dsp" / f"{name}.cpp").exists() else "blocks"
+    """EngineBlock belongs to Engine, and so on."""
+    name = Path(path).stem
+    return next((room for room in ENGINE_ROOMS if name.startswith(room)), "blocks")
 
 
 def find_includes():
