@@ -50,12 +50,12 @@ TEST_F(CommandLine, SaysInOneSentenceWhatFailedAndWritesNothing) {
         {renderFrom("slow.wav"), {"Probe", "8000 Hz"}},
         {render({"--param", "Eco=On"}), {"'Eco'", "params"}},
         {render({"--param", "Peak=1"}), {"'Peak'", "read-only"}},
-        {render({"--param", "Level=loud"}), {"'loud'", "'0", "'100", "%"}},
+        {render({"--param", "Level=loud"}), {"'loud'", "0 ... 100", "%"}},
         {render({"--param", "Level=250"}), {"'250'"}},
         {render({"--param", "Level=5\xff"}), {"'Level'"}},
-        {render({"--param", "Level=" + std::string(300, '5')}), {"'Level'", "'100"}},
+        {render({"--param", "Level=" + std::string(300, '5')}), {"'Level'", "100"}},
         {render({"--param", "Level=@1.5"}), {"@1.5", "@0", "@1"}},
-        {render({"--param", "Echo="}), {"'Off'", "'On'"}},
+        {render({"--param", "Echo="}), {"Off, On"}},
         {render({"--automate", path("time.csv")}), {"line 3", "'-1'"}},
         {render({"--automate", path("name.csv")}), {"line 1", "'Levle'"}},
         {render({"--automate", path("short.csv")}), {"line 1", "seconds"}},
@@ -146,13 +146,7 @@ TEST_F(CommandLine, TellsOfAPluginInPlainRows) {
         {"2", "Fault", "", "", "2", "None", "automatable list", "None, Not Finite, Crash"},
         {"100", "Peak", "", "", "0", "0", "read-only", "0 ... 1"},
     };
-    ASSERT_EQ(rows.size(), expected.size());
-    for (size_t row = 0; row < rows.size(); ++row) {
-        ASSERT_EQ(rows[row].size(), size_t{8});
-        for (const size_t column : {0, 1, 2, 3, 4, 6})
-            EXPECT_EQ(rows[row][column], expected[row][column]) << row;
-    }
-    EXPECT_EQ(rows[2][7], expected[2][7]);
+    EXPECT_EQ(rows, expected);
     // People get a heading and columns instead.
     EXPECT_EQ(files.output({"params", "--plugin", PROBE}).substr(0, 5), "id   ");
 }
@@ -160,9 +154,9 @@ TEST_F(CommandLine, TellsOfAPluginInPlainRows) {
 TEST_F(CommandLine, MeasuresAnyNumberOfInstances) {
     const auto rows = tableOf(files.output(
         {"bench", "--plain", "--plugin", PROBE, "--instances", "3", "--seconds", "0.1"}));
-    ASSERT_EQ(rows.size(), size_t{11});
+    ASSERT_EQ(rows.size(), size_t{9});
     EXPECT_EQ(rows[1], (Words{"set-up", "3 x 48000 Hz, blocks of 512, 32 bits"}));
-    for (const size_t row : {2, 3, 4, 5, 7, 8, 9, 10})
+    for (const size_t row : {2, 3, 5, 6, 7, 8})
         EXPECT_GT(std::stod(rows[row][1]), 0.0) << rows[row][0];
 }
 

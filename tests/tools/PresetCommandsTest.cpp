@@ -1,15 +1,13 @@
 // Presets of the delivered plug-in on the command line: chosen, shown, and carried between formats.
 #include "presets/PresetBlob.h"
 #include "presets/PresetFile.h"
+#include "tests/presets/BlobBytes.h"
 #include "tests/tools/CommandRun.h"
 #include "tools/corvane-host/PluginChoice.h"
-#include "tools/corvane-host/PresetFormats.h"
 
-#include <boost/endian/conversion.hpp>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
 
 namespace Quorvant::Hosting {
 
@@ -19,20 +17,6 @@ namespace fs = std::filesystem;
 
 std::string textOf(const std::vector<std::byte>& bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
-
-// A file of the earlier version that holds these slots.
-std::string legacyFile(const std::vector<std::pair<uint32_t, float>>& slots) {
-    const auto count = static_cast<uint32_t>(slots.size());
-    std::vector<uint32_t> words = {0x02000000u, 18u, count, 0u, count * 32, 0u, 0u, 0u, 0u};
-    for (const auto& [slot, value] : slots)
-        words.insert(words.end(), {1u, 20u, 0u, slot, 0u, 0u, std::bit_cast<uint32_t>(value), 0u});
-    std::string bytes = "77SP\x22";
-    for (uint32_t word : words) {
-        boost::endian::native_to_little_inplace(word);
-        bytes.append(reinterpret_cast<const char*>(&word), sizeof word);
-    }
-    return bytes;
 }
 
 // No two values are alike, and the name holds what XML and file systems treat apart.
@@ -130,8 +114,8 @@ TEST_F(PresetCommands, SayInOneSentenceWhatAConversionLeavesOut) {
     outside.replace(outside.size() - 8, 4, std::string("\0\0\0\x40", 4));  // 2.0
     files.writeText("outside.qvx", outside);
     files.writeText("cut.qvx", outside.substr(0, 1000));
-    files.writeText("loop.qvx", legacyFile({{3, 0.9f}, {13, 1.0f}}));
-    files.writeText("early.qvx", legacyFile({{3, 0.9f}, {13, 0.0f}}));
+    files.writeText("loop.qvx", BlobBytes::legacy().parameter(3, 0.9f).parameter(13, 1.0f).text);
+    files.writeText("early.qvx", BlobBytes::legacy().parameter(3, 0.9f).parameter(13, 0.0f).text);
     const std::vector<std::pair<const char*, Words>> cases = {
         {"still.vstpreset", {"suspend", "setup", "view", "cut to 'nnn"}},
         {"outside.qvx", {"out of range", "1"}},
@@ -167,7 +151,7 @@ TEST_F(PresetCommands, RefuseDamagedStates) {
 TEST_F(PresetCommands, ImportIntoTheUsersFolderAndReplaceOnlyWhenTold) {
     exports("wiper", "One.vstpreset");
     exports("0", "Two.qvx");
-    files.writeText("Three.qvx", legacyFile({{3, 0.9f}}));
+    files.writeText("Three.qvx", BlobBytes::legacy().parameter(3, 0.9f).text);
     const Outcome outcome = files.run({"presets", "import", path("One.vstpreset"), path("none.qvx"),
                                        path("Two.qvx"), path("Three.qvx")});
     EXPECT_EQ(outcome.status, 1);

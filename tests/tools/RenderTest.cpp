@@ -186,10 +186,28 @@ TEST_F(Render, HasTheDeliveredPluginsSettingsFromTheFirstFrameWithoutAGlide) {
         std::ranges::max_element(out, {}, [](float sample) { return std::abs(sample); });
     EXPECT_NEAR(static_cast<double>(loudest - out.begin()), 0.5 * kRate, 0.001 * kRate);
     EXPECT_GT(std::abs(*loudest), 0.1f);
-    files.writeAudio("noise.wav", noise(kRate), 1, kRate);
-    const auto [low, high] =
-        std::ranges::minmax(own("noise.wav", {"--param", "Output=-oo", "--tail", "0"}));
-    EXPECT_LT(std::max(high, -low), 1e-5f);
+}
+
+TEST_F(Render, ShowsTheHighestReadingOfAnIntervalWhateverTheBlock) {
+    files.writeAudio("in.wav", std::vector<float>(kRate * 35 / 100, 0.5f), 1, kRate);
+    files.writeText("moves.csv", "0.15,Level,50\n0.25,Level,25\n");
+    Words line = {"meters",     files.path("in.wav"),    "--plugin", PROBE,
+                  "--automate", files.path("moves.csv"), "--tail",   "0"};
+    const auto with = [&](const Words& options) {
+        Words whole = line;
+        whole.insert(whole.end(), options.begin(), options.end());
+        return files.output(whole);
+    };
+    // The last row ends with the piece, a latency of 100 frames later than the input.
+    for (const char* block : {"64", "100000"})
+        EXPECT_EQ(tableOf(with({"--plain", "--block", block})),
+                  (std::vector<Words>{{"seconds", "Peak"},
+                                      {"0.100", "1.000000"},
+                                      {"0.200", "1.000000"},
+                                      {"0.300", "0.500000"},
+                                      {"0.352", "0.250000"}}));
+    EXPECT_EQ(with({"--every", "1"}), "seconds  Peak\n0.352    1.000000\n");
+    EXPECT_EQ(files.names(), (Words{"in.wav", "moves.csv"}));
 }
 
 }  // namespace Quorvant::Hosting

@@ -1,6 +1,5 @@
 #include "tools/corvane-host/BlockBuffers.h"
 #include "tools/corvane-host/Commands.h"
-#include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/hosting/Text.h"
 

@@ -1,7 +1,6 @@
 #include "tools/corvane-host/BlockBuffers.h"
 #include "tools/corvane-host/Commands.h"
 #include "tools/corvane-host/Phrase.h"
-#include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Screenshot.h"
 #include "tools/hosting/EditorWindow.h"
 #include "tools/hosting/Text.h"

@@ -2,8 +2,7 @@
 // held back.
 #pragma once
 
-#include "tools/corvane-host/AudioFile.h"
-#include "tools/corvane-host/Readings.h"
+#include "tools/corvane-host/RenderRun.h"
 
 #include <string>
 

@@ -3,7 +3,6 @@
 #include "presets/PresetFile.h"
 #include "presets/PresetFolders.h"
 #include "tools/corvane-host/Commands.h"
-#include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/hosting/Text.h"
 

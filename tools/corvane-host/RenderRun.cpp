@@ -1,7 +1,6 @@
 #include "tools/corvane-host/RenderRun.h"
 
 #include "tools/corvane-host/BlockBuffers.h"
-#include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/hosting/Text.h"
 
@@ -10,7 +9,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
+#include <limits>
 #include <sstream>
+#include <string_view>
 
 namespace Quorvant::Hosting {
 
@@ -21,6 +22,14 @@ namespace {
 constexpr double kLongestAutomaticTail = 60.0;  // seconds
 constexpr double kQuiet = 3.1623e-5;            // -90 dBFS
 constexpr double kKeptQuietSeconds = 1.0;       // of an automatic tail
+
+// Nothing in the interface tells which readings are peaks.
+bool namesPeak(const std::string& title) {
+    constexpr std::string_view kWords[] = {"Peak",      "Level",    "Meter",
+                                           "Reduction", "Headroom", "Activity"};
+    return std::ranges::any_of(
+        kWords, [&](std::string_view word) { return title.find(word) != std::string::npos; });
+}
 
 struct AutomationPoint {
     int64_t frame;
@@ -214,6 +223,44 @@ HostSetup prepareFor(HostedPlugin& plugin, const RenderOptions& options, const A
 }
 
 }  // namespace
+
+size_t Readings::columnOf(const HostedPlugin& plugin, ParamID id) {
+    const auto known = std::ranges::find(columns, id, &Column::id);
+    if (known == columns.end()) {
+        const Parameter* parameter = plugin.findParameter(id);
+        const std::string title = parameter != nullptr ? parameter->title : std::to_string(id);
+        columns.push_back({id, title, namesPeak(title)});
+        return columns.size() - 1;
+    }
+    return static_cast<size_t>(known - columns.begin());
+}
+
+int64_t Readings::nextEnd(int64_t position, double rate) const {
+    if (interval <= 0.0) return std::numeric_limits<int64_t>::max();
+    const double ends = std::floor(static_cast<double>(position) / rate / interval + 1e-6);
+    return std::max<int64_t>(std::llround((ends + 1.0) * interval * rate), position + 1);
+}
+
+void Readings::take(const HostedPlugin& plugin, double seconds) {
+    constexpr double kRounding = 1e-6;  // of a frame's time, at most
+    if (interval <= 0.0) return;
+    if (rowIsWhole) {
+        rows.push_back(rows.empty() ? Row() : rows.back());
+        // Readings that aren't peaks hold until they change.
+        for (size_t column = 0; column < rows.back().values.size(); ++column)
+            if (columns[column].isPeak) rows.back().values[column].reset();
+    }
+    Row& row = rows.back();
+    row.seconds = seconds;
+    for (const ParameterPoint& point : plugin.outputPoints()) {
+        const size_t column = columnOf(plugin, point.id);
+        if (row.values.size() <= column) row.values.resize(column + 1);
+        auto& value = row.values[column];
+        value = columns[column].isPeak && value ? std::max(*value, point.value) : point.value;
+    }
+    const auto count = static_cast<double>(rows.size());
+    rowIsWhole = seconds >= count * interval - kRounding;
+}
 
 RenderOutcome runRender(const PluginChoice& choice, const RenderOptions& options,
                         Readings& readings) {

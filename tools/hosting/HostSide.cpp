@@ -59,9 +59,7 @@ tresult EditLog::restartComponent(int32 flags) {
     return kResultOk;
 }
 
-StateStream::StateStream() : attributes(HostAttributeList::make()) {}
-
-StateStream::StateStream(std::span<const uint8_t> content) : StateStream() {
+StateStream::StateStream(std::span<const uint8_t> content) {
     // The SDK's signature lacks the const, nothing is written through it.
     write(const_cast<uint8_t*>(content.data()), static_cast<int32>(content.size()), nullptr);
     seek(0, kIBSeekSet, nullptr);
@@ -75,19 +73,6 @@ Bytes StateStream::bytes() const {
 void StateStream::setAttribute(const char* key, const std::string& utf8) {
     attributes->setString(
         key, reinterpret_cast<const TChar*>(VST3::StringConvert::convert(utf8).c_str()));
-}
-
-tresult StateStream::getFileName(String128) {
-    return kNotImplemented;
-}
-
-IAttributeList* StateStream::getAttributes() {
-    return attributes;
-}
-
-tresult StateStream::queryInterface(const TUID id, void** object) {
-    QUERY_INTERFACE(id, object, IStreamAttributes::iid, IStreamAttributes)
-    return MemoryStream::queryInterface(id, object);
 }
 
 }  // namespace Quorvant::Hosting

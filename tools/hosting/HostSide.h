@@ -66,22 +66,24 @@ class EditLog
 };
 
 // A stream in memory that also carries the attributes which hosts attach to states.
-class StateStream : public Steinberg::MemoryStream, public Steinberg::Vst::IStreamAttributes {
+class StateStream
+    : public Steinberg::U::Extends<Steinberg::MemoryStream,
+                                   Steinberg::U::Directly<Steinberg::Vst::IStreamAttributes>> {
   public:
-    StateStream();
+    StateStream() = default;
     explicit StateStream(std::span<const uint8_t> content);  // copies, position at the start
 
     Bytes bytes() const;
     void setAttribute(const char* key, const std::string& utf8);
 
-    Steinberg::tresult PLUGIN_API getFileName(Steinberg::Vst::String128 name) override;
-    Steinberg::Vst::IAttributeList* PLUGIN_API getAttributes() override;
-    Steinberg::tresult PLUGIN_API queryInterface(const Steinberg::TUID id, void** object) override;
-    Steinberg::uint32 PLUGIN_API addRef() override { return MemoryStream::addRef(); }
-    Steinberg::uint32 PLUGIN_API release() override { return MemoryStream::release(); }
+    Steinberg::tresult PLUGIN_API getFileName(Steinberg::Vst::String128) override {
+        return Steinberg::kNotImplemented;
+    }
+    Steinberg::Vst::IAttributeList* PLUGIN_API getAttributes() override { return attributes; }
 
   private:
-    Steinberg::IPtr<Steinberg::Vst::IAttributeList> attributes;
+    Steinberg::IPtr<Steinberg::Vst::IAttributeList> attributes =
+        Steinberg::Vst::HostAttributeList::make();
 };
 
 }  // namespace Quorvant::Hosting

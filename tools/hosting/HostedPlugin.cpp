@@ -75,22 +75,17 @@ void describeBuses(const std::vector<std::vector<Sample*>>& buses,
     }
 }
 
-// The number that a text begins with, whatever unit follows; not a number where there is none.
-double leadingNumber(const std::string& text) {
-    char* end = nullptr;
-    const double value = std::strtod(text.c_str(), &end);
-    return end == text.c_str() || !std::isfinite(value) ? std::nan("") : value;
-}
-
 // Some controllers clamp, or read as 0, what they don't know: only what they show then tells.
 bool isMeant(const std::string& asked, double value, const std::string& shown) {
     if (sameText(asked, shown)) return true;
-    const double askedNumber = leadingNumber(asked);
-    if (std::isnan(askedNumber)) return false;
+    char *askedEnd = nullptr, *shownEnd = nullptr;
+    const double askedNumber = std::strtod(asked.c_str(), &askedEnd);
+    if (askedEnd == asked.c_str()) return false;
     if (value > 0.0 && value < 1.0) return true;
-    const double shownNumber = leadingNumber(shown);  // or a word, "-oo" or "off"
-    const double tolerance = std::max(1.0, std::abs(shownNumber) * 0.02);
-    return std::isnan(shownNumber) || std::abs(askedNumber - shownNumber) <= tolerance;
+    const double shownNumber = std::strtod(shown.c_str(), &shownEnd);
+    const bool isWord = shownEnd == shown.c_str();  // "-oo" or "off"
+    return isWord ||
+           std::abs(askedNumber - shownNumber) <= std::max(1.0, std::abs(shownNumber) * 0.02);
 }
 
 }  // namespace
