@@ -4,9 +4,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <random>
 #include <sstream>
 
 namespace Quorvant::Hosting {
@@ -15,22 +12,16 @@ namespace fs = std::filesystem;
 
 namespace {
 
-std::string bytesOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::string printed(const fs::path& path) {
-    std::string text = bytesOf(path);
+    std::string text = readBytes(path);
     std::erase(text, '\r');
     return text;
 }
 
 }  // namespace
 
-Workspace::Workspace()
-    : base(fs::temp_directory_path() / ("corvane-host-" + std::to_string(std::random_device()()))) {
-    fs::create_directories(base / "work");
+Workspace::Workspace() {
+    fs::create_directories(work);
     fs::create_directories(home());
 #ifdef _WIN32
     _putenv_s("USERPROFILE", home().string().c_str());
@@ -39,14 +30,9 @@ Workspace::Workspace()
 #endif
 }
 
-Workspace::~Workspace() {
-    std::error_code ignored;
-    fs::remove_all(base, ignored);
-}
-
 Words Workspace::names() const {
     Words result;
-    for (const auto& entry : fs::directory_iterator(base / "work"))
+    for (const auto& entry : fs::directory_iterator(work))
         result.push_back(entry.path().filename().string());
     std::ranges::sort(result);
     return result;
@@ -69,14 +55,6 @@ std::string Workspace::output(const Words& arguments) const {
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
     return outcome.out;
-}
-
-void Workspace::writeText(const std::string& name, const std::string& text) const {
-    std::ofstream(path(name), std::ios::binary) << text;
-}
-
-std::string Workspace::readText(const std::string& name) const {
-    return bytesOf(path(name));
 }
 
 void Workspace::writeAudio(const std::string& name, const std::vector<float>& samples, int channels,

@@ -1,9 +1,9 @@
 // Runs corvane-host as a user does, in a folder of its own, and looks at what comes of it.
 #pragma once
 
+#include "tests/TestFolder.h"
 #include "tools/corvane-host/AudioFile.h"
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -20,11 +20,8 @@ struct Outcome {
 class Workspace {
   public:
     Workspace();
-    ~Workspace();
-    Workspace(const Workspace&) = delete;
-    Workspace& operator=(const Workspace&) = delete;
 
-    std::string path(const std::string& name) const { return (base / "work" / name).string(); }
+    std::string path(const std::string& name) const { return (work / name).string(); }
     std::filesystem::path home() const { return base / "home"; }
     Words names() const;  // of all files in it, sorted
 
@@ -33,14 +30,17 @@ class Workspace {
     // The same, where success without a word on standard error is expected; what it prints.
     std::string output(const Words& arguments) const;
 
-    void writeText(const std::string& name, const std::string& text) const;
-    std::string readText(const std::string& name) const;
+    void writeText(const std::string& name, const std::string& text) const {
+        writeBytes(work / name, text);
+    }
+    std::string readText(const std::string& name) const { return readBytes(work / name); }
     // 32-bit float; every frame's channels are the values that `samples` lists, interleaved.
     void writeAudio(const std::string& name, const std::vector<float>& samples, int channels,
                     int rate) const;
 
   private:
-    std::filesystem::path base;
+    TestFolder base;
+    const std::filesystem::path work = base / "work";
 };
 
 std::vector<Words> tableOf(const std::string& output, char separator = '\t');
