@@ -136,16 +136,6 @@ TEST_F(ManagedFilesTest, FilesThatWentOrAreNoPresetsAreToldAndSteppedOver) {
     EXPECT_EQ(manager.location(), file(0));
 }
 
-TEST_F(ManagedFilesTest, LoadsByNameFromTheTreeOnly) {
-    std::filesystem::create_directories(folder / "sub");
-    put(folder / "sub/one.qvx");
-    EXPECT_EQ(manager.loadByName("one", "sub"), PresetFault::None);
-    EXPECT_EQ(manager.nameDisplay(), "CP:dotted 8th slow tape");
-    EXPECT_EQ(manager.loadByName("one", ""), PresetFault::NotFound);
-    EXPECT_EQ(manager.loadByName("../one", "sub"), PresetFault::BadName);
-    EXPECT_EQ(manager.loadByName("one", ".."), PresetFault::BadName);
-}
-
 TEST_F(ManagedFilesTest, StateBringsBackBothSetups) {
     std::filesystem::create_directories(folder / "sub");
     choose(basic(4));

@@ -56,11 +56,10 @@ TEST_F(MemoTest, PastesAllParametersOfWhatAnotherInstanceCopied) {
     EXPECT_EQ(manager.location(), basic(kNotListed));
 
     // Two pastes stand at the same place, outside the lists, and are two changes all the same.
-    const auto first = manager.current();
     other.turn(kMix, 0.125);
     carry();
     manager.undo();
-    EXPECT_EQ(manager.current(), first);
+    EXPECT_EQ(host.values[kMix], 0.5);
     manager.redo();
     EXPECT_EQ(host.values[kMix], 0.125);
     EXPECT_FALSE(manager.canStep(-1));
@@ -74,24 +73,22 @@ TEST_F(MemoTest, MemoWithBadBytesChangesNothingOrFallsBackToTheLastOne) {
         return manager.pasteFromMemo();
     };
     const auto bad = BlobBytes::current().name("bad").parameter(kMix, 1.5f);
-    const auto before = manager.current();
     EXPECT_EQ(pasted(bad.bytes()), PresetFault::NotAPreset);
     EXPECT_EQ(pasted(bad.bytes().first(3)), PresetFault::NotAPreset);
-    EXPECT_EQ(manager.current(), before);
-    EXPECT_FALSE(manager.canUndo());
+    EXPECT_EQ(manager.nameDisplay(), "00: Default");
+    EXPECT_TRUE(host.groups.empty());
 
-    host.turn(kMix, 0.25);
     ASSERT_EQ(manager.copyToMemo(), PresetFault::None);
     host.turn(kMix, 0.875);
     EXPECT_EQ(pasted(bad.bytes()), PresetFault::None);
-    EXPECT_EQ(host.values[kMix], 0.25);
+    EXPECT_EQ(host.values[kMix], 0.5);
     EXPECT_EQ(pasted(BlobBytes::current().parameter(kMix, 0.375f).bytes()), PresetFault::None);
     host.turn(kMix, 0.875);
     EXPECT_EQ(pasted(bad.bytes()), PresetFault::None);
     EXPECT_EQ(host.values[kMix], 0.375);
 }
 
-TEST(MemoName, IsNamedForTheMoment) {
+TEST_F(MemoTest, IsNamedForTheMoment) {
     std::tm evening{};
     evening.tm_hour = 21;
     evening.tm_min = 5;
