@@ -81,7 +81,6 @@ TEST(LegacyImport, OtherVersionsGoToTheOrdinaryReader) {
     auto expected = target();
     expected.values[20] = 0.9f;
     for (BlobBytes blob : {BlobBytes::make("PS77", 0x03000000, 18, false),
-                           BlobBytes::make("PS77", 0x02000000, 0, true),
                            BlobBytes::make("PS77", 0x02000000, 19, false),
                            BlobBytes::make("P77x", 0x02000000, 18, false)})
         EXPECT_EQ(imported(blob.parameter(20, 0.9f)), expected);

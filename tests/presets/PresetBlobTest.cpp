@@ -118,17 +118,17 @@ TEST(PresetBlob, HostileSizesAndCutsEndTheWalk) {
 }
 
 TEST(PresetRecord, NamesEndInTheirFieldAndBetweenCharacters) {
-    const auto expectTaken = [](std::string_view name, std::string expected) {
-        expected.resize(24, '\0');
-        QVXPresetRecord record = read(BlobBytes::current().name(name).text).record;
-        EXPECT_EQ(std::string(record.name, 24), expected);
-        setPresetName(record, name);
-        EXPECT_EQ(std::string(record.name, 24), expected);
-    };
-    expectTaken(std::string(24, 'a'), std::string(23, 'a'));  // without a terminator
-    expectTaken(std::string_view("hi\0junk", 7), "hi");
-    expectTaken(std::string(22, 'a') + "\xC3\xA4", std::string(22, 'a'));
-    expectTaken("K\xE4se \xDF", "Käse ß");  // by programs of one byte a character
+    const std::pair<std::string, std::string> names[] = {
+        {std::string(24, 'a'), std::string(23, 'a')},  // without a terminator
+        {std::string("hi\0junk", 7), "hi"},
+        {std::string(22, 'a') + "ä", std::string(22, 'a')},
+        {"K\xE4se \xDF", "Käse ß"}};  // by programs of one byte a character
+    for (const auto& [name, taken] : names) {
+        QVXPresetRecord expected = before();
+        std::ranges::fill(expected.name, '\0');
+        std::ranges::copy(taken, expected.name);
+        EXPECT_EQ(read(BlobBytes::current().name(name).text).record, expected);
+    }
     QVXPresetRecord record = before();
     setPresetName(record, presetName(record).substr(4));  // from itself
     EXPECT_EQ(presetName(record), "re");

@@ -69,13 +69,9 @@ TEST(PresetFile, NamesThatNotEverySystemTakesAreRefusedOrReplaced) {
 
 TEST(PresetFile, WhatIsNoOrdinaryFileIsNoPreset) {
     const TestFolder folder;
-    const auto expectUnreadable = [&](const char* name) {
-        QVXPresetRecord record = sample();
-        EXPECT_EQ(loadPreset(folder / name, record), PresetFault::NotAPreset) << name;
-        EXPECT_EQ(record, sample()) << name;
-    };
+    QVXPresetRecord record{};
     for (const char* name : {"NUL.qvx", "com1.qvx", "Lpt9.old.qvx", "AUX .qvx"}) {
-        expectUnreadable(name);
+        EXPECT_EQ(loadPreset(folder / name, record), PresetFault::NotAPreset) << name;
         EXPECT_EQ(save(folder / name), PresetFault::BadName) << name;
         EXPECT_EQ(deletePreset(folder / name), PresetFault::NotAPreset) << name;
 #ifndef _WIN32
@@ -84,7 +80,7 @@ TEST(PresetFile, WhatIsNoOrdinaryFileIsNoPreset) {
     }
 #ifndef _WIN32
     ASSERT_EQ(mkfifo((folder / "pipe.qvx").c_str(), 0600), 0);  // opening one waits for a writer
-    expectUnreadable("pipe.qvx");
+    EXPECT_EQ(loadPreset(folder / "pipe.qvx", record), PresetFault::NotAPreset);
 #endif
     writeBytes(folder / "nullpoint.qvx", "");
     PresetFolders folders(folder.path);
@@ -217,14 +213,13 @@ TEST(PresetFolders, FileIsFoundByWhateverPathItIsNamed) {
     writeBytes(folder / "Sub/One.qvx", "");
     PresetFolders folders(folder.path);
     folders.scan();
-    const PresetLocation place{kFromFolder, 1, 0};
-    EXPECT_EQ(folders.locate(folder / "Sub/../Sub/One.qvx"), place);
 #ifdef _WIN32
-    EXPECT_EQ(folders.locate(folder / "sUB/oNE.qvx"), place);
+    const auto named = folder / "sUB/oNE.qvx";
 #else
     std::filesystem::create_symlink(folder / "Sub", folder / "link");
-    EXPECT_EQ(folders.locate(folder / "link/One.qvx"), place);
+    const auto named = folder / "link/One.qvx";
 #endif
+    EXPECT_EQ(folders.locate(named), (PresetLocation{kFromFolder, 1, 0}));
     EXPECT_EQ(folders.locate(folder / "Sub/two.qvx"), (PresetLocation{kFromFolder, 1, -1}));
 }
 

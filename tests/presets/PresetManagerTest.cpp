@@ -24,20 +24,6 @@ TEST_F(PresetManagerTest, StartsAtDefaultAndRefusesWhatIsNotThere) {
     EXPECT_TRUE(host.groups.empty());
 }
 
-TEST_F(PresetManagerTest, ChoosingWritesWhatBelongsToPresetsAndNothingElse) {
-    constexpr uint32_t kKept[] = {8, 9, 10, 11, 12, 13, 14, 34, 35};
-    for (const uint32_t index : kKept) host.turn(index, 0.625);
-    EXPECT_FALSE(manager.modified());  // these aren't the preset's
-    choose({kFromCategory, 0, 1});
-    EXPECT_EQ(manager.nameDisplay(), "01: wiper");
-    ASSERT_EQ(host.groups.size(), 1u);
-    EXPECT_EQ(host.groups[0].size(), 29u);
-    EXPECT_EQ(host.values[kFeedback], static_cast<double>(0.9975f));
-    for (const uint32_t index : kKept) EXPECT_EQ(host.values[index], 0.625);
-    EXPECT_TRUE(host.agrees());
-    EXPECT_FALSE(manager.modified());
-}
-
 TEST_F(PresetManagerTest, WhatIsToBeKeptIsKeptByEveryChangeAndMarksNothing) {
     ParameterSet mixLock;
     mixLock.set(kMix);
@@ -72,6 +58,7 @@ TEST_F(PresetManagerTest, WhatIsToBeKeptIsKeptByEveryChangeAndMarksNothing) {
 TEST_F(PresetManagerTest, InfRepeatGoesFirstWhenOffAndLastWhenOn) {
     choose(basic(2));
     EXPECT_EQ(host.groups.back().front().index, kInfRepeat);
+    EXPECT_EQ(host.groups.back().size(), 29u);
     host.turn(kInfRepeat, 1.0);
     manager.selectSetup(1.0);
     EXPECT_EQ(host.groups.back().front().index, kInfRepeat);
@@ -130,7 +117,6 @@ TEST_F(PresetManagerTest, UndoesThirtyTwoOfThirtyThreeChangesAndRedoesThem) {
     EXPECT_EQ(seen.size(), 32u);
     EXPECT_EQ(manager.location(), (PresetLocation{kFromCategory, 9, 1}));
     EXPECT_EQ(manager.current().values[kMix], 1 / 64.0f);
-    EXPECT_TRUE(manager.modified());
     for (; manager.canRedo(); seen.pop_back()) {
         manager.redo();
         EXPECT_EQ(manager.current(), seen.back());
@@ -144,6 +130,7 @@ TEST_F(PresetManagerTest, UndoAndRedoWriteExactlyWhatTheirChangeWroteAndKeepEdit
     choose(basic(2));
     host.turn(kGlobalMix, 0.875);
     host.turn(kManualTempo, 0.875);
+    EXPECT_FALSE(manager.modified());  // these aren't the preset's
     const auto before = manager.current();
     ASSERT_EQ(manager.pasteFromMemo(), PresetFault::None);  // all 38
     host.turn(kGlobalInput, 0.125);
@@ -207,7 +194,6 @@ TEST_F(PresetManagerTest, SetupsComeBackExactlyAsTheyWereLeft) {
     const auto a = manager.current();
     manager.selectSetup(0.5);
     EXPECT_EQ(manager.nameDisplay(), "00: Default");
-    EXPECT_EQ(host.values[kGlobalInput], 0.5);
     manager.selectSetup(0.49);
     EXPECT_EQ(manager.current(), a);
     EXPECT_TRUE(manager.modified());
