@@ -136,7 +136,7 @@ TEST_F(ManagedFilesTest, StateBringsBackBothSetups) {
     host.turn(kMix, 0.75);
     manager.selectSetup(1.0);
     choose({kFromDesigner, 0, 3});
-    const auto state = manager.saveState();
+    auto state = manager.saveState();
 
     // By then another folder and another file stand before it, and what the parameters really are
     // holds against the block.
@@ -159,20 +159,20 @@ TEST_F(ManagedFilesTest, StateBringsBackBothSetups) {
     EXPECT_EQ(later.values[kMix], 0.75);
     EXPECT_TRUE(restored.modified());
     EXPECT_EQ(restored.location(), file(1, 2));
-}
 
-TEST_F(ManagedFilesTest, StatesNameFilesBelowThePresetFolderOnly) {
-    ASSERT_EQ(manager.save(folder / "one.qvx"), PresetFault::None);
-    auto state = manager.saveState();
+    // Files are looked for below the preset folder only.
+    const std::string path = state.setups[0].file;
     const std::string above = "../" + utf8FromPath(folder.path.filename()) + "/";
-    for (const std::string& front : {std::string(), above, utf8FromPath(folder / "")}) {
-        state.setups[0].file = front + "one.qvx";
-        manager.restoreState(state, host.values);
-        EXPECT_EQ(manager.location(), file(front.empty() ? 0 : kNotListed)) << front;
+    for (const std::string& front : {above, utf8FromPath(folder / "")}) {
+        state.setups[0].file = front + path;
+        restored.restoreState(state, host.values);
+        restored.selectSetup(0.0);
+        EXPECT_EQ(restored.location().preset, kNotListed) << front;
     }
     state.setups[0].slot.location = basic(999);
-    manager.restoreState(state, host.values);
-    EXPECT_EQ(manager.location(), basic(kNotListed));
+    restored.restoreState(state, host.values);
+    restored.selectSetup(0.0);
+    EXPECT_EQ(restored.location(), basic(kNotListed));
 }
 
 TEST_F(ManagedFilesTest, StateIsWrittenByteForByteAndReadWholeOrNotAtAll) {
