@@ -206,25 +206,20 @@ TEST(PresetFolders, ListsOneLevelInNaturalOrderAndInSilence) {
     EXPECT_EQ(folders.locate(folder / "Alpha/no.qvx"), (PresetLocation{kFromFolder, 1, -1}));
 }
 
-TEST(PresetFolders, HoldsOutAgainstMany) {
-    const TestFolder folder;
+TEST(PresetFolders, HoldsOutAgainstNoneAndMany) {
+    const TestFolder parent;
+    const auto folder = parent / "a/b/c";
+    PresetFolders folders(folder);
+    folders.scan();
+    EXPECT_EQ(namesOf(folders.list()), Names{"#MAIN FOLDER"});
+    EXPECT_EQ(PresetFolders({}).ensureMainFolder(), PresetFault::NoFolder);
+    EXPECT_EQ(folders.ensureMainFolder(), PresetFault::None);
     for (int i = 1000; i < 1130; ++i)
-        std::filesystem::create_directories(folder / ("sub" + std::to_string(i)));
-    PresetFolders folders(folder.path);
+        std::filesystem::create_directory(folder / ("sub" + std::to_string(i)));
     folders.scan();
     ASSERT_EQ(folders.list().size(), 128u);
     EXPECT_EQ(folders.list()[127].name, "sub1126");
     EXPECT_EQ(folders.locate(folder / "sub1129/x.qvx"), (PresetLocation{kFromFolder, 0, -1}));
-}
-
-TEST(PresetFolders, NothingThereIsAnEmptyMainFolder) {
-    const TestFolder folder;
-    PresetFolders folders(folder / "missing");
-    folders.scan();
-    EXPECT_EQ(namesOf(folders.list()), Names{"#MAIN FOLDER"});
-    EXPECT_EQ(PresetFolders(folder / "a/b/c").ensureMainFolder(), PresetFault::None);
-    EXPECT_TRUE(std::filesystem::is_directory(folder / "a/b/c"));
-    EXPECT_EQ(PresetFolders({}).ensureMainFolder(), PresetFault::NoFolder);
 }
 
 }  // namespace

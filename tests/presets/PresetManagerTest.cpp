@@ -69,12 +69,10 @@ TEST_F(PresetManagerTest, InfRepeatGoesFirstWhenOffAndLastWhenOn) {
 
 TEST_F(PresetManagerTest, ModifiedFollowsWhatTheUserWouldCallAnotherSetting) {
     choose({kFromCategory, 0, 1});  // "wiper", whose switches are written off their states' middle
-    const int changes = host.changes;
     host.turn(kHighCut, 1.0);
     EXPECT_FALSE(manager.modified());
     host.turn(kMix, 0.75);
     EXPECT_TRUE(manager.modified());
-    EXPECT_GT(host.changes, changes);
     host.turn(kMix, 0.5);
     EXPECT_FALSE(manager.modified());
     manager.setName("a\nb\x7F");
