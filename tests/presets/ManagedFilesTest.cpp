@@ -160,14 +160,15 @@ TEST_F(ManagedFilesTest, StateBringsBackBothSetups) {
     EXPECT_TRUE(restored.modified());
     EXPECT_EQ(restored.location(), file(1, 2));
 
-    // Files are looked for below the preset folder only.
+    // A file that went is none, and what lies outside the preset folder isn't looked for.
     const std::string path = state.setups[0].file;
     const std::string above = "../" + utf8FromPath(folder.path.filename()) + "/";
-    for (const std::string& front : {above, utf8FromPath(folder / "")}) {
-        state.setups[0].file = front + path;
+    for (const std::string& other :
+         {std::string("sub/gone.qvx"), above + path, utf8FromPath(folder / path)}) {
+        state.setups[0].file = other;
         restored.restoreState(state, host.values);
         restored.selectSetup(0.0);
-        EXPECT_EQ(restored.location().preset, kNotListed) << front;
+        EXPECT_EQ(restored.location().preset, kNotListed) << other;
     }
     state.setups[0].slot.location = basic(999);
     restored.restoreState(state, host.values);

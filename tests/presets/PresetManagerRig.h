@@ -20,7 +20,7 @@ struct FakeHost : PresetHost {
         groups.emplace_back(edits.begin(), edits.end());
         for (const auto& edit : edits) turn(edit.index, edit.value);  // as a controller would
     }
-    void presetsChanged() override {}
+    void presetsChanged() override { ++changes; }
 
     void turn(uint32_t index, double value) {
         values[index] = value;
@@ -34,6 +34,7 @@ struct FakeHost : PresetHost {
 
     std::array<double, kStoredParameterCount> values{};
     std::vector<std::vector<ParameterEdit>> groups;
+    int changes = 0;
     PresetManager manager;
 };
 

@@ -71,8 +71,10 @@ TEST_F(PresetManagerTest, ModifiedFollowsWhatTheUserWouldCallAnotherSetting) {
     choose({kFromCategory, 0, 1});  // "wiper", whose switches are written off their states' middle
     host.turn(kHighCut, 1.0);
     EXPECT_FALSE(manager.modified());
+    const int changes = host.changes;
     host.turn(kMix, 0.75);
     EXPECT_TRUE(manager.modified());
+    EXPECT_GT(host.changes, changes);
     host.turn(kMix, 0.5);
     EXPECT_FALSE(manager.modified());
     manager.setName("a\nb\x7F");
