@@ -27,7 +27,7 @@ one_way() {
     fi
 }
 # A header and its source count as one; then a folder within a folder does; then every folder.
-one_way 'these files' '' dsp presets platform gui plugin tests bench fuzz
+one_way 'these files' '' dsp presets platform gui plugin tools tests bench fuzz
 one_way 'these rooms' 's|([a-z]+/[a-z-]+)/[^ ]+|\1|g' dsp presets platform gui plugin tools tests \
     bench fuzz
 one_way 'these folders' 's|/[^ ]*||g' params dsp presets platform gui plugin tools tests bench fuzz
