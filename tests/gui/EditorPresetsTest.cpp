@@ -7,10 +7,10 @@ namespace {
 
 class EditorPresets : public EditorTest {
   protected:
-    std::string name() { return screen->find<PresetBar>()->nameDisplay(); }
-    ListColumn& groups() { return screen->find<PresetBrowser>()->groupColumn(); }
-    ListColumn& list() { return screen->find<PresetBrowser>()->presetColumn(); }
-    void search(const char* words) { screen->find<PresetBrowser>()->textField()->setText(words); }
+    std::string name() { return find<PresetBar>()->nameDisplay(); }
+    ListColumn& groups() { return find<PresetBrowser>()->groupColumn(); }
+    ListColumn& list() { return find<PresetBrowser>()->presetColumn(); }
+    void search(const char* words) { find<PresetBrowser>()->textField()->setText(words); }
     CPoint row(int index) { return list().rowRect(index).getCenter(); }
     void pickGroup(const std::string& part) {
         const auto& rows = groups().rows();
@@ -20,10 +20,10 @@ class EditorPresets : public EditorTest {
         ASSERT_NE(at, rows.end()) << part;
         const auto index = static_cast<int>(at - rows.begin());
         groups().select(index);
-        screen->click(groups().rowRect(index).getCenter());
+        click(groups().rowRect(index).getCenter());
     }
     void rowMenu(const std::string& title) {
-        screen->rightClick(row(0));
+        rightClick(row(0));
         choose(title);
     }
 };
@@ -31,16 +31,25 @@ class EditorPresets : public EditorTest {
 TEST_F(EditorPresets, BarStepsComparesAndTakesBack) {
     const CPoint previous(21, 18), next(45, 18), undo(351, 18), redo(379, 18);
     const std::string first = name();
-    EXPECT_EQ(first.substr(0, 4), "00: ");
-    const auto* undoArrow = screen->find<ActionButton>([](const auto& button) {
-        return hintOf(button) == "Click the left/right arrow to undo/redo action";
-    });
-    EXPECT_FALSE(undoArrow->isEnabled());
-    for (const auto& [place, shown] :
-         {std::pair{next, "01: "}, {previous, "00: "}, {undo, "01: "}, {redo, "00: "}}) {
-        screen->click(place);
-        EXPECT_EQ(name().substr(0, 4), shown);
-        EXPECT_TRUE(undoArrow->isEnabled());
+    std::vector<const ActionButton*> arrows;
+    for (const auto* button : all<ActionButton>())
+        if (hintOf(*button) == "Click the left/right arrow to undo/redo action")
+            arrows.push_back(button);
+    ASSERT_EQ(arrows.size(), 2u);
+    const struct {
+        CPoint place;
+        const char* shown;
+        bool canUndo, canRedo;
+    } steps[] = {{kNowhere, "00: ", false, false},
+                 {next, "01: ", true, false},
+                 {undo, "00: ", false, true},
+                 {redo, "01: ", true, false},
+                 {previous, "00: ", true, false}};
+    for (const auto& step : steps) {
+        click(step.place);
+        EXPECT_EQ(name().substr(0, 4), step.shown);
+        EXPECT_EQ(arrows[0]->isEnabled(), step.canUndo) << step.shown;
+        EXPECT_EQ(arrows[1]->isEnabled(), step.canRedo) << step.shown;
     }
     model.set(kFeedback, 0.77);
     EXPECT_EQ(name(), first + " *");
@@ -59,48 +68,48 @@ TEST_F(EditorPresets, BarStepsComparesAndTakesBack) {
 TEST_F(EditorPresets, SavingAsksBeforeItReplaces) {
     const auto file = folder / "Chosen.qvx";
     model.manager.setName("My sound");
-    screen->desk.answer = folder / "Chosen";
+    desk.answer = folder / "Chosen";
     press("SAVE");
-    EXPECT_EQ(screen->desk.askedTitle, "Save preset");
-    EXPECT_EQ(screen->desk.askedName, "My sound.qvx");
+    EXPECT_EQ(desk.askedTitle, "Save preset");
+    EXPECT_EQ(desk.askedName, "My sound.qvx");
     EXPECT_TRUE(std::filesystem::exists(file));
     // The dialog knew nothing of the file that the extension leads to.
     std::filesystem::resize_file(file, 1);
     press("SAVE");
-    EXPECT_TRUE(screen->key(VirtualKey::Return)) << "which replaces nothing";
+    EXPECT_TRUE(strike(VirtualKey::Return)) << "which replaces nothing";
     EXPECT_EQ(std::filesystem::file_size(file), 1u);
     press("SAVE");
     press("Replace");
     EXPECT_GT(std::filesystem::file_size(file), 1u);
-    screen->desk.answer = file;
+    desk.answer = file;
     press("SAVE");
-    EXPECT_EQ(screen->find<QuestionBox>(), nullptr) << "that the dialog has asked already";
+    EXPECT_EQ(find<QuestionBox>(), nullptr) << "that the dialog has asked already";
 
     // Without a system's dialog, the editor asks itself, and before it overwrites.
-    screen->desk.works = false;
+    desk.works = false;
     press("SAVE");
     enter("Second.qvx");
     EXPECT_TRUE(std::filesystem::exists(folder / "Second.qvx"));
     press("SAVE");
     enter("Second");
-    ASSERT_NE(screen->find<QuestionBox>(), nullptr);
+    ASSERT_NE(find<QuestionBox>(), nullptr);
     press("Cancel");
 }
 
 TEST_F(EditorPresets, BrowserFindsAndChooses) {
     auto& presets = model.manager;
     EXPECT_EQ(presets.presetNames(kFromFolder, 0).size(), 0u);
-    FakeModel other(folder);  // saves what this instance has not seen
+    FakeModel other(folder.path);  // saves what this instance has not seen
     ASSERT_EQ(other.manager.save(folder / "Mine.qvx"), PresetFault::None);
-    screen->click(kNameField);
+    click(kNameField);
 
     // A category, then one of its presets by a click, and one by the keyboard.
     pickGroup("Vibrato");
-    screen->click(row(1));
+    click(row(1));
     EXPECT_EQ(presets.location().preset, 1);
-    EXPECT_TRUE(screen->key(VirtualKey::Down));
+    EXPECT_TRUE(strike(VirtualKey::Down));
     EXPECT_EQ(presets.location().preset, 2);
-    EXPECT_TRUE(screen->key(VirtualKey::Up));
+    EXPECT_TRUE(strike(VirtualKey::Up));
     EXPECT_EQ(presets.location().preset, 1);
     EXPECT_TRUE(presets.canUndo());
 
@@ -110,26 +119,26 @@ TEST_F(EditorPresets, BrowserFindsAndChooses) {
     search("e");
     const double left = list().getViewSize().left;
     EXPECT_EQ(list().rowRect(0).left, left);
-    screen->wheel(row(0), -1.0);
+    wheel(row(0), -1.0);
     EXPECT_LT(list().rowRect(0).left, left);
     search("a");
     EXPECT_EQ(list().rowRect(0).left, left);
     search("mine");
     ASSERT_EQ(list().rows().size(), 1u);
-    screen->click(row(0));
+    click(row(0));
     EXPECT_EQ(presets.location().source, kFromFolder);
 
     // A designer's photo opens the link.
     pickGroup("Dub");
-    screen->click({915, 90});
-    EXPECT_EQ(screen->desk.opened.substr(0, 8), "https://");
-    EXPECT_TRUE(screen->key(VirtualKey::Escape));
-    EXPECT_EQ(screen->find<PresetBrowser>(), nullptr);
+    click({915, 90});
+    EXPECT_EQ(desk.opened.substr(0, 8), "https://");
+    EXPECT_TRUE(strike(VirtualKey::Escape));
+    EXPECT_EQ(find<PresetBrowser>(), nullptr);
 }
 
 TEST_F(EditorPresets, BrowserKeepsFavouritesFilesAndTheMix) {
     ASSERT_EQ(model.manager.save(folder / "Mine.qvx"), PresetFault::None);
-    screen->click(kNameField);
+    click(kNameField);
     search("mine");
     rowMenu("Add to favourites");
     EXPECT_TRUE(list().rows()[0].starred);
@@ -142,11 +151,11 @@ TEST_F(EditorPresets, BrowserKeepsFavouritesFilesAndTheMix) {
     press("MIX LOCK");
     model.set(kMix, 0.123);
     pickGroup("Flanger");
-    screen->click(row(0));
+    click(row(0));
     EXPECT_EQ(model.value(kMix), 0.123);
     EXPECT_FALSE(name().ends_with('*')) << "nobody changed it";
     press("MIX LOCK");
-    screen->click(row(1));
+    click(row(1));
     EXPECT_NE(model.value(kMix), 0.123);
     rowMenu(kFactoryFileText);
     EXPECT_EQ(message(), kFactoryFileHint);
@@ -157,7 +166,7 @@ TEST_F(EditorPresets, BrowserKeepsFavouritesFilesAndTheMix) {
     rowMenu("Rename...");
     enter("Renamed");
     EXPECT_TRUE(loadUserSettings().favourites.contains("file:#MAIN FOLDER/Renamed"));
-    screen->editor->idle();
+    editor->idle();
     EXPECT_NE(list().rows()[0].text.find("Renamed"), std::string::npos);
     EXPECT_TRUE(std::filesystem::exists(folder / "Renamed.qvx"));
     for (const auto& [answer, stays] : {std::pair{"Cancel", true}, {"Delete", false}}) {

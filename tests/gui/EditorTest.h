@@ -1,15 +1,25 @@
-// The editor used as a person uses it: events go into the real view tree, and what the plug-in then
-// holds is looked at.
+// The editor without a window, used as a person uses it: synthetic events go into the real view
+// tree, and what the plug-in then holds is looked at.
 #pragma once
 
+#include "gui/AboutBox.h"
+#include "gui/Editor.h"
+#include "gui/PopupMenu.h"
+#include "gui/PresetBrowser.h"
+#include "gui/QuestionBox.h"
+#include "gui/ValueField.h"
 #include "params/ParameterText.h"
-#include "tests/gui/OffScreen.h"
+#include "tests/gui/FakeModel.h"
+#include "tests/presets/TestFolder.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <vstgui/lib/cbitmap.h>
+#include <vstgui/lib/cframe.h>
+#include <vstgui/lib/events.h>
 
-#include <filesystem>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace Quorvant::Testing {
 
@@ -20,69 +30,101 @@ using VSTGUI::VirtualKey;
 // In the bar, and in no control.
 inline constexpr CPoint kNameField(200, 18), kMenuButton(960, 18), kNowhere(20, 340);
 
+struct Picture {
+    int width = 0;
+    int height = 0;
+    std::vector<uint32_t> pixels;  // 0xAARRGGBB
+};
+Picture pictureOf(VSTGUI::IPlatformBitmap& bitmap);
+// How many pixels differ by more than so much, of 255, in any colour. The sizes are the same.
+std::size_t differentPixels(const Picture& a, const Picture& b, int more = 0);
+
 class EditorTest : public ::testing::Test {
   protected:
-    EditorTest() { std::filesystem::create_directories(folder); }
-    ~EditorTest() override { std::filesystem::remove_all(folder); }
-    void reopen() {
-        screen.reset();
-        screen.emplace(model);
+    // Each test has a user of its own, who has chosen nothing yet.
+    EditorTest();
+    ~EditorTest() override { close(); }
+    void reopen();
+
+    VSTGUI::SharedPointer<VSTGUI::CBitmap> bitmap();
+    Picture draw() { return pictureOf(*bitmap()->getPlatformBitmap()); }
+
+    // Positions are in the editor's unzoomed pixels.
+    void down(CPoint at, Modifiers modifiers = {},
+              VSTGUI::MouseButton button = VSTGUI::MouseButton::Left);
+    void move(CPoint to, Modifiers modifiers = {}, bool held = true);
+    void up(CPoint at);
+    void cancelDrag();  // as a system does that takes the pointer away
+    void click(CPoint at, Modifiers modifiers = {}) {
+        down(at, modifiers);
+        up(at);
     }
-    std::string shown(uint32_t index) const {
-        char text[kTextCapacity];
-        getParameterText(static_cast<int32_t>(index), model.value(index), text);
-        return text;
+    void doubleClick(CPoint at, Modifiers modifiers = {}) {
+        for (int i = 0; i < 2; ++i) click(at, modifiers);
     }
+    void rightClick(CPoint at) { down(at, {}, VSTGUI::MouseButton::Right); }
+    void drag(CPoint from, CPoint to, Modifiers modifiers = {}) {
+        down(from, modifiers);
+        move(to, modifiers);
+        up(to);
+    }
+    void wheel(CPoint at, double steps, Modifiers modifiers = {});
+    // Whether the editor had a use for it.
+    bool strike(VirtualKey key);
+
+    // All views of a type, later ones above earlier ones.
+    template <typename View>
+    std::vector<View*> all() {
+        std::vector<View*> views;
+        frame->getChildViewsOfType<View>(views, true);
+        return views;
+    }
+    // The first of them that `wanted` accepts, or null.
+    template <typename View, typename Predicate>
+    View* find(Predicate wanted) {
+        for (View* view : all<View>())
+            if (wanted(*view)) return view;
+        return nullptr;
+    }
+    template <typename View>
+    View* find() {
+        return find<View>([](const View&) { return true; });
+    }
+    // The control with a tag, or null.
+    VSTGUI::CControl* control(uint32_t tag);
     // Where the control with a tag is.
-    CRect place(uint32_t tag) {
-        const auto* control = screen->control(tag);
-        EXPECT_TRUE(control) << "no control " << tag;
-        return control ? editorRect(*control) : CRect();
-    }
+    CRect place(uint32_t tag);
     CPoint at(uint32_t tag) { return place(tag).getCenter(); }
+
     // Into the field that is open.
-    void type(const std::string& text) {
-        TextField* field = nullptr;
-        for (auto* overlay : screen->all<Overlay>())
-            if (overlay->textField()) field = overlay->textField();
-        ASSERT_NE(field, nullptr) << "no field for '" << text << "'";
-        field->setText(text.c_str());
-    }
+    void type(const std::string& text);
     void enter(const std::string& text) {
         type(text);
-        EXPECT_TRUE(screen->key(VirtualKey::Return));
+        EXPECT_TRUE(strike(VirtualKey::Return));
     }
     // Chooses from the menu that is open.
-    void choose(const std::string& title) {
-        auto* menu = screen->find<PopupMenu>();
-        ASSERT_NE(menu, nullptr) << "no menu for '" << title << "'";
-        const auto item = std::ranges::find(menu->items(), title, &MenuItem::title);
-        ASSERT_NE(item, menu->items().end()) << "no entry '" << title << "'";
-        const auto index = static_cast<std::size_t>(item - menu->items().begin());
-        screen->click(menu->itemRect(index).getCenter());
-    }
+    void choose(const std::string& title);
     void chooseFromMenu(const std::string& title) {
-        screen->click(kMenuButton);
+        click(kMenuButton);
         choose(title);
     }
-    void press(const std::string& title) {
-        auto* button = screen->find<ActionButton>(
-            [&](const ActionButton& candidate) { return candidate.text() == title; });
-        ASSERT_NE(button, nullptr) << "no button '" << title << "'";
-        screen->click(editorRect(*button).getCenter());
-    }
-    const std::string& message() { return screen->find<PresetBar>()->messageText(); }
-    static std::string hintOf(const VSTGUI::CView& view) {
-        char text[1024] = "";
-        uint32_t size = 0;
-        view.getAttribute(VSTGUI::kCViewTooltipAttribute, sizeof text, text, size);
-        return text;
-    }
+    void press(const std::string& title);
 
-    const std::filesystem::path folder = std::filesystem::temp_directory_path() /
-                                         ("corvane-gui-presets-" + std::to_string(getpid()));
-    FakeModel model{folder};
-    std::optional<OffScreen> screen{model};
+    std::string shown(uint32_t index) const {
+        return parameterText(static_cast<int32_t>(index), model.value(index));
+    }
+    const std::string& message() { return find<PresetBar>()->messageText(); }
+    static std::string hintOf(const VSTGUI::CView& view);
+
+    const TestFolder folder, settings;
+    FakeModel model{folder.path};
+    FakeDesk desk;
+    VSTGUI::CFrame* frame = nullptr;
+    std::unique_ptr<Editor> editor;
+
+  private:
+    void close();
+    void dispatch(VSTGUI::MousePositionEvent&& event, CPoint at, Modifiers modifiers);
 };
 
 }  // namespace Quorvant::Testing

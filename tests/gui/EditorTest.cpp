@@ -1,12 +1,13 @@
-#include "tests/gui/OffScreen.h"
+#include "tests/gui/EditorTest.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
 #include <vstgui/lib/coffscreencontext.h>
 #include <vstgui/lib/platform/iplatformbitmap.h>
 #include <vstgui/lib/vstguiinit.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <mutex>
 
 #ifdef __SANITIZE_ADDRESS__
 // Fontconfig keeps a little of its configuration for good.
@@ -44,77 +45,119 @@ std::size_t differentPixels(const Picture& a, const Picture& b, int more) {
     return count;
 }
 
-OffScreen::OffScreen(FakeModel& fake, int zoom) : model(fake) {
-    [[maybe_unused]] static const bool started = [] {
-        const auto folder =
-            std::filesystem::temp_directory_path() / ("corvane-gui-" + std::to_string(getpid()));
-        std::filesystem::create_directories(folder);
-        setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
-        VSTGUI::init(dlopen(nullptr, RTLD_LAZY));
-        return true;
-    }();
-    if (zoom > 0) model.storedZoom = zoom;
+EditorTest::EditorTest() {
+    static std::once_flag started;
+    std::call_once(started, [] { VSTGUI::init(dlopen(nullptr, RTLD_LAZY)); });
+    setenv("XDG_CONFIG_HOME", settings.path.c_str(), 1);
+    reopen();
+}
+
+void EditorTest::reopen() {
+    close();
     editor = std::make_unique<Editor>(model, &desk);
-    frame = new VSTGUI::CFrame(VSTGUI::CRect(0, 0, editor->width(), editor->height()), nullptr);
+    frame = new VSTGUI::CFrame(CRect(0, 0, editor->width(), editor->height()), nullptr);
     frame->attached(frame);
     editor->open(*frame);
     model.editor = editor.get();
 }
 
-OffScreen::~OffScreen() {
+void EditorTest::close() {
+    if (!frame) return;
     model.editor = nullptr;
     editor.reset();
     frame->removed(frame);
     frame->forget();
+    frame = nullptr;
 }
 
-VSTGUI::SharedPointer<VSTGUI::CBitmap> OffScreen::bitmap() {
+VSTGUI::SharedPointer<VSTGUI::CBitmap> EditorTest::bitmap() {
     const CPoint size(editor->width(), editor->height());
     const auto context = VSTGUI::COffscreenContext::create(size, 1.0);
     context->beginDraw();
-    frame->drawRect(context, VSTGUI::CRect(0, 0, size.x, size.y));
+    frame->drawRect(context, CRect(0, 0, size.x, size.y));
     context->endDraw();
     return VSTGUI::shared(context->getBitmap());
 }
 
-void OffScreen::dispatch(VSTGUI::MousePositionEvent&& event, CPoint at,
-                         VSTGUI::Modifiers modifiers) {
+void EditorTest::dispatch(VSTGUI::MousePositionEvent&& event, CPoint at, Modifiers modifiers) {
     const double scale = editor->width() / Theme::kWidth;
     event.mousePosition = CPoint(at.x * scale, at.y * scale);
     event.modifiers = modifiers;
     frame->dispatchEvent(event);
 }
 
-void OffScreen::down(CPoint at, VSTGUI::Modifiers modifiers, VSTGUI::MouseButton button) {
+void EditorTest::down(CPoint at, Modifiers modifiers, VSTGUI::MouseButton button) {
     dispatch(VSTGUI::MouseDownEvent({}, button), at, modifiers);
 }
 
-void OffScreen::move(CPoint to, VSTGUI::Modifiers modifiers, bool held) {
+void EditorTest::move(CPoint to, Modifiers modifiers, bool held) {
     const auto button = held ? VSTGUI::MouseButton::Left : VSTGUI::MouseButton::None;
     dispatch(VSTGUI::MouseMoveEvent({}, button), to, modifiers);
 }
 
-void OffScreen::up(CPoint at) {
+void EditorTest::up(CPoint at) {
     dispatch(VSTGUI::MouseUpEvent({}, VSTGUI::MouseButton::Left), at, {});
 }
 
-void OffScreen::wheel(CPoint at, double steps, VSTGUI::Modifiers modifiers) {
+void EditorTest::cancelDrag() {
+    VSTGUI::MouseCancelEvent event;
+    frame->dispatchEvent(event);
+}
+
+void EditorTest::wheel(CPoint at, double steps, Modifiers modifiers) {
     VSTGUI::MouseWheelEvent event;
     event.deltaY = steps;
     dispatch(std::move(event), at, modifiers);
 }
 
-bool OffScreen::key(VSTGUI::VirtualKey virtualKey) {
+bool EditorTest::strike(VirtualKey key) {
     VSTGUI::KeyboardEvent event;
     event.type = VSTGUI::EventType::KeyDown;
-    event.virt = virtualKey;
+    event.virt = key;
     frame->dispatchEvent(event);
     return event.consumed;
 }
 
-VSTGUI::CControl* OffScreen::control(uint32_t tag) {
+VSTGUI::CControl* EditorTest::control(uint32_t tag) {
     return find<VSTGUI::CControl>(
         [tag](const auto& candidate) { return candidate.getTag() == static_cast<int32_t>(tag); });
+}
+
+CRect EditorTest::place(uint32_t tag) {
+    const auto* found = control(tag);
+    EXPECT_TRUE(found) << "no control " << tag;
+    return found ? editorRect(*found) : CRect();
+}
+
+void EditorTest::type(const std::string& text) {
+    TextField* field = nullptr;
+    for (auto* overlay : all<Overlay>())
+        if (overlay->textField()) field = overlay->textField();
+    ASSERT_NE(field, nullptr) << "no field for '" << text << "'";
+    field->setText(text.c_str());
+}
+
+void EditorTest::choose(const std::string& title) {
+    auto* menu = find<PopupMenu>();
+    ASSERT_NE(menu, nullptr) << "no menu for '" << title << "'";
+    const auto item = std::ranges::find(menu->items(), title, &MenuItem::title);
+    ASSERT_NE(item, menu->items().end()) << "no entry '" << title << "'";
+    const auto index = static_cast<std::size_t>(item - menu->items().begin());
+    click(menu->itemRect(index).getCenter());
+}
+
+void EditorTest::press(const std::string& title) {
+    auto* button =
+        find<ActionButton>([&](const auto& candidate) { return candidate.text() == title; });
+    ASSERT_NE(button, nullptr) << "no button '" << title << "'";
+    click(editorRect(*button).getCenter());
+}
+
+std::string EditorTest::hintOf(const VSTGUI::CView& view) {
+    char text[1024] = "";
+    uint32_t size = 0;
+    view.getAttribute(VSTGUI::kCViewTooltipAttribute, sizeof text, text, size);
+    return text;
 }
 
 }  // namespace Quorvant::Testing
