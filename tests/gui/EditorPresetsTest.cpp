@@ -8,19 +8,19 @@ namespace {
 class EditorPresets : public EditorTest {
   protected:
     std::string name() { return find<PresetBar>()->nameDisplay(); }
-    ListColumn& groups() { return find<PresetBrowser>()->groupColumn(); }
     ListColumn& list() { return find<PresetBrowser>()->presetColumn(); }
     void search(const char* words) { find<PresetBrowser>()->textField()->setText(words); }
     CPoint row(int index) { return list().rowRect(index).getCenter(); }
     void pickGroup(const std::string& part) {
-        const auto& rows = groups().rows();
+        ListColumn& groups = find<PresetBrowser>()->groupColumn();
+        const auto& rows = groups.rows();
         const auto at = std::ranges::find_if(rows, [&](const ListRow& candidate) {
             return !candidate.heading && candidate.text.find(part) != std::string::npos;
         });
         ASSERT_NE(at, rows.end()) << part;
         const auto index = static_cast<int>(at - rows.begin());
-        groups().select(index);
-        click(groups().rowRect(index).getCenter());
+        groups.select(index);
+        click(groups.rowRect(index).getCenter());
     }
     void rowMenu(const std::string& title) {
         rightClick(row(0));
@@ -31,25 +31,25 @@ class EditorPresets : public EditorTest {
 TEST_F(EditorPresets, BarStepsComparesAndTakesBack) {
     const CPoint previous(21, 18), next(45, 18), undo(351, 18), redo(379, 18);
     const std::string first = name();
-    std::vector<const ActionButton*> arrows;
-    for (const auto* button : all<ActionButton>())
-        if (hintOf(*button) == "Click the left/right arrow to undo/redo action")
-            arrows.push_back(button);
-    ASSERT_EQ(arrows.size(), 2u);
+    const auto lit = [&] {
+        std::string arrows;
+        for (const auto* button : all<ActionButton>())
+            if (hintOf(*button) == "Click the left/right arrow to undo/redo action")
+                arrows += button->isEnabled() ? '+' : '-';
+        return arrows;
+    };
     const struct {
         CPoint place;
-        const char* shown;
-        bool canUndo, canRedo;
-    } steps[] = {{kNowhere, "00: ", false, false},
-                 {next, "01: ", true, false},
-                 {undo, "00: ", false, true},
-                 {redo, "01: ", true, false},
-                 {previous, "00: ", true, false}};
+        const char *shown, *lit;  // undo, redo
+    } steps[] = {{kNowhere, "00: ", "--"},
+                 {next, "01: ", "+-"},
+                 {undo, "00: ", "-+"},
+                 {redo, "01: ", "+-"},
+                 {previous, "00: ", "+-"}};
     for (const auto& step : steps) {
         click(step.place);
         EXPECT_EQ(name().substr(0, 4), step.shown);
-        EXPECT_EQ(arrows[0]->isEnabled(), step.canUndo) << step.shown;
-        EXPECT_EQ(arrows[1]->isEnabled(), step.canRedo) << step.shown;
+        EXPECT_EQ(lit(), step.lit) << step.shown;
     }
     model.set(kFeedback, 0.77);
     EXPECT_EQ(name(), first + " *");
@@ -70,8 +70,7 @@ TEST_F(EditorPresets, SavingAsksBeforeItReplaces) {
     model.manager.setName("My sound");
     desk.answer = folder / "Chosen";
     press("SAVE");
-    EXPECT_EQ(desk.askedTitle, "Save preset");
-    EXPECT_EQ(desk.askedName, "My sound.qvx");
+    EXPECT_EQ(desk.asked, "Save preset: My sound.qvx");
     EXPECT_TRUE(std::filesystem::exists(file));
     // The dialog knew nothing of the file that the extension leads to.
     std::filesystem::resize_file(file, 1);
@@ -87,13 +86,12 @@ TEST_F(EditorPresets, SavingAsksBeforeItReplaces) {
 
     // Without a system's dialog, the editor asks itself, and before it overwrites.
     desk.works = false;
-    press("SAVE");
-    enter("Second.qvx");
-    EXPECT_TRUE(std::filesystem::exists(folder / "Second.qvx"));
-    press("SAVE");
-    enter("Second");
-    ASSERT_NE(find<QuestionBox>(), nullptr);
-    press("Cancel");
+    for (const bool replaces : {false, true}) {
+        press("SAVE");
+        enter("Second");
+        EXPECT_EQ(find<QuestionBox>() != nullptr, replaces);
+        EXPECT_TRUE(std::filesystem::exists(folder / "Second.qvx"));
+    }
 }
 
 TEST_F(EditorPresets, BrowserFindsAndChooses) {
@@ -109,20 +107,8 @@ TEST_F(EditorPresets, BrowserFindsAndChooses) {
     EXPECT_EQ(presets.location().preset, 1);
     EXPECT_TRUE(strike(VirtualKey::Down));
     EXPECT_EQ(presets.location().preset, 2);
-    EXPECT_TRUE(strike(VirtualKey::Up));
-    EXPECT_EQ(presets.location().preset, 1);
-    EXPECT_TRUE(presets.canUndo());
 
-    // Search goes through every list, and shows what it found from the first.
-    const auto last = presets.presetNames(kFromCategory, 10).size() - 1;
-    ASSERT_EQ(presets.choose({kFromCategory, 10, static_cast<int32_t>(last)}), PresetFault::None);
-    search("e");
-    const double left = list().getViewSize().left;
-    EXPECT_EQ(list().rowRect(0).left, left);
-    wheel(row(0), -1.0);
-    EXPECT_LT(list().rowRect(0).left, left);
-    search("a");
-    EXPECT_EQ(list().rowRect(0).left, left);
+    // Search goes through every list.
     search("mine");
     ASSERT_EQ(list().rows().size(), 1u);
     click(row(0));
@@ -141,10 +127,10 @@ TEST_F(EditorPresets, BrowserKeepsFavouritesFilesAndTheMix) {
     click(kNameField);
     search("mine");
     rowMenu("Add to favourites");
-    EXPECT_TRUE(list().rows()[0].starred);
     search("");
     press("FAVOURITES");
-    EXPECT_EQ(list().rows().size(), 1u);
+    ASSERT_EQ(list().rows().size(), 1u);
+    EXPECT_TRUE(list().rows()[0].starred);
     rowMenu("Remove from favourites");
     EXPECT_EQ(list().rows().size(), 0u);
 
@@ -166,8 +152,6 @@ TEST_F(EditorPresets, BrowserKeepsFavouritesFilesAndTheMix) {
     rowMenu("Rename...");
     enter("Renamed");
     EXPECT_TRUE(loadUserSettings().favourites.contains("file:#MAIN FOLDER/Renamed"));
-    editor->idle();
-    EXPECT_NE(list().rows()[0].text.find("Renamed"), std::string::npos);
     EXPECT_TRUE(std::filesystem::exists(folder / "Renamed.qvx"));
     for (const auto& [answer, stays] : {std::pair{"Cancel", true}, {"Delete", false}}) {
         rowMenu("Delete...");

@@ -20,29 +20,15 @@ namespace Quorvant::Testing {
 
 Picture pictureOf(VSTGUI::IPlatformBitmap& bitmap) {
     const auto access = bitmap.lockPixels(true);
+    const auto width = static_cast<int>(bitmap.getSize().x);
+    const auto height = static_cast<int>(bitmap.getSize().y);
     Picture picture;
-    picture.width = static_cast<int>(bitmap.getSize().x);
-    picture.height = static_cast<int>(bitmap.getSize().y);
-    for (int y = 0; y < picture.height; ++y) {
+    for (int y = 0; y < height; ++y) {
         const auto* row =
             reinterpret_cast<const uint32_t*>(access->getAddress() + y * access->getBytesPerRow());
-        picture.pixels.insert(picture.pixels.end(), row, row + picture.width);
+        picture.insert(picture.end(), row, row + width);
     }
     return picture;
-}
-
-std::size_t differentPixels(const Picture& a, const Picture& b, int more) {
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < a.pixels.size(); ++i) {
-        int most = 0;
-        for (const int shift : {0, 8, 16}) {
-            const int x = static_cast<int>(a.pixels[i] >> shift & 0xff);
-            const int y = static_cast<int>(b.pixels[i] >> shift & 0xff);
-            most = std::max(most, std::abs(x - y));
-        }
-        if (most > more) ++count;
-    }
-    return count;
 }
 
 EditorTest::EditorTest() {

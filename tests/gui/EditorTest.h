@@ -3,13 +3,15 @@
 #pragma once
 
 #include "gui/AboutBox.h"
+#include "gui/Desk.h"
 #include "gui/Editor.h"
 #include "gui/PopupMenu.h"
 #include "gui/PresetBrowser.h"
 #include "gui/QuestionBox.h"
 #include "gui/ValueField.h"
+#include "params/ParameterTable.h"
 #include "params/ParameterText.h"
-#include "tests/gui/FakeModel.h"
+#include "presets/PresetManager.h"
 #include "tests/presets/TestFolder.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +19,8 @@
 #include <vstgui/lib/cframe.h>
 #include <vstgui/lib/events.h>
 
+#include <array>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -30,14 +34,94 @@ using VSTGUI::VirtualKey;
 // In the bar, and in no control.
 inline constexpr CPoint kNameField(200, 18), kMenuButton(960, 18), kNowhere(20, 340);
 
-struct Picture {
-    int width = 0;
-    int height = 0;
-    std::vector<uint32_t> pixels;  // 0xAARRGGBB
+// A plug-in for the editor to stand in front of: parameters, readings and a real preset manager
+// with a folder of its own.
+class FakeModel final : public EditorModel, private PresetHost {
+  public:
+    explicit FakeModel(const std::filesystem::path& presetFolder) : manager(*this, presetFolder) {
+        for (uint32_t i = 0; i < kParameterCount; ++i) values[i] = parameterDefault(i);
+        for (uint32_t i = 0; i < kStoredParameterCount; ++i) manager.parameterEdited(i, values[i]);
+    }
+
+    Editor* editor = nullptr;  // told of what changes, as the controller does
+    std::array<double, kParameterCount> values{};
+    std::map<uint32_t, double> readings;
+    bool processing = true;             // the heartbeat goes on
+    std::vector<std::string> gestures;  // "begin 21", "21", "end 21", "menu 21"
+    VSTGUI::CPoint menuAt;
+    std::pair<int, int> requestedSize;
+    bool sizesAllowed = true;
+    int storedZoom = 0;
+    PresetManager manager;
+
+    double value(uint32_t index) const override { return values.at(index); }
+    void beginEdit(uint32_t index) override {
+        gestures.push_back("begin " + std::to_string(index));
+    }
+    void performEdit(uint32_t index, double newValue) override {
+        gestures.push_back(std::to_string(index));
+        set(index, newValue);
+    }
+    void endEdit(uint32_t index) override { gestures.push_back("end " + std::to_string(index)); }
+    double reading(uint32_t index) const override {
+        if (index == kHeartbeat) return processing ? ++beats : beats;
+        const auto found = readings.find(index);
+        return found == readings.end() ? 0.0 : found->second;
+    }
+    PresetManager* presets() override { return &manager; }
+    bool showHostMenu(uint32_t index, double x, double y) override {
+        gestures.push_back("menu " + std::to_string(index));
+        menuAt = {x, y};
+        return true;
+    }
+    bool requestSize(int width, int height) override {
+        requestedSize = {width, height};
+        return sizesAllowed;
+    }
+    int zoom() const override { return storedZoom; }
+    void setZoom(int percent) override { storedZoom = percent; }
+
+    // As the host's automation does.
+    void set(uint32_t index, double newValue) {
+        values.at(index) = newValue;
+        if (index < kStoredParameterCount) manager.parameterEdited(index, newValue);
+        if (editor) editor->parameterChanged(index);
+    }
+
+  private:
+    mutable double beats = 0.0;
+
+    void applyParameters(std::span<const ParameterEdit> edits) override {
+        for (const ParameterEdit& edit : edits) set(edit.index, edit.value);
+    }
+    void presetsChanged() override {
+        if (editor) editor->presetsChanged();
+    }
 };
+
+class FakeDesk final : public Desk {
+  public:
+    bool works = true;             // there are dialogs, a manual and a browser
+    std::filesystem::path answer;  // empty: cancelled
+    std::string asked, opened;
+
+    bool askForFile(VSTGUI::CFrame&, bool, const std::string& title, const std::filesystem::path&,
+                    const std::string& name,
+                    std::function<void(std::filesystem::path)> done) override {
+        asked = title + ": " + name;
+        if (works && !answer.empty()) done(answer);
+        return works;
+    }
+    bool openManual() override { return openLink("manual"); }
+    bool openLink(std::string_view address) override {
+        opened = address;
+        return works;
+    }
+};
+
+using Picture = std::vector<uint32_t>;  // 0xAARRGGBB
+
 Picture pictureOf(VSTGUI::IPlatformBitmap& bitmap);
-// How many pixels differ by more than so much, of 255, in any colour. The sizes are the same.
-std::size_t differentPixels(const Picture& a, const Picture& b, int more = 0);
 
 class EditorTest : public ::testing::Test {
   protected:
@@ -110,9 +194,6 @@ class EditorTest : public ::testing::Test {
     }
     void press(const std::string& title);
 
-    std::string shown(uint32_t index) const {
-        return parameterText(static_cast<int32_t>(index), model.value(index));
-    }
     const std::string& message() { return find<PresetBar>()->messageText(); }
     static std::string hintOf(const VSTGUI::CView& view);
 

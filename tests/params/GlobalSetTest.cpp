@@ -28,6 +28,7 @@ TEST(GlobalSet, OnlyTheSetInForceCounts) {
     EXPECT_EQ(global.mix, 0.0);
     EXPECT_EQ(global.bypass, 1.0);
     EXPECT_DOUBLE_EQ(global.referenceScale, 1.4142);
+    EXPECT_TRUE(affectsLevels(kGlobal));
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "platform/Desktop.h"
 #include "platform/Folders.h"
-#include "platform/TickCount.h"
 #include "platform/Utf8Path.h"
 #include "tests/presets/TestFolder.h"
 
@@ -17,14 +16,6 @@
 
 namespace Quorvant {
 namespace {
-
-TEST(TickCount, CountsMilliseconds) {
-    const uint32_t start = tickCountMs();
-    std::this_thread::sleep_for(std::chrono::milliseconds(60));
-    const uint32_t ticks = tickCountMs() - start;
-    EXPECT_GE(ticks, 40u);  // Windows counts in steps of 16 ms
-    EXPECT_LE(ticks, 10000u);
-}
 
 TEST(Utf8Path, GoesThereAndBackAndRepairsTheRest) {
     for (const char* text : {"", "a", "äö", "\xF0\x9F\x8E\xB8", "\xEF\xBF\xBD"}) {
