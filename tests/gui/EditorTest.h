@@ -12,7 +12,7 @@
 #include "params/ParameterTable.h"
 #include "params/ParameterText.h"
 #include "presets/PresetManager.h"
-#include "tests/presets/TestFolder.h"
+#include "tests/TestFolder.h"
 
 #include <gtest/gtest.h>
 #include <vstgui/lib/cbitmap.h>

@@ -1,7 +1,8 @@
 #include "platform/Desktop.h"
 #include "platform/Folders.h"
+#include "platform/LocalTime.h"
 #include "platform/Utf8Path.h"
-#include "tests/presets/TestFolder.h"
+#include "tests/TestFolder.h"
 
 #include <gtest/gtest.h>
 
@@ -30,6 +31,16 @@ TEST(Utf8Path, GoesThereAndBackAndRepairsTheRest) {
     EXPECT_EQ(shownText("a\n\x7F\x9Fé\xC2\x85Â"), "a   é Â");
     EXPECT_EQ(cutUtf8("a\xC3\xA4", 2), "a");
     EXPECT_EQ(cutUtf8("\x80\x80", 1), "");
+}
+
+TEST(LocalTime, IsThatOfTheUser) {
+#ifdef _WIN32
+    _putenv_s("TZ", "XYZ-3");
+    _tzset();
+#else
+    setenv("TZ", "XYZ-3", 1);
+#endif
+    EXPECT_EQ(localTime(12 * 3600).tm_hour, 15);
 }
 
 TEST(Folders, LieInTheUsersHome) {
