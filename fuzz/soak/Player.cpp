@@ -134,9 +134,7 @@ class Hand {
 }  // namespace
 
 void playInEditor(Scene& scene, Guest& guest) {
-    if (!guest.window) {
-        guest.window = Hosting::EditorWindow::open(*guest.plugin);
-    }
+    if (!guest.window) guest.window = Hosting::EditorWindow::open(*guest.plugin);
     if (guest.window->width() > kLargestWidth) resize(scene, guest);
     pass(scene, kPicture);
     if (scene.dice.oneIn(20)) meddle(scene, guest);
