@@ -242,14 +242,14 @@ TEST(EditorWindow, FollowsTheHostsSizeAndKeepsItsShape) {
     window = nullptr;
     window = openDrawn(rig);
     EXPECT_EQ(window->width(), width * 5 / 4) << "as the instance's last one was left";
-    FUnknownPtr<IPlugViewContentScaleSupport> scale(&window->view());
-    ASSERT_TRUE(scale);
-    EXPECT_EQ(scale->setContentScaleFactor(2.0F), kResultTrue);
-    EXPECT_EQ(window->width(), width * 5 / 2);
     ViewRect size(0, 0, 1234, 10);
     EXPECT_EQ(window->view().checkSizeConstraint(&size), kResultTrue);
     EXPECT_EQ(size.getWidth(), 1230);
     EXPECT_NEAR(size.getHeight(), height * 1230 / width, 1);
+    FUnknownPtr<IPlugViewContentScaleSupport> scale(&window->view());
+    ASSERT_TRUE(scale);
+    EXPECT_EQ(scale->setContentScaleFactor(2.0F), kResultTrue);
+    EXPECT_EQ(window->width(), width * 5 / 2);
 }
 
 // Each window has an event loop of its own, as in hosts that run one a window.

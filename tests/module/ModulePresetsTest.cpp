@@ -97,49 +97,45 @@ TEST(ModulePresets, StatesOfAnyMomentBringBackEveryParameter) {
                 rig.plugin->setParameter(parameter.id, std::ldexp(dice.below(1025), -10));
         rig.forwardEdits();
     };
-    for (const bool shown : {true, false}) {
-        for (const bool active : {true, false}) {
-            for (const bool loopEngaged : {false, true}) {
-                SCOPED_TRACE(testing::Message() << shown << active << loopEngaged);
-                ModuleRig rig, fresh;
-                // A single edit leaves all others out of the component's state.
-                if (loopEngaged) {
-                    for (ModuleRig* both : {&rig, &fresh}) {
-                        both->plugin->setParameter(kInfRepeat, 1.0);
-                        both->plugin->flush({});
-                    }
-                }
-                const Snapshot snapshot(rig);
-                randomise(rig);
-                rig.plugin->setActive(active);
-                rig.plugin->editLog().restartFlags = 0;
-                snapshot.restore(rig, shown);
-                EXPECT_NE(rig.plugin->editLog().restartFlags & Steinberg::Vst::kParamValuesChanged,
-                          0);
-                EXPECT_TRUE(rig.plugin->editLog().edits.empty());
-                for (const auto& [id, value] : snapshot.values) {
-                    EXPECT_EQ(rig.plugin->controllerValue(id), value) << id;
-                    if (id < kStoredParameterCount) {
-                        EXPECT_EQ(storedValue(rig, id), value) << id;
-                    }
-                }
-                EXPECT_EQ(*rig.plugin->controllerState(), snapshot.controller);
-                rig.render(silence(256));
-                for (ModuleRig* both : {&rig, &fresh}) {
-                    both->plugin->flush({{kInfRepeat, 0, 0.0}});  // so that the delay is heard
-                    both->reset();
-                }
-                EXPECT_LT(largestDifference(rig.render(in), fresh.render(in)), 1e-6);
-
-                // What the processor has received comes from the component's state.
-                randomise(rig);
-                const Snapshot later(rig);
-                randomise(rig);
-                later.restore(rig, shown);
-                for (const auto& [id, value] : later.values)
-                    EXPECT_EQ(rig.plugin->controllerValue(id), value) << id;
+    for (int kind = 0; kind < 8; ++kind) {
+        SCOPED_TRACE(kind);
+        const bool shown = kind & 1, active = kind & 2, loopEngaged = kind & 4;
+        ModuleRig rig, fresh;
+        // A single edit leaves all others out of the component's state.
+        if (loopEngaged) {
+            for (ModuleRig* both : {&rig, &fresh}) {
+                both->plugin->setParameter(kInfRepeat, 1.0);
+                both->plugin->flush({});
             }
         }
+        const Snapshot snapshot(rig);
+        randomise(rig);
+        rig.plugin->setActive(active);
+        rig.plugin->editLog().restartFlags = 0;
+        snapshot.restore(rig, shown);
+        EXPECT_NE(rig.plugin->editLog().restartFlags & Steinberg::Vst::kParamValuesChanged, 0);
+        EXPECT_TRUE(rig.plugin->editLog().edits.empty());
+        for (const auto& [id, value] : snapshot.values) {
+            EXPECT_EQ(rig.plugin->controllerValue(id), value) << id;
+            if (id < kStoredParameterCount) {
+                EXPECT_EQ(storedValue(rig, id), value) << id;
+            }
+        }
+        EXPECT_EQ(*rig.plugin->controllerState(), snapshot.controller);
+        rig.render(silence(256));
+        for (ModuleRig* both : {&rig, &fresh}) {
+            both->plugin->flush({{kInfRepeat, 0, 0.0}});  // so that the delay is heard
+            both->reset();
+        }
+        EXPECT_LT(largestDifference(rig.render(in), fresh.render(in)), 1e-6);
+
+        // What the processor has received comes from the component's state.
+        randomise(rig);
+        const Snapshot later(rig);
+        randomise(rig);
+        later.restore(rig, shown);
+        for (const auto& [id, value] : later.values)
+            EXPECT_EQ(rig.plugin->controllerValue(id), value) << id;
     }
 }
 

@@ -93,27 +93,23 @@ void expectRouting(const Routing& routing, int32 sampleSize, const char* call) {
     WrapperRig rig;
     auto& wrapper = *rig.wrapper;
     const Layout& layout = routing.layout;
-    const auto activate = [&](bool side) {
-        for (const int bus : routing.activated) {
-            if ((bus == 1) != side) continue;
-            EXPECT_EQ(wrapper.activateBus(Vst::kAudio, Vst::kInput, bus, true), kResultOk);
-        }
-    };
-    activate(true);  // stays active when buses are arranged again
+    // What is active stays so when buses are arranged again.
+    for (const int bus : routing.activated)
+        wrapper.activateBus(Vst::kAudio, Vst::kInput, bus, true);
     if (!layout.ins.empty()) {
         EXPECT_EQ(arrange(wrapper, layout.ins, layout.outs), kResultOk);
     }
     EXPECT_EQ(buses(wrapper, Vst::kInput), layout.inputs);
     EXPECT_EQ(buses(wrapper, Vst::kOutput), layout.outputs);
-    activate(false);
+    for (const int bus : routing.activated)
+        if (bus > 1) wrapper.activateBus(Vst::kAudio, Vst::kInput, bus, true);
     rig.setUp(48000.0, sampleSize);
 
-    std::array<std::array<Sample, kFrames>, 8> memory;
-    for (auto& channel : memory) channel.fill(Sample(7));
+    std::vector<Sample> memory(8 * kFrames, Sample(7));
     int next = 0;
     const auto channels = [&](int count) {
         std::vector<Sample*> pointers;
-        while (count-- > 0) pointers.push_back(memory[static_cast<std::size_t>(next++)].data());
+        while (count-- > 0) pointers.push_back(&memory[kFrames * next++]);
         return pointers;
     };
     TestBlock<Sample> block(kFrames);
@@ -123,9 +119,7 @@ void expectRouting(const Routing& routing, int32 sampleSize, const char* call) {
     EXPECT_EQ(block.run(wrapper), kResultOk);
 
     const auto number = [&](const void* pointer) {
-        for (int i = 0; i < next; ++i)
-            if (pointer == memory[static_cast<std::size_t>(i)].data()) return i;
-        return kNone;
+        return pointer ? (static_cast<const Sample*>(pointer) - memory.data()) / kFrames : kNone;
     };
     EXPECT_EQ(rig.effect->calls, std::vector<std::string>{call});
     EXPECT_EQ(rig.effect->frames, kFrames);
@@ -134,7 +128,7 @@ void expectRouting(const Routing& routing, int32 sampleSize, const char* call) {
     // What nobody writes must not play what lay in it.
     for (int i = firstOut; i < next; ++i) {
         const bool written = i == routing.out[0] || i == routing.out[1];
-        EXPECT_EQ(memory[static_cast<std::size_t>(i)][3], Sample(written ? 0.25 : 0.0)) << i;
+        EXPECT_EQ(memory[kFrames * i + 3], Sample(written ? 0.25 : 0.0)) << i;
     }
     for (const auto& bus : block.outputBuses) EXPECT_EQ(bus.silenceFlags, 0u);
 }

@@ -109,8 +109,7 @@ TEST(State, AttributesTellWhereItCameFrom) {
 }
 
 TEST(StateWhileActive, WaitsForTheNextBlockAndComesBeforeItsEdits) {
-    WrapperRig rig;
-    rig.setUp();
+    ActiveRig rig;
     const auto older = stateBytes(wholeState(0.1, 0.0));
     const auto newer = stateBytes(wholeState(0.4, 0.0));
     rig.setState(older);
@@ -129,8 +128,7 @@ TEST(StateWhileActive, WaitsForTheNextBlockAndComesBeforeItsEdits) {
 
 TEST(StateWhileActive, IsNotLostWhenProcessingStops) {
     for (const bool terminate : {false, true}) {
-        WrapperRig rig;
-        rig.setUp();
+        ActiveRig rig;
         rig.setState(stateBytes(wholeState(0.3, 0.0)));
         terminate ? rig.wrapper->terminate() : rig.wrapper->setActive(false);
         EXPECT_EQ(rig.effect->takeHanded().size(), 40u);
@@ -159,8 +157,7 @@ TEST(StateWhileActive, TakesWhatItLeftOutFromAnOfferAlone) {
 // For the thread sanitizer above all: a main thread sets and reads states while audio runs, and
 // changes the set-up, which it had better not.
 TEST(StateWhileActive, MainAndAudioThreadsWorkAtTheSameTime) {
-    WrapperRig rig;
-    rig.setUp();
+    ActiveRig rig;
     std::atomic<bool> stop{false};
     std::atomic<int> blocks{0};
     rig.effect->duringProcess = [&] {

@@ -210,6 +210,11 @@ struct WrapperRig {
     Steinberg::IPtr<QVXVST3EffectWrapper> wrapper;
 };
 
+// At work, as a host has it while it plays.
+struct ActiveRig : WrapperRig {
+    ActiveRig() { setUp(); }
+};
+
 // 39 doubles as a project stores them; the tests run on little-endian machines.
 inline Hosting::Bytes stateBytes(const std::vector<double>& values) {
     Hosting::Bytes bytes(values.size() * sizeof(double));
