@@ -61,11 +61,6 @@ ProcessUse useAfterRounds(int rounds) {
         ModuleRig rig(oneEcho());
         const Stereo out = rig.render(impulse(9600));
         EXPECT_NEAR(static_cast<double>(peakPosition(out.left, 1)), 4800.0, 40.0);
-        const auto component = rig.plugin->componentState();
-        const auto controller = rig.plugin->controllerState();
-        EXPECT_TRUE(component && controller);
-        EXPECT_EQ(rig.plugin->setComponentState(*component), kResultOk);
-        EXPECT_EQ(rig.plugin->setControllerState(*controller), kResultOk);
         rig.plugin->controller()->setParamNormalized(kProgram, i / 50.0);
     }
     return currentUse();

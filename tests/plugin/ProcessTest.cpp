@@ -10,7 +10,6 @@
 #include <cmath>
 #include <limits>
 #include <map>
-#include <utility>
 #include <vector>
 
 namespace Quorvant {
