@@ -10,7 +10,6 @@
 #include <cmath>
 #include <limits>
 #include <map>
-#include <vector>
 
 namespace Quorvant {
 namespace {
@@ -121,14 +120,17 @@ TEST(ParameterIntake, TheLoopIsReleasedBeforeTheBlocksOtherChangesAndEngagedAfte
 TEST(ParameterIntake, SuspendChoosesTheProcessPathAndIsStored) {
     ActiveRig rig;
     std::array<float, 16> memory{};
-    for (const double suspend : {0.5, 0.49}) {
-        TestBlock<float> block(16);
-        block.input({memory.data()}).output({memory.data()});
-        block.point(kSuspend, suspend).run(*rig.wrapper);
-        EXPECT_EQ(rig.effect->takeHanded(), (List{{kSuspend, suspend}}));
-        EXPECT_EQ(stateDoubles(rig.state()).back(), std::round(suspend));
-    }
-    EXPECT_EQ(rig.effect->calls, (std::vector<std::string>{"processSuspended32", "process32"}));
+    std::array<double, 16> memory64{};
+    TestBlock<float> block(16);
+    block.input({memory.data()}).output({memory.data()}).point(kSuspend, 0.5).run(*rig.wrapper);
+    TestBlock<double> block64(16);
+    block64.input({memory64.data()}).output({memory64.data()}).run(*rig.wrapper);
+    EXPECT_EQ(stateDoubles(rig.state()).back(), 1.0);
+    block64.point(kSuspend, 0.49).run(*rig.wrapper);
+    EXPECT_EQ(stateDoubles(rig.state()).back(), 0.0);
+    EXPECT_EQ(rig.effect->calls,
+              (std::vector<std::string>{"processSuspended32", "processSuspended64", "process64"}));
+    EXPECT_EQ(rig.effect->takeHanded(), (List{{kSuspend, 0.5}, {kSuspend, 0.49}}));
 }
 
 TEST(ParameterOutput, ReadingsAreMadeFitForHosts) {
