@@ -133,10 +133,9 @@ double mean(const Samples& signal, size_t from = 0, size_t to = SIZE_MAX) {
 
 template <typename Samples>
 double rms(const Samples& signal, size_t from = 0, size_t to = SIZE_MAX) {
-    const size_t end = std::min<size_t>(to, std::size(signal));
-    double sum = 0.0;
-    for (size_t i = from; i < end; ++i) sum += signal[i] * signal[i];
-    return end > from ? std::sqrt(sum / static_cast<double>(end - from)) : 0.0;
+    Signal squares;
+    for (const double x : signal) squares.push_back(x * x);
+    return std::sqrt(mean(squares, from, to));
 }
 
 // From the rising zero crossings, interpolated between samples; 0 without two of them.

@@ -10,16 +10,6 @@ namespace {
 
 constexpr double kTone = 440.0;
 
-// It begins without a click.
-Signal toneIn(const EngineRig& rig, double seconds) {
-    Signal tone = rig.sine(kTone, seconds);
-    for (size_t i = 0; i < rig.samples(0.05); ++i) {
-        const double turn = std::numbers::pi * static_cast<double>(i) / (0.05 * rig.rate);
-        tone[i] *= 0.5 - 0.5 * std::cos(turn);
-    }
-    return tone;
-}
-
 struct Change {
     const char* name;
     Settings before, after;
@@ -39,7 +29,8 @@ TEST_P(EngineMotion, NeverClicks) {
     for (const double phase : {0.0, 0.3, 0.55, 0.8}) {
         EngineRig rig(change.before);
         const size_t held = rig.samples(change.held + phase / kTone);
-        const Signal tone = toneIn(rig, change.held + 0.9);
+        Signal tone = rig.sine(kTone, change.held + 0.9);
+        for (size_t i = 0; i < 2400; ++i) tone[i] *= static_cast<double>(i) / 2400.0;
         Stereo side = tone;
         for (double& x : side.left) x = -x;
         rig.blockSize = static_cast<int32_t>(held);
@@ -53,10 +44,19 @@ TEST_P(EngineMotion, NeverClicks) {
     }
 }
 
-const double kForward = valueOf(DirectionMode::Forward);
-const double kBackward = valueOf(DirectionMode::Backward);
-const double kReverse = valueOf(DirectionMode::Reverse);
-const double kBounce = valueOf(DirectionMode::Bounce);
+Settings going(DirectionMode mode) {
+    return {{kDirectionMode, valueOf(mode)}};
+}
+Settings delayOf(double delay) {
+    return {{kDelayTime, ms(delay)}};
+}
+const Settings kLooping = {{kInfRepeat, 1.0}};
+const Settings kReleasedAndMoved = {{kInfRepeat, 0.0}, {kDelayTime, ms(150.0)}};
+const Settings kForward = going(DirectionMode::Forward);
+const Settings kBackward = going(DirectionMode::Backward);
+const Settings kReverse = going(DirectionMode::Reverse);
+const Settings kBounce = going(DirectionMode::Bounce);
+const Settings kFull = {{kProcessingMode, valueOf(ProcessingMode::Full)}};
 const Settings kLegacyLoud = {{kProcessingMode, valueOf(ProcessingMode::Legacy)},
                               {kSensitivity, 0.0},
                               {kReferenceLevel, 1.0}};
@@ -77,60 +77,38 @@ INSTANTIATE_TEST_SUITE_P(
         Change{"Fbck Invert", kHalfWet, {{kFeedbackInvert, 1.0}}, -40.0},
         Change{"S.C.Monitor on", kHalfWet, kMonitored, -40.0},
         Change{"S.C.Int-Ext", kMonitored, {{kSideChainIntExt, 1.0}}, -40.0},
-        Change{"Inf Repeat on", kHalfWet, {{kInfRepeat, 1.0}}, -40.0},
+        Change{"Inf Repeat on", kHalfWet, kLooping, -40.0},
         Change{"Delay X2 on", {{kFeedback, 0.5}}, {{kDelayX2, 1.0}}, -60.0},
         Change{"Delay X2 off", {{kFeedback, 0.5}, {kDelayX2, 1.0}}, {{kDelayX2, 0.0}}, -59.0},
         Change{"Hi Cut on", kLoudRepeats, {{kHighCut, 1.0}}, -60.0, 1.5},
         Change{"Manual VCO", {{kManualVco, 1.0}}, {{kManualVco, 0.0}}, -58.0},
         Change{"square LFO", {{kWaveform, 1.0}, {kDepth, 1.0}, {kLfoRate, 0.6}}, {}, -50.0},
         Change{"Reference Level in Legacy", kLegacyLoud, {{kReferenceLevel, 0.0}}, -58.0},
-        Change{"from Backward to Forward",
-               {{kDirectionMode, kBackward}},
-               {{kDirectionMode, kForward}},
+        Change{"from Backward to Forward", kBackward, kForward, -55.0},
+        Change{"from Forward to Backward", {}, kBackward, -55.0},
+        Change{"the edge of that a turn of the memory later", kBackward, {}, -55.0, 9.2},
+        Change{"to Backward, which writes towards the reader", delayOf(3.0), kBackward, -55.0},
+        Change{"Reverse goes on", kReverse, {}, -55.0}, Change{"Bounce turns", kBounce, {}, -55.0},
+        Change{"Bounce passes the memory's top", kBounce, {}, -55.0, 9.2},
+        Change{"Reverse passes the memory's top", kReverse, {}, -55.0, 9.2},
+        Change{"from Bounce to Reverse", kBounce, kReverse, -55.0},
+        Change{"Delay Time to 0", delayOf(1.0), delayOf(0.0), -55.0},
+        Change{"Delay Time from 0", delayOf(0.0), delayOf(1.0), -55.0},
+        Change{"to a short delay", delayOf(250.0), delayOf(1.0), -55.0},
+        Change{"Legacy to Full", kLegacyLoud, kFull, -50.0},
+        Change{"a loop of silence released with a delay change", kLooping, kReleasedAndMoved,
                -55.0},
-        Change{"from Forward to Backward", {}, {{kDirectionMode, kBackward}}, -55.0},
-        Change{"the edge of that a turn of the memory later",
-               {{kDirectionMode, kBackward}},
-               {},
-               -55.0,
-               9.2},
-        Change{"to Backward behind a delay that writing comes towards",
-               {{kDelayTime, ms(3.0)}},
-               {{kDirectionMode, kBackward}},
-               -55.0},
-        Change{"Reverse goes on", {{kDirectionMode, kReverse}}, {}, -55.0},
-        Change{"Bounce turns", {{kDirectionMode, kBounce}}, {}, -55.0},
-        Change{"Bounce passes the memory's top", {{kDirectionMode, kBounce}}, {}, -55.0, 9.2},
-        Change{"Reverse passes the memory's top", {{kDirectionMode, kReverse}}, {}, -55.0, 9.2},
-        Change{"from Bounce to Reverse",
-               {{kDirectionMode, kBounce}},
-               {{kDirectionMode, kReverse}},
-               -55.0},
-        Change{"Delay Time to 0", {{kDelayTime, ms(1.0)}}, {{kDelayTime, 0.0}}, -55.0},
-        Change{"Delay Time from 0", {{kDelayTime, 0.0}}, {{kDelayTime, ms(1.0)}}, -55.0},
-        Change{"to a short delay", {{kDelayTime, ms(250.0)}}, {{kDelayTime, ms(1.0)}}, -55.0},
-        Change{"Legacy to Full",
-               kLegacyLoud,
-               {{kProcessingMode, valueOf(ProcessingMode::Full)}},
-               -50.0},
-        Change{"a loop of silence released with a delay change",
-               {{kInfRepeat, 1.0}},
-               {{kInfRepeat, 0.0}, {kDelayTime, ms(150.0)}},
-               -55.0},
-        Change{"to a longer delay, and a delay later",
-               {{kDelayTime, ms(100.0)}},
-               {{kDelayTime, ms(304.1)}},
-               -55.0}));
+        Change{"to a longer delay, and a delay later", delayOf(100.0), delayOf(304.1), -55.0}));
 
 TEST(EngineMotion, ALoopTakesEveryMoveWithoutAClick) {
-    for (const auto& [index, value] : Settings{{kDelayX2, 1.0}, {kDirectionMode, kBounce}}) {
+    for (const Settings& move : {Settings{{kDelayX2, 1.0}}, kBounce}) {
         EngineRig rig;
         rig.render(rig.sine(kTone, 1.0));
         rig.set(kInfRepeat, 1.0);
         rig.render(rig.sine(kTone, 1.0));
-        rig.set(index, value);
+        rig.set(move);
         const Signal out = rig.render(silence(rig.samples(1.5))).left;
-        EXPECT_LT(clicks(out, rig.rate), -55.0) << index;
+        EXPECT_LT(clicks(out, rig.rate), -55.0) << move[0].first;
     }
 }
 
@@ -142,8 +120,8 @@ TEST(EngineMotion, ChangesInFullFlightAreFadedOneByOne) {
         rig.blockSize = 100;
         Dice dice(seed);
         rig.afterBlock = [&] {
-            const double recordingForward[] = {kForward, kReverse, kBounce};
-            if (dice.chance(0.05)) rig.set(kDirectionMode, dice.of(recordingForward));
+            const Settings recordingForward[] = {kForward, kReverse, kBounce};
+            if (dice.chance(0.05)) rig.set(dice.of(recordingForward));
             if (seed == 2) rig.set(kDelayTime, ms(dice.between(90.0, 110.0)));
         };
         const Signal out = rig.render(rig.sine(100.0, 4.0)).left;
