@@ -138,19 +138,6 @@ double rms(const Samples& signal, size_t from = 0, size_t to = SIZE_MAX) {
     return std::sqrt(mean(squares, from, to));
 }
 
-// From the rising zero crossings, interpolated between samples; 0 without two of them.
-template <typename Samples>
-double frequencyOf(const Samples& signal, double rate, size_t from = 0, size_t to = SIZE_MAX) {
-    double first = 0.0, last = 0.0;
-    int crossings = 0;
-    for (size_t i = from + 1; i < std::min<size_t>(to, std::size(signal)); ++i) {
-        if (!(signal[i - 1] < 0.0 && signal[i] >= 0.0)) continue;
-        last = static_cast<double>(i) - signal[i] / (signal[i] - signal[i - 1]);
-        if (crossings++ == 0) first = last;
-    }
-    return crossings > 1 ? (crossings - 1) * rate / (last - first) : 0.0;
-}
-
 template <typename Samples>
 double largestStep(const Samples& signal, size_t from = 0) {
     double largest = 0.0;

@@ -112,21 +112,18 @@ TEST(Full, SaturatesItsInputWithOddHarmonicsOnly) {
 
 TEST(Full, ALoopAtUnityNeitherGrowsNorGathersAnOffset) {
     for (const ProcessingMode mode : {ProcessingMode::Lims, ProcessingMode::Full}) {
-        for (const double rate : {44100.0, 96000.0}) {
-            for (const double x2 : {0.0, 1.0}) {
-                EngineRig rig(at(mode, {{kFeedback, 1.0}, {kDelayX2, x2}, {kDelayTime, ms(50.0)}}),
-                              rate);
-                Signal burst = noise(rig.samples(0.3), 0.6);
-                for (double& x : burst) x += 0.2;
-                rig.render(burst);
-                rig.settle(4.0);
-                const Signal early = rig.render(silence(rig.samples(1.0))).left;
-                rig.settle(4.0);
-                const Signal late = rig.render(silence(rig.samples(1.0))).left;
-                EXPECT_LE(peak(late), 0.5 * kCeiling + 2e-3);
-                EXPECT_NEAR(rms(late) / rms(early), 1.0, 0.5) << rate << ' ' << x2;
-                EXPECT_LT(std::abs(mean(late)), 0.01) << rate << ' ' << x2;
-            }
+        for (const double x2 : {0.0, 1.0}) {
+            EngineRig rig(at(mode, {{kFeedback, 1.0}, {kDelayX2, x2}, {kDelayTime, ms(50.0)}}));
+            Signal burst = noise(rig.samples(0.3), 0.6);
+            for (double& x : burst) x += 0.2;
+            rig.render(burst);
+            rig.settle(4.0);
+            const Signal early = rig.render(silence(rig.samples(1.0))).left;
+            rig.settle(4.0);
+            const Signal late = rig.render(silence(rig.samples(1.0))).left;
+            EXPECT_LE(peak(late), 0.5 * kCeiling + 2e-3);
+            EXPECT_NEAR(rms(late) / rms(early), 1.0, 0.5) << x2;
+            EXPECT_LT(std::abs(mean(late)), 0.01) << x2;
         }
     }
 }
