@@ -99,9 +99,6 @@ inline Signal join(Signal first, const Signal& second) {
     first.insert(first.end(), second.begin(), second.end());
     return first;
 }
-inline Stereo join(const Stereo& first, const Stereo& second) {
-    return {join(first.left, second.left), join(first.right, second.right)};
-}
 
 // --- Measurements, of vectors, arrays and spans of float or double ----------------------------
 

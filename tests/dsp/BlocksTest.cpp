@@ -7,7 +7,6 @@
 #include "dsp/LegacyStage.h"
 #include "dsp/Lfo.h"
 #include "dsp/Limiter.h"
-#include "dsp/MemoryClock.h"
 #include "tests/dsp/EngineRig.h"
 
 #include <gtest/gtest.h>
@@ -133,40 +132,6 @@ TEST(DelayMemory, ALoopOfAnySpanKeepsItsSound) {
         for (int i = 0; i < length; ++i) again.push_back(left(rig.tick()));
         EXPECT_EQ(once, again);
     }
-}
-
-TEST(MemoryClock, KeepsTheComingTickInItsPlaceWhenItsPaceChanges) {
-    MemoryClock clock;
-    clock.reset(1.0);
-    Dice dice(5);
-    double phase = 0.0, previousStep = 1.0;
-    for (int i = 0; i < 20000; ++i) {
-        const double factor = i % 7 ? 1.0 + 0.5 * std::sin(i * 0.001) : dice.between(0.25, 4.0);
-        // The law in its own terms: an accumulator that gains a step each frame and ticks at 1.
-        const double step = 1.0 / factor;
-        const double d = 1.0 - (1.0 - phase) * step / previousStep;
-        std::vector<double> expected, got;
-        phase = d + step;
-        previousStep = step;
-        for (int k = 0; phase >= 1.0; ++k, phase -= 1.0) expected.push_back((1.0 - d + k) * factor);
-        clock.advance(factor, [&](double t) { got.push_back(t); });
-        if (got.size() != expected.size()) {  // a tick on the very edge of a frame
-            ASSERT_TRUE(phase < 1e-6 || phase > 1.0 - 1e-6);
-            continue;
-        }
-        for (size_t k = 0; k < got.size(); ++k) ASSERT_NEAR(got[k], expected[k], 1e-6) << i;
-        ASSERT_NEAR(clock.outputPosition(step), std::max(0.0, phase), 1e-6) << i;
-    }
-}
-
-TEST(Lfo, WrapsAsSoonAsItReachesHalfATurn) {
-    Lfo lfo;
-    lfo.setFrequency(1.0, kRate);
-    lfo.setPosition(7.0, 0.5);  // at once when a position sets it ...
-    EXPECT_DOUBLE_EQ(lfo.currentPhase(), -kPi);
-    lfo.reset();  // ... and when it runs
-    for (int i = 0; i < 24001; ++i) EXPECT_LT(lfo.next(), kPi);
-    EXPECT_LT(lfo.currentPhase(), -kPi + 0.001);
 }
 
 TEST(Lfo, ItsSquareTurnsWithinAMillisecond) {

@@ -18,16 +18,6 @@ Settings at(ProcessingMode mode, const Settings& more = {}) {
     return settings;
 }
 
-TEST(Lims, PassesQuietSoundsAsCleanDoes) {
-    const auto rendered = [](ProcessingMode mode, double level) {
-        EngineRig rig(at(mode, {{kFeedback, 0.9}, {kHighCut, 1.0}, {kMix, 0.7}}));
-        return rig.render(padded(noise(24000, level), 72000)).left;
-    };
-    const Signal clean = rendered(ProcessingMode::Clean, 0.1);
-    ASSERT_GT(peak(clean), 0.1);
-    EXPECT_LT(largestDifference(rendered(ProcessingMode::Lims, 0.1), clean), 1e-6);
-}
-
 TEST(Limits, HoldTheirCeilingsFromTheFirstSampleOn) {
     for (const ProcessingMode mode : {ProcessingMode::Lims, ProcessingMode::Full}) {
         for (const double x2 : {0.0, 1.0}) {

@@ -56,26 +56,24 @@ TEST(EngineLoop, ItsFeedbackIsUnityAndComesBackWhenItIsReleased) {
 
 TEST(EngineLoop, IgnoresDelayChangesUntilTheyAreSentAgain) {
     EngineRig rig;
-    const auto delay = [&] {
+    const auto delayAfter = [&](const Settings& settings) {
+        rig.set(settings);
         rig.settle(0.1);
         return rig.clockFactor() * 100.0;
     };
-    rig.set({{kInfRepeat, 1.0}, {kDelayTime, ms(400.0)}, {kDelayClockMode, 1.0}});
-    EXPECT_NEAR(delay(), 100.0, 1e-9);
-    rig.set(kInfRepeat, 0.0);
-    EXPECT_NEAR(delay(), 100.0, 1e-9);
-    rig.set(kDelayTime, ms(400.0));
-    EXPECT_NEAR(delay(), 400.0, 1e-9);
+    const Settings on = {{kInfRepeat, 1.0}}, off = {{kInfRepeat, 0.0}};
+    delayAfter(on);
+    EXPECT_NEAR(delayAfter({{kDelayTime, ms(400.0)}, {kDelayClockMode, 1.0}}), 100.0, 1e-9);
+    EXPECT_NEAR(delayAfter(off), 100.0, 1e-9);
+    EXPECT_NEAR(delayAfter({{kDelayTime, ms(400.0)}}), 400.0, 1e-9);
 
     // Changes of tempo and note only wait.
-    rig.set(kDelayClockMode, 1.0);
     rig.host.giveTempo(120.0);
-    const double synced = delay();
-    rig.set(kInfRepeat, 1.0);
+    const double synced = delayAfter({{kDelayClockMode, 1.0}});
+    rig.set(on);
     rig.host.giveTempo(240.0);
-    EXPECT_EQ(delay(), synced);
-    rig.set(kInfRepeat, 0.0);
-    EXPECT_NEAR(delay(), synced / 2.0, 1e-9);
+    EXPECT_EQ(delayAfter({}), synced);
+    EXPECT_NEAR(delayAfter(off), synced / 2.0, 1e-9);
 }
 
 // A quarter at 120 BPM is 24000 frames.

@@ -156,17 +156,13 @@ class Company {
 
     void moveTransport() {
         if (!(play.extras & Transport) || !dice.chance(0.03)) return;
+        const double die = dice.unit();
+        if (die < 0.2) return host.giveTempo(dice.between(40.0, 300.0));
+        if (die < 0.4) return host.play(dice.between(-3.0, 300.0));
         HostTransport& now = host.now;
-        switch (dice.below(5)) {
-            case 0:
-                return host.giveTempo(dice.between(40.0, 300.0));
-            case 1:
-                return host.play(dice.between(-3.0, 300.0));
-            default:
-                bool* const flags[] = {&now.playing, &now.positionValid, &now.tempoValid};
-                bool& flag = *dice.of(flags);
-                flag = !flag;
-        }
+        bool* const flags[] = {&now.playing, &now.positionValid, &now.tempoValid};
+        bool& flag = *dice.of(flags);
+        flag = !flag;
     }
 
     // Noise in bursts, smoothed now and then, so that loud, soft and silent stretches occur.

@@ -11,23 +11,16 @@ namespace {
 
 constexpr double kLowest = 1e-15;
 
-TEST(EngineReadings, StayWithinBounds) {
-    EngineRig rig;
-    rig.render(rig.sine(100.0, 0.1, 500.0));
-    for (uint32_t index = 42; index <= 114; ++index) {
-        double value = kLowest;
-        rig.engine.getOutputValue(index, value);
-        EXPECT_GE(value, kLowest) << index;
-        EXPECT_LE(value, 1.0) << index;
-    }
-}
-
 TEST(EngineReadings, HeadroomHoldsThePeakBehindTheLegacyStageUntilRead) {
     for (const ProcessingMode mode : {ProcessingMode::Clean, ProcessingMode::Legacy}) {
         for (const double reference : {0.3, 0.5}) {
             EngineRig rig({{kProcessingMode, valueOf(mode)},
                            {kSensitivity, 0.0},
                            {kReferenceLevel, reference}});
+            rig.render(Signal(480, 500.0));
+            EXPECT_EQ(rig.read(kOutHeadroom), 1.0);
+            EXPECT_EQ(rig.read(kOutSideChainPeakLeft), 1.0);
+            rig.engine.reset();
             const double level = 0.2 * kFilterGain, scale = std::pow(10.0, reference);
             const double m = level / scale * 2.7542 * 2.7542 * 0.363082;
             const double gain = mode == ProcessingMode::Legacy ? 1.0 - 0.25 * m : 1.0;
@@ -75,12 +68,10 @@ TEST(EngineReadings, ActivityFlashesAtEachRepeat) {
     }
     EXPECT_EQ(flashes, 3);  // the first one is lit from the start
     EXPECT_NEAR(lit, 4 * 10, 4);
-    EXPECT_NEAR(activity[20] / activity[19], std::pow(0.9991, 240.0 / 2.0), 1e-6);
 }
 
-TEST(EngineReadings, RateDelayAndTheSongsPositionAreReported) {
-    EngineRig rig({}, 96000.0);
-    EXPECT_NEAR(rig.read(kOutSampleRate), 0.096, 1e-12);
+TEST(EngineReadings, TheDelayAndTheSongsPositionAreReported) {
+    EngineRig rig;
     for (const double position : {3.0, 1e300, std::nan("")}) {
         rig.host.play(position);
         rig.render(silence(16));
