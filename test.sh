@@ -102,7 +102,7 @@ else
     quote "Playing in a DAW" ok:
     # Under Wine what concerns the module and its window; the rest of drawing and the command line are
     # tested on Linux.
-    suite windows -E '^(corvane_tools_test|gui-tests|dsp-paths-tests)'
+    suite windows -E '^(tools-tests|gui-tests|dsp-paths-tests)'
     check "Checking the Windows artefacts" scripts/check-artefacts.sh windows
     check "Comparing Linux and Windows" scripts/check-agreement.sh
     check "Making the packages" ./package.sh

@@ -47,8 +47,9 @@ else()
 endif()
 
 if(CORVANE_SANITIZE)
+    # Lines are all that a report needs to know, and compile a fifth faster than the rest does.
+    set(flags -fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer -O1 -g1)
     # Without vptr: the plug-in and its host share interfaces, not type information.
-    set(flags -fsanitize=${CORVANE_SANITIZE} -fno-omit-frame-pointer -O1)
     if(CORVANE_SANITIZE MATCHES "undefined")
         list(APPEND flags -fno-sanitize-recover=undefined -fno-sanitize=vptr)
     endif()

@@ -3,8 +3,10 @@
 set(CORVANE_BUNDLE_NAME "Corvane QVX77x")
 if(WIN32)
     set(CORVANE_BUNDLE "${CORVANE_DIST_DIR}/windows/${CORVANE_BUNDLE_NAME}.vst3")
+    set(CORVANE_BUNDLE_SYSTEM x86_64-win)
 else()
     set(CORVANE_BUNDLE "${CORVANE_DIST_DIR}/linux/${CORVANE_BUNDLE_NAME}.vst3")
+    set(CORVANE_BUNDLE_SYSTEM x86_64-linux)
 endif()
 
 # corvane_add_vst3_module(TARGET SOURCES file… [LIBS library…])
@@ -22,7 +24,6 @@ function(corvane_add_vst3_module target)
 
     if(WIN32)
         set(entry "${main}/dllmain.cpp")
-        set(folder x86_64-win)
         configure_file("${PROJECT_SOURCE_DIR}/cmake/version.rc.in" version.rc @ONLY)
         target_sources(${target} PRIVATE "${CMAKE_CURRENT_BINARY_DIR}/version.rc")
         set_target_properties(${target} PROPERTIES SUFFIX ".vst3")
@@ -31,7 +32,6 @@ function(corvane_add_vst3_module target)
                             -Wl,--image-base,0x180000000)
     else()
         set(entry "${main}/linuxmain.cpp")
-        set(folder x86_64-linux)
         set_target_properties(
             ${target} PROPERTIES SUFFIX ".so" LINK_DEPENDS
                                  "${PROJECT_SOURCE_DIR}/cmake/module-exports.map")
@@ -49,8 +49,9 @@ function(corvane_add_vst3_module target)
     endif()
     target_sources(${target} PRIVATE "${entry}")
     set_source_files_properties("${entry}" PROPERTIES COMPILE_OPTIONS -w)
-    set_target_properties(${target} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
-                                               "${CORVANE_BUNDLE}/Contents/${folder}")
+    set_target_properties(
+        ${target} PROPERTIES LIBRARY_OUTPUT_DIRECTORY
+                             "${CORVANE_BUNDLE}/Contents/${CORVANE_BUNDLE_SYSTEM}")
 
     # Lets hosts list the classes without loading the module. A program under a sanitizer or for
     # another system can't always run here, and a bundle works without the file.

@@ -99,9 +99,9 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
                                (!in[2] || (isZero(sideLeft, n) && isZero(sideRight, n)));
         chunk.silent = nothingIn && !chunk.moving && !converts(chunk.stages) &&
                        (suspension == (suspended ? 1.0 : 0.0));
-        if (chunk.silent)
+        if (chunk.silent) {
             passSilence(chunk);
-        else {
+        } else {
             load(mainLeft, mainRight, chunk.input.data(), n);
             if (chunk.listensToSide) load(sideLeft, sideRight, chunk.side.data(), n);
             renderChunk(chunk);

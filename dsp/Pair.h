@@ -21,13 +21,14 @@ inline Pair loadTwo(const double* from) {
     return {_mm_loadu_pd(from)};
 }
 inline Pair loadTwo(const float* from) {
-    return {_mm_cvtps_pd(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(from))))};
+    return {
+        _mm_cvtps_pd(_mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from))))};
 }
 inline void storeTwo(double* to, Pair p) {
     _mm_storeu_pd(to, p.v);
 }
 inline void storeTwo(float* to, Pair p) {
-    _mm_store_sd(reinterpret_cast<double*>(to), _mm_castps_pd(_mm_cvtpd_ps(p.v)));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_castps_si128(_mm_cvtpd_ps(p.v)));
 }
 inline double left(Pair p) {
     return _mm_cvtsd_f64(p.v);

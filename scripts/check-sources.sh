@@ -11,38 +11,7 @@ mapfile -t files < <(find params dsp presets platform gui plugin tools tests ben
     -name '*.cpp' -o -name '*.h')
 clang-format --dry-run -Werror "${files[@]}" || status=1
 
-# Identifiers that every side has to agree on, and no code.
-identifiers='params/ParameterIndex.h|dsp/OutputIndex.h|plugin/ClassIds.h'
-
-# may FOLDER FOLDER…: the first may include the others, and itself, but no further folder.
-may() {
-    local folder=$1 allowed wrong
-    allowed=$(IFS='|' && echo "$*")
-    wrong=$(grep -rnE '#include "(params|dsp|presets|platform|gui|plugin|tools)/' "$folder" |
-        grep -vE "#include \"(($allowed)/|($identifiers)\")")
-    if [[ $wrong ]]; then
-        echo "$folder/ includes what it must not:"
-        echo "$wrong"
-        status=1
-    fi
-}
-may params
-may platform
-may dsp params platform
-may presets params platform
-may gui params presets platform
-may plugin params dsp presets platform gui
-may tools/hosting
-may tools/corvane-host tools/hosting params presets platform
-
-# The parts below the shell know neither the SDK nor the GUI library.
-wrong=$(grep -rnE '#include ["<](pluginterfaces|public\.sdk|base/source|vstgui)' \
-    params dsp presets platform)
-if [[ $wrong ]]; then
-    echo "the VST3 SDK and VSTGUI belong to plugin/, gui/ and tools/ only:"
-    echo "$wrong"
-    status=1
-fi
+/usr/bin/python3 scripts/includes.py || status=1
 
 # one_way WHAT RENAMING FOLDER…: what lies in the folders, named as the sed commands leave the files'
 # names, includes each other one way only.

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes manual.html, one file that holds all, and manual.pdf out of docs/manual.
 #
-#   scripts/make-manual.sh FOLDER       after building the preset `release`
+#   scripts/make-manual.sh FOLDER [CORVANE-HOST]    default: that of the preset `release`
 #
 # The same sources give the same files; SOURCE_DATE_EPOCH is the date in the PDF.
 set -euo pipefail
@@ -9,6 +9,7 @@ set -euo pipefail
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 out=$(realpath -m "${1:?where to put the manual}")
+host=$(realpath "${2:-$root/dist/bin/corvane-host}")
 source=$root/docs/manual
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -16,7 +17,7 @@ mkdir -p "$out" "$work/home"
 
 # The plug-in makes its user's preset folder: not in the home of whoever runs this.
 env -u XDG_CONFIG_HOME HOME="$work/home" \
-    /usr/bin/python3 "$root/scripts/manual-figures.py" "$root/dist/bin/corvane-host" "$work"
+    /usr/bin/python3 "$root/scripts/manual-figures.py" "$host" "$work"
 
 cp "$source"/*.svg "$work"
 sed -e "/^{{parameters}}\$/{r $work/parameters.md

@@ -11,12 +11,12 @@ here=$(cd "$(dirname "$0")" && pwd)
 
 declare -A sets=(
     [build]="g++ cmake ninja-build ccache pkg-config libboost-dev libcli11-dev googletest
-        libsndfile1-dev libsamplerate0-dev libebur128-dev libfftw3-dev
+        libsndfile1-dev libebur128-dev
         libx11-dev libxcb1-dev libxcb-util-dev libxcb-cursor-dev libxcb-keysyms1-dev
         libxcb-xkb-dev libxkbcommon-dev libxkbcommon-x11-dev libcairo2-dev libpango1.0-dev
         libglib2.0-dev libfontconfig-dev libfreetype-dev debian-archive-keyring"
     [windows]="g++-mingw-w64-x86-64-posix"
-    [test]="clang-format locales util-linux gnuplot-nox fonts-dejavu-core fonts-liberation fonts-wine
+    [test]="clang-format locales python3 util-linux gnuplot-nox fonts-dejavu-core fonts-liberation fonts-wine
         wine wine64
         xvfb xauth xdotool"
     [bench]="libbenchmark-dev valgrind liblilv-dev lv2-dev"
@@ -25,7 +25,7 @@ declare -A sets=(
     [daw]="ardour python3-scipy"
     [fuzz]="clang libclang-rt-14-dev"
     [package]="pandoc weasyprint fonts-lato fonts-dejavu-core python3 nsis zip unzip xz-utils
-        dpkg-dev fakeroot lintian git"
+        dpkg-dev fakeroot file lintian git"
 )
 
 wanted=("$@")

@@ -1,14 +1,14 @@
 #include "platform/Desktop.h"
 #include "platform/Folders.h"
+#include "platform/LocalTime.h"
 #include "platform/TickCount.h"
 #include "platform/Utf8Path.h"
+#include "tests/TestFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cstdlib>
-#include <fstream>
-#include <random>
 #include <string>
 #include <thread>
 
@@ -47,6 +47,16 @@ TEST(Utf8Path, GoesThereAndBackAndRepairsTheRest) {
     EXPECT_EQ(cutUtf8("\x80\x80", 1), "");
 }
 
+TEST(LocalTime, IsThatOfTheUser) {
+#ifdef _WIN32
+    _putenv_s("TZ", "XYZ-3");
+    _tzset();
+#else
+    setenv("TZ", "XYZ-3", 1);
+#endif
+    EXPECT_EQ(localTime(12 * 3600).tm_hour, 15);
+}
+
 TEST(Folders, LieInTheUsersHome) {
 #ifdef _WIN32
     _putenv_s("USERPROFILE", "C:\\users\\somebody");
@@ -80,37 +90,25 @@ TEST(Desktop, AddressesEncodeWhatListsWouldSplit) {
 // Programs of the test's own stand in for the desktop's: each writes down how it was called.
 class DesktopCalls : public testing::Test {
   protected:
-    DesktopCalls() {
-        folder = std::filesystem::temp_directory_path() /
-                 ("corvane-desktop-" + std::to_string(std::random_device()()));
-        std::filesystem::create_directories(folder);
-        setenv("PATH", folder.c_str(), 1);
-    }
-    ~DesktopCalls() override {
-        setenv("PATH", "/usr/bin:/bin", 1);
-        std::filesystem::remove_all(folder);
-    }
+    DesktopCalls() { setenv("PATH", folder.path.c_str(), 1); }
+    ~DesktopCalls() override { setenv("PATH", "/usr/bin:/bin", 1); }
 
     void provide(const std::string& name, int exitCode) {
-        const auto program = folder / name;
-        std::ofstream(program) << "#!/bin/sh\nfor word in \"$@\"; do echo \"$word\"; done > "
-                               << (folder / (name + ".part")).native() << "\n/bin/mv "
-                               << (folder / (name + ".part")).native() << " "
-                               << (folder / (name + ".called")).native() << "\nexit " << exitCode
-                               << "\n";
-        chmod(program.c_str(), 0755);
+        const std::string written = (folder / name).native();
+        writeBytes(folder / name, "#!/bin/sh\nfor word in \"$@\"; do echo \"$word\"; done > " +
+                                      written + ".part\n/bin/mv " + written + ".part " + written +
+                                      ".called\nexit " + std::to_string(exitCode) + "\n");
+        chmod(written.c_str(), 0755);
     }
     std::string callOf(const std::string& name) {
-        for (int i = 0; i < 1000; ++i) {
-            std::ifstream in(folder / (name + ".called"));
-            if (in) return {std::istreambuf_iterator<char>(in), {}};
+        const auto call = folder / (name + ".called");
+        for (int i = 0; i < 1000 && !std::filesystem::exists(call); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        return "never called";
+        return readBytes(call);
     }
     static bool childLeft() { return waitpid(-1, nullptr, WNOHANG) != -1; }
 
-    std::filesystem::path folder;
+    const TestFolder folder;
 };
 
 TEST_F(DesktopCalls, PassArgumentsWithoutAShellAndLeaveNoChild) {
@@ -125,18 +123,18 @@ TEST_F(DesktopCalls, PassArgumentsWithoutAShellAndLeaveNoChild) {
 TEST_F(DesktopCalls, RevealFallsBackToTheFolder) {
     provide("dbus-send", 1);
     provide("xdg-open", 0);
-    std::ofstream(folder / "a,b.qvx") << "x";
+    writeBytes(folder / "a,b.qvx", "x");
     EXPECT_TRUE(revealFile(folder / "a,b.qvx"));
-    EXPECT_EQ(callOf("xdg-open"), folder.native() + "\n");
+    EXPECT_EQ(callOf("xdg-open"), folder.path.native() + "\n");
     const auto asked = callOf("dbus-send");
     EXPECT_NE(asked.find("org.freedesktop.FileManager1.ShowItems"), std::string::npos);
-    EXPECT_NE(asked.find("array:string:file://" + folder.native() + "/a%2Cb.qvx"),
+    EXPECT_NE(asked.find("array:string:file://" + folder.path.native() + "/a%2Cb.qvx"),
               std::string::npos);
     EXPECT_FALSE(childLeft());
 }
 
 TEST_F(DesktopCalls, TellWhenThereIsNothingToOpenWith) {
-    EXPECT_FALSE(openPath(folder));
+    EXPECT_FALSE(openPath(folder.path));
     EXPECT_FALSE(openLink("https://www.quorvant.example"));
 }
 

@@ -1,14 +1,13 @@
 // Preset blobs put together byte by byte, independently of the product's writer.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Quorvant {
 
@@ -20,13 +19,11 @@ class BlobBytes {
     static BlobBytes make(std::string_view magic, uint32_t version, uint32_t parameters,
                           bool bigEndianWords) {
         BlobBytes blob(bigEndianWords);
-        const std::string onDisk =
-            bigEndianWords ? std::string(magic) : std::string(magic.rbegin(), magic.rend());
-        blob.text += onDisk;
+        blob.text = magic;
+        if (!bigEndianWords) std::reverse(blob.text.begin(), blob.text.end());
         blob.text += '\x22';
         blob.word(version).word(parameters);
-        blob.word(0).word(0).word(0).word(13).word(0).word(0).word(0);
-        return blob;
+        return blob.word(0).word(0).word(0).word(13).word(0).word(0).word(0);
     }
     static BlobBytes current(bool bigEndianWords = false) {
         return make("P77x", 0x03000000, 38, bigEndianWords);
@@ -43,11 +40,9 @@ class BlobBytes {
         return *this;
     }
     BlobBytes& name(std::string_view value) {
-        word(0).word(156).word(0);
         std::string field(value);
         field.resize(156, '\0');
-        text += field;
-        return counted();
+        return chunk(0, 156, field);
     }
     BlobBytes& parameter(uint32_t index, float value) {
         word(1).word(20).word(0).word(index).word(0).word(0);

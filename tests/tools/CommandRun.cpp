@@ -9,10 +9,6 @@
 #include <random>
 #include <sstream>
 
-#ifndef _WIN32
-#include <sys/wait.h>
-#endif
-
 namespace Quorvant::Hosting {
 
 namespace fs = std::filesystem;
@@ -24,7 +20,7 @@ std::string bytesOf(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::string contentOf(const fs::path& path) {
+std::string printed(const fs::path& path) {
     std::string text = bytesOf(path);
     std::erase(text, '\r');
     return text;
@@ -32,87 +28,70 @@ std::string contentOf(const fs::path& path) {
 
 }  // namespace
 
-Workspace::Workspace() {
-    std::random_device random;
-    const fs::path base = fs::temp_directory_path() / ("corvane-host-" + std::to_string(random()));
-    folder = base / "work";
-    streams = base / "streams";
-    fs::create_directories(folder);
-    fs::create_directories(streams);
+Workspace::Workspace()
+    : base(fs::temp_directory_path() / ("corvane-host-" + std::to_string(std::random_device()()))) {
+    fs::create_directories(base / "work");
+    fs::create_directories(home());
+#ifdef _WIN32
+    _putenv_s("USERPROFILE", home().string().c_str());
+#else
+    setenv("HOME", home().c_str(), 1);
+#endif
 }
 
 Workspace::~Workspace() {
     std::error_code ignored;
-    fs::remove_all(folder.parent_path(), ignored);
+    fs::remove_all(base, ignored);
 }
 
-std::vector<std::string> Workspace::names() const {
-    std::vector<std::string> result;
-    for (const auto& entry : fs::directory_iterator(folder))
+Words Workspace::names() const {
+    Words result;
+    for (const auto& entry : fs::directory_iterator(base / "work"))
         result.push_back(entry.path().filename().string());
     std::ranges::sort(result);
     return result;
 }
 
-Outcome Workspace::run(const std::vector<std::string>& arguments) const {
+Outcome Workspace::run(const Words& arguments) const {
     std::string line = "\"" CORVANE_HOST "\"";
     for (const std::string& argument : arguments) line += " \"" + argument + "\"";
-    line += " >\"" + (streams / "out").string() + "\" 2>\"" + (streams / "err").string() + "\"";
+    line += " >\"" + (base / "out").string() + "\" 2>\"" + (base / "err").string() + "\"";
 #ifdef _WIN32
     const int status = std::system(("\"" + line + "\"").c_str());
 #else
-    const int raw = std::system(line.c_str());
-    const int status = WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
+    const int status = std::system(line.c_str()) >> 8;
 #endif
-    return {status, contentOf(streams / "out"), contentOf(streams / "err")};
+    return {status, printed(base / "out"), printed(base / "err")};
+}
+
+std::string Workspace::output(const Words& arguments) const {
+    const Outcome outcome = run(arguments);
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    return outcome.out;
 }
 
 void Workspace::writeText(const std::string& name, const std::string& text) const {
-    std::ofstream(folder / name, std::ios::binary) << text;
+    std::ofstream(path(name), std::ios::binary) << text;
 }
 
 std::string Workspace::readText(const std::string& name) const {
-    return contentOf(folder / name);
+    return bytesOf(path(name));
 }
 
-std::string Workspace::readBytes(const std::string& name) const {
-    return bytesOf(folder / name);
-}
-
-void Workspace::writeAudio(const std::string& name, const std::vector<double>& frames, int channels,
+void Workspace::writeAudio(const std::string& name, const std::vector<float>& samples, int channels,
                            int rate) const {
-    auto writer = createAudioFile(path(name), *chooseFormat("", name), rate, channels);
-    ASSERT_TRUE(writer) << writer.error();
-    ASSERT_TRUE((*writer)->write(frames.data(), frames.size() / static_cast<size_t>(channels)));
-    ASSERT_TRUE((*writer)->finish());
+    Hosting::writeAudio(path(name), chooseFormat("", name), {channels, rate, samples});
 }
 
-Audio readAudio(const std::string& path) {
-    auto source = openAudioFile(path);
-    EXPECT_TRUE(source) << source.error();
-    if (!source) return {0, 0.0, {}};
-    Audio audio{(*source)->channels(), (*source)->rate(), {}};
-    const auto frames = static_cast<size_t>((*source)->frames());
-    audio.samples.resize(frames * static_cast<size_t>(audio.channels));
-    EXPECT_EQ(*(*source)->read(audio.samples.data(), frames), frames);
-    return audio;
-}
-
-std::string probePath(const std::string& name) {
-    return PROBE_DIR "/" + name + ".vst3";
-}
-
-std::vector<std::vector<std::string>> tableOf(const std::string& plainOutput) {
-    std::vector<std::vector<std::string>> rows;
-    std::istringstream lines(plainOutput);
+std::vector<Words> tableOf(const std::string& output, char separator) {
+    std::vector<Words> rows;
+    std::istringstream lines(output);
     for (std::string line; std::getline(lines, line);) {
-        std::vector<std::string>& row = rows.emplace_back(1);
-        for (const char c : line) {
-            if (c == '\t')
-                row.emplace_back();
-            else
-                row.back() += c;
-        }
+        std::istringstream fields(line);
+        Words& row = rows.emplace_back();
+        for (std::string field; std::getline(fields, field, separator);) row.push_back(field);
+        if (line.ends_with(separator)) row.emplace_back();
     }
     return rows;
 }

@@ -9,12 +9,14 @@
 
 namespace Quorvant::Hosting {
 
+using Words = std::vector<std::string>;
+
 struct Outcome {
     int status;
     std::string out, err;
 };
 
-// A folder that vanishes with the object.
+// A folder, and a user's home beside it, that vanish with the object.
 class Workspace {
   public:
     Workspace();
@@ -22,33 +24,25 @@ class Workspace {
     Workspace(const Workspace&) = delete;
     Workspace& operator=(const Workspace&) = delete;
 
-    std::string path(const std::string& name) const { return (folder / name).string(); }
-    std::vector<std::string> names() const;  // of all files in it, sorted
+    std::string path(const std::string& name) const { return (base / "work" / name).string(); }
+    std::filesystem::path home() const { return base / "home"; }
+    Words names() const;  // of all files in it, sorted
 
     // Runs corvane-host; an argument may hold blanks, but no quotes.
-    Outcome run(const std::vector<std::string>& arguments) const;
+    Outcome run(const Words& arguments) const;
+    // The same, where success without a word on standard error is expected; what it prints.
+    std::string output(const Words& arguments) const;
 
     void writeText(const std::string& name, const std::string& text) const;
     std::string readText(const std::string& name) const;
-    std::string readBytes(const std::string& name) const;
-    // 32-bit float; every frame's channels are the values that `frames` lists, interleaved.
-    void writeAudio(const std::string& name, const std::vector<double>& frames, int channels,
+    // 32-bit float; every frame's channels are the values that `samples` lists, interleaved.
+    void writeAudio(const std::string& name, const std::vector<float>& samples, int channels,
                     int rate) const;
 
   private:
-    std::filesystem::path folder;
-    std::filesystem::path streams;  // of what a command prints, outside the folder
+    std::filesystem::path base;
 };
 
-struct Audio {
-    int channels;
-    double rate;
-    std::vector<double> samples;  // interleaved
-};
-Audio readAudio(const std::string& path);
-
-std::string probePath(const std::string& name = "Probe");
-
-std::vector<std::vector<std::string>> tableOf(const std::string& plainOutput);
+std::vector<Words> tableOf(const std::string& output, char separator = '\t');
 
 }  // namespace Quorvant::Hosting

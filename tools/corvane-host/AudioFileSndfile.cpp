@@ -1,102 +1,48 @@
 #include "tools/corvane-host/AudioFile.h"
 #include "tools/corvane-host/PartialFile.h"
+#include "tools/hosting/Result.h"
+#include "tools/hosting/Text.h"
 
 #include <sndfile.h>
+
+#include <algorithm>
+#include <memory>
+#include <span>
 
 namespace Quorvant::Hosting {
 
 namespace {
+
+constexpr size_t kChunk = 1 << 16;  // samples
 
 struct CloseSndfile {
     void operator()(SNDFILE* file) const { sf_close(file); }
 };
 using SndfilePtr = std::unique_ptr<SNDFILE, CloseSndfile>;
 
-std::string reason(SNDFILE* file) {
-    std::string text = sf_strerror(file);
-    while (!text.empty() && text.back() == '.') text.pop_back();
-    return text;
+[[noreturn]] void fail(const char* what, const std::string& path, SNDFILE* file) {
+    std::string reason = sf_strerror(file);
+    while (!reason.empty() && reason.back() == '.') reason.pop_back();
+    throw Failure{std::string("cannot ") + what + " " + inQuotes(path) + ": " + reason};
 }
-
-class SndfileSource : public FrameSource {
-  public:
-    SndfileSource(std::string name, SndfilePtr opened, const SF_INFO& about)
-        : path(std::move(name)), file(std::move(opened)), info(about) {}
-
-    int channels() const override { return info.channels; }
-    double rate() const override { return info.samplerate; }
-    int64_t frames() const override { return info.frames; }
-    Result<size_t> read(double* interleaved, size_t count) override {
-        const sf_count_t got =
-            sf_readf_double(file.get(), interleaved, static_cast<sf_count_t>(count));
-        if (sf_error(file.get()) != SF_ERR_NO_ERROR)
-            return Error{"cannot read '" + path + "': " + reason(file.get())};
-        return static_cast<size_t>(got);
-    }
-
-  private:
-    std::string path;
-    SndfilePtr file;
-    SF_INFO info;
-};
-
-class SndfileWriter : public AudioWriter {
-  public:
-    SndfileWriter(const std::string& name, const SampleFormat& format, int rate, int channels)
-        : path(name), partial(name) {
-        const std::string container = format.container;
-        SF_INFO info{};
-        info.samplerate = rate;
-        info.channels = channels;
-        info.format = container == "flac"   ? SF_FORMAT_FLAC
-                      : container == "aiff" ? SF_FORMAT_AIFF
-                                            : SF_FORMAT_WAV;
-        info.format |= format.isFloat      ? SF_FORMAT_FLOAT
-                       : format.bits == 24 ? SF_FORMAT_PCM_24
-                                           : SF_FORMAT_PCM_16;
-        if (sf_format_check(&info) == 0) {
-            failure =
-                "a " + container + " file cannot have a rate of " + std::to_string(rate) + " Hz";
-            return;
-        }
-        file.reset(sf_open(partial.temporaryPath().c_str(), SFM_WRITE, &info));
-        if (!file) {
-            failure = reason(nullptr);
-            return;
-        }
-        sf_command(file.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
-    }
-
-    Result<> opened() const {
-        if (file) return {};
-        return Error{"cannot write '" + path + "': " + failure};
-    }
-
-    Result<> write(const double* interleaved, size_t count) override {
-        const auto wanted = static_cast<sf_count_t>(count);
-        if (sf_writef_double(file.get(), interleaved, wanted) != wanted)
-            return Error{"cannot write '" + path + "': " + reason(file.get())};
-        return {};
-    }
-
-    Result<> finish() override {
-        if (sf_close(file.release()) != 0) return Error{"cannot write '" + path + "' to its end"};
-        return partial.keep();
-    }
-
-  private:
-    std::string path, failure;
-    PartialFile partial;
-    SndfilePtr file;  // closed before the partial file is removed
-};
 
 }  // namespace
 
-Result<std::unique_ptr<FrameSource>> openAudioFile(const std::string& path) {
+Audio readAudio(const std::string& path) {
     SF_INFO info{};
-    SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
-    if (!file) return Error{"cannot read '" + path + "': " + reason(nullptr)};
-    return std::unique_ptr<FrameSource>(new SndfileSource(path, std::move(file), info));
+    const SndfilePtr file(sf_open(path.c_str(), SFM_READ, &info));
+    if (!file) fail("read", path, nullptr);
+    Audio audio{info.channels, info.samplerate, {}};
+    // The header's own count may be unknown or wrong.
+    for (size_t got = kChunk; got > 0;) {
+        const size_t before = audio.samples.size();
+        audio.samples.resize(before + kChunk * static_cast<size_t>(info.channels));
+        got =
+            static_cast<size_t>(sf_readf_float(file.get(), audio.samples.data() + before, kChunk));
+        audio.samples.resize(before + got * static_cast<size_t>(info.channels));
+    }
+    if (sf_error(file.get()) != SF_ERR_NO_ERROR) fail("read", path, file.get());
+    return audio;
 }
 
 const std::vector<SampleFormat>& writableFormats() {
@@ -107,12 +53,35 @@ const std::vector<SampleFormat>& writableFormats() {
     return formats;
 }
 
-Result<std::unique_ptr<AudioWriter>> createAudioFile(const std::string& path,
-                                                     const SampleFormat& format, int rate,
-                                                     int channels) {
-    auto writer = std::make_unique<SndfileWriter>(path, format, rate, channels);
-    if (auto opened = writer->opened(); !opened) return Error{opened.error()};
-    return std::unique_ptr<AudioWriter>(std::move(writer));
+void writeAudio(const std::string& path, const SampleFormat& format, const Audio& audio) {
+    const std::string container = format.container;
+    SF_INFO info{};
+    info.samplerate = audio.rate;
+    info.channels = audio.channels;
+    info.format = container == "flac"   ? SF_FORMAT_FLAC
+                  : container == "aiff" ? SF_FORMAT_AIFF
+                                        : SF_FORMAT_WAV;
+    info.format |= format.isFloat      ? SF_FORMAT_FLOAT
+                   : format.bits == 24 ? SF_FORMAT_PCM_24
+                                       : SF_FORMAT_PCM_16;
+    if (sf_format_check(&info) == 0)
+        throw Failure{"a " + container + " file cannot have a rate of " +
+                      std::to_string(audio.rate) + " Hz"};
+    PartialFile partial(path);
+    SndfilePtr file(sf_open(partial.temporaryPath().c_str(), SFM_WRITE, &info));
+    if (!file) fail("write", path, nullptr);
+    sf_command(file.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    for (size_t at = 0; at < audio.samples.size(); at += kChunk) {
+        // As doubles, which become integers without a second rounding.
+        const auto rest = std::span(audio.samples).subspan(at);
+        const std::vector<double> chunk(rest.begin(), rest.begin() + std::min(kChunk, rest.size()));
+        const auto count = static_cast<sf_count_t>(chunk.size());
+        if (sf_write_double(file.get(), chunk.data(), count) != count)
+            fail("write", path, file.get());
+    }
+    if (sf_close(file.release()) != 0)
+        throw Failure{"cannot write " + inQuotes(path) + " to its end"};
+    partial.keep();
 }
 
 }  // namespace Quorvant::Hosting

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cmath>
 #include <iostream>
+#include <numeric>
 #include <random>
 
 #ifdef _WIN32
@@ -23,6 +24,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Nanoseconds = std::chrono::duration<double, std::nano>;
 
+constexpr int kBlock = 512;
 constexpr double kWarmUpSeconds = 1.0;
 constexpr double kInputLevel = 0.25;  // peak, -12 dBFS
 
@@ -38,38 +40,34 @@ double peakMegabytes() {
 #endif
 }
 
-template <typename Sample>
-void fillWithNoise(Block<Sample>& block, size_t frames) {
+void fillWithNoise(Block<float>& block) {
     std::minstd_rand random;  // the same noise at every run
     for (auto& bus : block.inputs)
-        for (Sample* channel : bus)
-            for (size_t frame = 0; frame < frames; ++frame)
-                channel[frame] = static_cast<Sample>(
+        for (float* channel : bus)
+            for (int frame = 0; frame < kBlock; ++frame)
+                channel[frame] = static_cast<float>(
                     kInputLevel * (2.0 * random() / std::minstd_rand::max() - 1.0));
 }
 
 // The duration of each counted block of each instance, in nanoseconds.
-template <typename Sample>
-Result<std::vector<double>> measure(std::vector<HostedPlugin::Ptr>& plugins,
-                                    const BenchOptions& options) {
-    std::vector<std::unique_ptr<BlockBuffers<Sample>>> buffers;
+std::vector<double> measure(std::vector<HostedPlugin::Ptr>& plugins, const BenchOptions& options) {
+    std::vector<std::unique_ptr<BlockBuffers<float>>> buffers;
     for (const auto& plugin : plugins) {
-        buffers.push_back(std::make_unique<BlockBuffers<Sample>>(*plugin, options.block));
-        buffers.back()->block.frames = options.block;
-        fillWithNoise(buffers.back()->block, static_cast<size_t>(options.block));
+        buffers.push_back(std::make_unique<BlockBuffers<float>>(*plugin, kBlock));
+        buffers.back()->block.frames = kBlock;
+        fillWithNoise(buffers.back()->block);
     }
     const auto blocksOf = [&](double seconds) {
-        return static_cast<int64_t>(std::ceil(seconds * options.rate / options.block));
+        return static_cast<int64_t>(std::ceil(seconds * options.rate / kBlock));
     };
     const int64_t warmUp = blocksOf(kWarmUpSeconds);
-    const int64_t counted = blocksOf(options.seconds);
     std::vector<double> durations;
-    durations.reserve(static_cast<size_t>(counted) * plugins.size());
+    durations.reserve(static_cast<size_t>(blocksOf(options.seconds)) * plugins.size());
 
     Transport transport;
     transport.tempoBpm = 120.0;
-    for (int64_t index = 0; index < warmUp + counted; ++index) {
-        transport.positionFrames = index * options.block;
+    for (int64_t index = 0; index < warmUp + blocksOf(options.seconds); ++index) {
+        transport.positionFrames = index * kBlock;
         transport.positionBeats =
             static_cast<double>(transport.positionFrames) / options.rate * 2.0;
         const auto context = makeContext(transport, options.rate);
@@ -79,7 +77,7 @@ Result<std::vector<double>> measure(std::vector<HostedPlugin::Ptr>& plugins,
             const auto start = Clock::now();
             const auto answer = plugins[instance]->process(block);
             const Nanoseconds taken = Clock::now() - start;
-            if (answer != Steinberg::kResultOk) return Error{"the plug-in failed on a block"};
+            if (answer != Steinberg::kResultOk) throw Failure{"the plug-in failed on a block"};
             if (index >= warmUp) durations.push_back(taken.count());
         }
     }
@@ -88,41 +86,33 @@ Result<std::vector<double>> measure(std::vector<HostedPlugin::Ptr>& plugins,
 
 }  // namespace
 
-Result<> bench(const PluginChoice& choice, const BenchOptions& options, bool plain) {
+void bench(const PluginChoice& choice, const BenchOptions& options, bool plain) {
     std::vector<HostedPlugin::Ptr> plugins;
-    Nanoseconds firstStart{};
+    std::vector<Nanoseconds> starts;
     const auto start = Clock::now();
     for (int instance = 0; instance < options.instances; ++instance) {
-        auto opened = openPlugin(choice);
-        if (!opened) return Error{opened.error()};
-        if (auto ready = prepareAsItIs(**opened, options.rate, options.block, options.bits); !ready)
-            return ready;
-        if (auto applied = applySettings(**opened, choice, options.bits); !applied)
-            return Error{applied.error()};
-        plugins.push_back(std::move(*opened));
-        if (instance == 0) firstStart = Clock::now() - start;
+        plugins.push_back(openPlugin(choice));
+        prepareAsItIs(*plugins.back(), options.rate, kBlock);
+        applySettings(*plugins.back(), choice);
+        starts.push_back(Clock::now() - start);
     }
-    const Nanoseconds allStarts = Clock::now() - start;
-    auto measured =
-        options.bits == 64 ? measure<double>(plugins, options) : measure<float>(plugins, options);
-    if (!measured) return Error{measured.error()};
-    std::vector<double>& durations = *measured;
+    auto durations = measure(plugins, options);
     std::ranges::sort(durations);
-    double total = 0.0;
-    for (const double duration : durations) total += duration;
-    const double frames = static_cast<double>(durations.size()) * options.block;
+    const double total = std::accumulate(durations.begin(), durations.end(), 0.0);
+    const double frames = static_cast<double>(durations.size()) * kBlock;
     const double seconds = total * 1e-9;
     const auto microseconds = [&](double share) {
         const auto rank = static_cast<size_t>(share * static_cast<double>(durations.size() - 1));
         return number(durations[rank] * 1e-3, 1) + " us";
     };
+    const auto milliseconds = [](Nanoseconds time) {
+        return number(time.count() * 1e-6, 3) + " ms";
+    };
 
     Report report(plain);
-    report.add(
-        {"plug-in", plugins[0]->description().name + " " + plugins[0]->description().version});
+    report.add({"plug-in", plugins[0]->name() + " " + plugins[0]->classInfo().version()});
     report.add({"set-up", std::to_string(options.instances) + " x " + number(options.rate, 0) +
-                              " Hz, blocks of " + std::to_string(options.block) + ", " +
-                              std::to_string(options.bits) + " bits"});
+                              " Hz, blocks of " + std::to_string(kBlock) + ", 32 bits"});
     report.add({"frames a second", number(frames / seconds, 0)});
     report.add(
         {"speed", number(frames / options.rate / seconds, 1) + " times real time, one instance"});
@@ -130,14 +120,10 @@ Result<> bench(const PluginChoice& choice, const BenchOptions& options, bool pla
     report.add({"median block", microseconds(0.5)});
     report.add({"99 % of blocks", "up to " + microseconds(0.99)});
     report.add({"longest block", microseconds(1.0)});
-    const auto milliseconds = [](Nanoseconds time) {
-        return number(time.count() * 1e-6, 3) + " ms";
-    };
-    report.add({"start-up, first", milliseconds(firstStart)});
-    report.add({"start-up, all", milliseconds(allStarts)});
+    report.add({"start-up, first", milliseconds(starts.front())});
+    report.add({"start-up, all", milliseconds(starts.back())});
     report.add({"peak memory", number(peakMegabytes(), 1) + " MB"});
     report.print(std::cout);
-    return {};
 }
 
 }  // namespace Quorvant::Hosting

@@ -1,4 +1,4 @@
-// The commands of corvane-host. Each prints its report and gives an error where it fails.
+// The commands of corvane-host. Each prints its report, or throws a Failure.
 #pragma once
 
 #include "tools/corvane-host/PluginChoice.h"
@@ -9,40 +9,36 @@
 
 namespace Quorvant::Hosting {
 
-Result<> render(const PluginChoice& choice, const RenderOptions& options, bool plain);
+void render(const PluginChoice& choice, const RenderOptions& options, bool plain);
 
 struct MeterOptions {
     double every = 0.1;  // seconds
     bool csv = false;
 };
 // What the plug-in reports while it renders the input; nothing is written.
-Result<> showMeters(const PluginChoice& choice, const RenderOptions& options,
-                    const MeterOptions& meters, bool plain);
+void showMeters(const PluginChoice& choice, const RenderOptions& options,
+                const MeterOptions& meters, bool plain);
 
 struct BenchOptions {
     double seconds = 10.0;  // of audio for each instance
     double rate = 48000.0;
-    int block = 512;
     int instances = 1;
-    int bits = 32;
 };
-Result<> bench(const PluginChoice& choice, const BenchOptions& options, bool plain);
+void bench(const PluginChoice& choice, const BenchOptions& options, bool plain);
 
-Result<> showInfo(const PluginChoice& choice, bool plain);
-Result<> listParameters(const PluginChoice& choice, bool plain);
-Result<> scanFolder(const std::string& folder, bool plain);
-Result<> saveStateCommand(const PluginChoice& choice, const std::string& path);
-Result<> loadStateCommand(const PluginChoice& choice, const std::string& path, bool plain);
-Result<> listPresets(const PluginChoice& choice, bool plain);
-Result<> showPreset(const PluginChoice& choice, const std::string& nameOrFile, bool plain);
+void showInfo(const PluginChoice& choice, bool plain);
+void listParameters(const PluginChoice& choice, bool plain);
+
+void listPresets(const PluginChoice& choice, bool plain);
+void showPreset(const PluginChoice& choice, const std::string& nameOrFile, bool plain);
 // The extension of `path` tells the kind. What the kind can't hold is told on standard error.
-Result<> exportPreset(const PluginChoice& choice, const std::string& nameOrFile,
-                      const std::string& path);
+void exportPreset(const PluginChoice& choice, const std::string& nameOrFile,
+                  const std::string& path);
 // Every preset of the plug-in as a .vstpreset; the folder is made where it is missing.
-Result<> exportAllPresets(const PluginChoice& choice, const std::string& folder);
+void exportAllPresets(const PluginChoice& choice, const std::string& folder);
 // Into the user's preset folder. Goes on after a file that fails.
-Result<> importPresets(const PluginChoice& choice, const std::vector<std::string>& files,
-                       bool replace, bool plain);
+void importPresets(const PluginChoice& choice, const std::vector<std::string>& files, bool replace,
+                   bool plain);
 
 struct EditorClick {
     double x, y;  // pixels at 100 %
@@ -54,8 +50,6 @@ struct EditorOptions {
 };
 // Shows the editor until its window is closed, or writes a picture of it as a PNG. The phrase plays
 // through the plug-in all the while, unheard.
-Result<> showEditor(const PluginChoice& choice, const EditorOptions& options);
-
-Result<> writePhrase(const std::string& path, const std::string& format);
+void showEditor(const PluginChoice& choice, const EditorOptions& options);
 
 }  // namespace Quorvant::Hosting

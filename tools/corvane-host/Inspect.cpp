@@ -1,7 +1,6 @@
-// The commands that only look: info, params, state.
+// The commands that only look: info, params, meters.
 #include "tools/corvane-host/Commands.h"
 #include "tools/corvane-host/Report.h"
-#include "tools/corvane-host/StateFile.h"
 #include "tools/hosting/Text.h"
 
 #include <iostream>
@@ -12,9 +11,9 @@ using namespace Steinberg::Vst;
 
 namespace {
 
-constexpr double kRate = 48000.0;
-constexpr int kBlock = 512;
 constexpr int kMostListedTexts = 8;
+constexpr int kTimeDecimals = 3;
+constexpr int kValueDecimals = 6;
 
 std::string flagNames(const Parameter& parameter) {
     static constexpr std::pair<Steinberg::int32, const char*> kNames[] = {
@@ -44,54 +43,20 @@ std::string valueTexts(const HostedPlugin& plugin, const Parameter& parameter) {
     return texts;
 }
 
-void addBuses(Report& report, const HostedPlugin& plugin, BusDirection direction) {
-    for (const Bus& bus : plugin.buses(direction))
-        report.add({direction == kInput ? "input" : "output", bus.name,
-                    std::to_string(bus.channels) + (bus.channels == 1 ? " channel" : " channels"),
-                    bus.main ? "main" : "auxiliary",
-                    bus.defaultActive ? "active by default" : "inactive by default"});
-}
-
-std::string tailText(const HostedPlugin& plugin) {
-    if (plugin.tail() == kInfiniteTail) return "endless";
-    return std::to_string(plugin.tail()) + " frames at " + number(kRate, 0) + " Hz";
-}
-
 }  // namespace
 
-Result<> showInfo(const PluginChoice& choice, bool plain) {
-    auto opened = openPlugin(choice);
-    if (!opened) return Error{opened.error()};
-    HostedPlugin& plugin = **opened;
-    auto classes = HostedPlugin::listClasses(plugin.path());
-    if (!classes) return Error{classes.error()};
-
-    Report about(plain);
-    about.add({"path", plugin.path()});
-    for (const ClassDescription& one : *classes)
-        about.add({"class", one.name, one.category, one.subCategories, one.vendor, one.version,
-                   one.sdkVersion, one.id});
-    addBuses(about, plugin, kInput);
-    addBuses(about, plugin, kOutput);
-    about.add({"samples", std::string(plugin.canProcess(false) ? "32 bits" : "") +
-                              (plugin.canProcess(true) ? " 64 bits" : "")});
-    if (auto prepared = prepareAsItIs(plugin, kRate, kBlock, 32); !prepared) return prepared;
-    about.add({"latency", std::to_string(plugin.latency()) + " frames"});
-    about.add({"tail", tailText(plugin)});
-    about.print(std::cout);
-
-    Report parameters(plain);
-    for (const Parameter& parameter : plugin.parameters())
-        parameters.add({"parameter", std::to_string(parameter.id), parameter.title,
-                        shownValue(plugin, parameter, parameter.defaultNormalised)});
-    parameters.print(std::cout);
-    return {};
+void showInfo(const PluginChoice& choice, bool plain) {
+    const auto opened = openPlugin(choice);
+    Report report(plain);
+    for (const auto& info : opened->moduleClasses())
+        report.add({"class", info.name(), info.category(), info.subCategoriesString(),
+                    info.vendor(), info.version(), info.sdkVersion(), info.ID().toString()});
+    report.print(std::cout);
 }
 
-Result<> listParameters(const PluginChoice& choice, bool plain) {
-    auto opened = openPlugin(choice);
-    if (!opened) return Error{opened.error()};
-    const HostedPlugin& plugin = **opened;
+void listParameters(const PluginChoice& choice, bool plain) {
+    const auto opened = openPlugin(choice);
+    const HostedPlugin& plugin = *opened;
     Report report(plain);
     report.heading({"id", "title", "short", "units", "steps", "default", "flags", "values"});
     for (const Parameter& parameter : plugin.parameters())
@@ -100,28 +65,26 @@ Result<> listParameters(const PluginChoice& choice, bool plain) {
                     plugin.textOf(parameter, parameter.defaultNormalised), flagNames(parameter),
                     valueTexts(plugin, parameter)});
     report.print(std::cout);
-    return {};
 }
 
-Result<> saveStateCommand(const PluginChoice& choice, const std::string& path) {
-    auto opened = openPlugin(choice);
-    if (!opened) return Error{opened.error()};
-    if (auto prepared = prepareAsItIs(**opened, kRate, kBlock, 32); !prepared) return prepared;
-    if (auto applied = applySettings(**opened, choice, 32); !applied) return Error{applied.error()};
-    return saveState(**opened, path);
-}
-
-Result<> loadStateCommand(const PluginChoice& choice, const std::string& path, bool plain) {
-    auto opened = openPlugin(choice);
-    if (!opened) return Error{opened.error()};
-    HostedPlugin& plugin = **opened;
-    if (auto loaded = loadState(plugin, path); !loaded) return Error{loaded.error()};
-    Report report(plain);
-    for (const Parameter& parameter : plugin.parameters())
-        report.add({std::to_string(parameter.id), parameter.title,
-                    shownValue(plugin, parameter, plugin.controllerValue(parameter.id))});
+void showMeters(const PluginChoice& choice, const RenderOptions& options,
+                const MeterOptions& meters, bool plain) {
+    Readings readings(meters.every);
+    const auto done = runRender(choice, options, readings);
+    if (readings.columns.empty())
+        throw Failure{inQuotes(done.plugin->name()) + " reports no readings"};
+    Report report = meters.csv ? Report(Report::Style::Csv) : Report(plain);
+    Report::Row titles = {"seconds"};
+    for (const auto& column : readings.columns) titles.push_back(column.title);
+    report.heading(titles);
+    for (const auto& row : readings.rows) {
+        Report::Row line = {number(row.seconds, kTimeDecimals)};
+        for (const auto& value : row.values)
+            line.push_back(value ? number(*value, kValueDecimals) : std::string());
+        line.resize(titles.size());
+        report.add(std::move(line));
+    }
     report.print(std::cout);
-    return {};
 }
 
 }  // namespace Quorvant::Hosting

@@ -1,5 +1,7 @@
 #include "tools/corvane-host/PartialFile.h"
 
+#include "tools/hosting/Text.h"
+
 #include <atomic>
 #include <csignal>
 #include <cstdio>
@@ -49,13 +51,19 @@ PartialFile::~PartialFile() {
     if (!temporary.empty()) std::remove(temporary.c_str());
 }
 
-Result<> PartialFile::keep() {
+void PartialFile::keep() {
     std::error_code failure;
     std::filesystem::rename(temporary, path, failure);
-    if (failure) return Error{"cannot write '" + path + "': " + failure.message()};
+    if (failure) throw Failure{"cannot write " + inQuotes(path) + ": " + failure.message()};
     isUnfinished = false;
     temporary.clear();
-    return {};
+}
+
+void checkFolder(const std::string& path) {
+    const auto folder = std::filesystem::path(path).parent_path();
+    std::error_code failure;
+    if (folder.empty() || std::filesystem::is_directory(folder, failure)) return;
+    throw Failure{"there is no folder " + inQuotes(folder.string())};
 }
 
 void tidyUpOnSignals() {

@@ -18,11 +18,14 @@ class PartialFile {
 
     const std::string& temporaryPath() const { return temporary; }
     // Gives the file its name, in place of a former one. Close it first.
-    Result<> keep();
+    void keep();
 
   private:
     std::string path, temporary;
 };
+
+// An error where there is no folder to put the file into.
+void checkFolder(const std::string& path);
 
 // Ends the process with status 1 and one sentence when a plug-in crashes, and tidies up then and
 // on interruption. Call once, first.

@@ -1,9 +1,6 @@
 // Plucked strings over a ticking drum.
 #include "tools/corvane-host/Phrase.h"
 
-#include "tools/corvane-host/AudioFile.h"
-#include "tools/corvane-host/Commands.h"
-
 #include <cmath>
 #include <numbers>
 #include <random>
@@ -28,15 +25,15 @@ constexpr Note kNotes[] = {{0.0, 0, 0.5},  {0.5, 7, 0.35},  {1.0, 12, 0.65}, {1.
                            {5.0, 12, 0.7}, {6.0, 15, 0.55}, {7.0, 3, 0.5},   {8.0, 7, 0.5}};
 constexpr double kTicks[] = {1.0, 3.0, 3.75, 5.0, 7.0, 7.5};
 
+// Interleaved stereo.
 class Mix {
   public:
-    Mix() : samples(static_cast<size_t>(kSeconds * kRate) * 2) {}
     void add(size_t frame, double value, double pan) {
         if (2 * frame + 1 >= samples.size()) return;
         samples[2 * frame] += value * std::cos(pan * std::numbers::pi / 2.0);
         samples[2 * frame + 1] += value * std::sin(pan * std::numbers::pi / 2.0);
     }
-    std::vector<double> samples;  // interleaved stereo
+    std::vector<double> samples = std::vector<double>(static_cast<size_t>(kSeconds * kRate) * 2);
 };
 
 size_t frameOf(double beat) {
@@ -74,22 +71,12 @@ void tick(Mix& mix, double beat, std::minstd_rand& random) {
 
 }  // namespace
 
-std::vector<double> phrase() {
+Audio phrase() {
     Mix mix;
     std::minstd_rand random;
     for (const Note& note : kNotes) pluck(mix, note, random);
     for (const double beat : kTicks) tick(mix, beat, random);
-    return mix.samples;
-}
-
-Result<> writePhrase(const std::string& path, const std::string& formatName) {
-    auto format = chooseFormat(formatName, path);
-    if (!format) return Error{format.error()};
-    const auto samples = phrase();
-    auto writer = createAudioFile(path, *format, kRate, 2);
-    if (!writer) return Error{writer.error()};
-    if (auto done = (*writer)->write(samples.data(), samples.size() / 2); !done) return done;
-    return (*writer)->finish();
+    return {2, kRate, {mix.samples.begin(), mix.samples.end()}};
 }
 
 }  // namespace Quorvant::Hosting

@@ -1,14 +1,14 @@
 // A short piece of music to hear effects with.
 #pragma once
 
-#include <vector>
+#include "tools/corvane-host/AudioFile.h"
 
 namespace Quorvant::Hosting {
 
 inline constexpr int kPhraseRate = 44100;      // Hz
 inline constexpr double kPhraseTempo = 120.0;  // BPM
 
-// Six seconds, interleaved stereo, the same at every call.
-std::vector<double> phrase();
+// Six seconds, stereo, the same at every call.
+Audio phrase();
 
 }  // namespace Quorvant::Hosting

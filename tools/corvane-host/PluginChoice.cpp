@@ -1,15 +1,10 @@
 #include "tools/corvane-host/PluginChoice.h"
 
 #include "tools/corvane-host/BlockBuffers.h"
-#include "tools/corvane-host/Nearest.h"
 #include "tools/corvane-host/PresetChoice.h"
 #include "tools/corvane-host/Report.h"
-#include "tools/corvane-host/StateFile.h"
 #include "tools/hosting/Text.h"
 
-#include "public.sdk/source/vst/hosting/module.h"
-
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -29,7 +24,7 @@ constexpr const char* kSystemFolder = "windows";
 constexpr const char* kSystemFolder = "linux";
 #endif
 
-constexpr const char* kBundleName = "Corvane QVX77x.vst3";
+constexpr const char* kOwnName = "Corvane QVX77x";
 
 fs::path programFolder() {
 #ifdef _WIN32
@@ -42,38 +37,22 @@ fs::path programFolder() {
 #endif
 }
 
-std::string bundleIn(const fs::path& folder) {
-    std::error_code failure;
-    std::vector<std::string> found;
-    for (const auto& entry : fs::directory_iterator(folder, failure))
-        if (entry.path().extension() == ".vst3") found.push_back(entry.path().string());
-    return found.empty() ? std::string() : *std::ranges::min_element(found);
-}
-
-// Beside the program, or in the delivered folders next to it or above it.
-std::string deliveredBundle() {
-    fs::path folder = programFolder();
-    for (int level = 0; level < 6 && !folder.empty(); ++level) {
-        for (const fs::path& place :
-             {folder, folder / kSystemFolder, folder / "dist" / kSystemFolder})
-            if (auto bundle = bundleIn(place); !bundle.empty()) return bundle;
-        if (folder == folder.root_path()) break;
-        folder = folder.parent_path();
-    }
-    return {};
-}
-
-// Where hosts look for plug-ins.
-std::string installedBundle() {
+// Where hosts look for plug-ins; empty where there is none of that name.
+std::string installed(const std::string& name) {
     for (const std::string& path : VST3::Hosting::Module::getModulePaths())
-        if (fs::path(path).filename() == kBundleName) return path;
+        if (sameText(fs::path(path).stem().string(), name)) return path;
     return {};
 }
 
-std::string nearestTitles(const HostedPlugin& plugin, const std::string& name) {
-    std::vector<std::string> titles;
-    for (const Parameter& parameter : plugin.parameters()) titles.push_back(parameter.title);
-    return nearestNames(titles, name);
+// Our own, in the folder that was unpacked or built, else as it is installed.
+std::string ownPlugin() {
+    const fs::path above = programFolder().parent_path();
+    std::error_code failure;
+    for (const fs::path& folder : {above, above / kSystemFolder}) {
+        const fs::path bundle = folder / (std::string(kOwnName) + ".vst3");
+        if (fs::exists(bundle, failure)) return bundle.string();
+    }
+    return installed(kOwnName);
 }
 
 template <typename Sample>
@@ -86,79 +65,67 @@ Steinberg::tresult deliverIn(HostedPlugin& plugin, std::vector<ParameterPoint> p
 
 }  // namespace
 
-Result<HostedPlugin::Ptr> openPlugin(const PluginChoice& choice) {
-    std::string bundle = choice.bundle.empty() ? deliveredBundle() : choice.bundle;
-    if (bundle.empty()) bundle = installedBundle();
-    if (bundle.empty())
-        return Error{
+HostedPlugin::Ptr openPlugin(const PluginChoice& choice) {
+    std::error_code failure;
+    std::string path = choice.plugin.empty() ? ownPlugin() : choice.plugin;
+    if (path.empty())
+        throw Failure{
             "there is no plug-in beside this program, nor an installed one; name one with "
             "--plugin"};
-    auto plugin = HostedPlugin::load(bundle, choice.className);
-    if (plugin && (*plugin)->controller() == nullptr)
-        return Error{"'" + bundle + "' has no controller, so its parameters have no names"};
-    return plugin;
+    if (!fs::exists(path, failure))
+        if (const std::string found = installed(path); !found.empty()) path = found;
+    return orThrow(HostedPlugin::load(path));
 }
 
-Result<> prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames, int bits) {
+void prepareAsItIs(HostedPlugin& plugin, double rate, int maxFrames) {
     using namespace Steinberg::Vst;
     HostSetup setup;
     setup.sampleRate = rate;
     setup.maxFrames = maxFrames;
-    setup.doublePrecision = bits == 64;
     setup.mainInputs = plugin.buses(kInput).empty() ? 0 : plugin.buses(kInput)[0].channels;
     setup.mainOutputs = plugin.buses(kOutput).empty() ? 0 : plugin.buses(kOutput)[0].channels;
-    return plugin.prepare(setup);
+    orThrow(plugin.prepare(setup));
 }
 
-Result<ParameterPoint> resolveSetting(const HostedPlugin& plugin, const std::string& name,
-                                      const std::string& text) {
+ParameterPoint resolveSetting(const HostedPlugin& plugin, const std::string& name,
+                              const std::string& text) {
     const Parameter* parameter = plugin.findParameter(name);
     if (parameter == nullptr)
-        return Error{"there is no parameter '" + name + "', the nearest are " +
-                     nearestTitles(plugin, name)};
+        throw Failure{"there is no parameter " + inQuotes(name) +
+                      ", 'corvane-host params' lists all that there are"};
     if (parameter->has(Steinberg::Vst::ParameterInfo::kIsReadOnly))
-        return Error{"the parameter '" + parameter->title + "' is read-only"};
+        throw Failure{"the parameter " + inQuotes(parameter->title) + " is read-only"};
     if (text.starts_with('@')) {
         char* end = nullptr;
         const double value = std::strtod(text.c_str() + 1, &end);
         if (end == text.c_str() + 1 || *end != '\0' || !(value >= 0.0 && value <= 1.0))
-            return Error{"'" + text + "' is no normalised value, they go from @0 to @1"};
-        return ParameterPoint{parameter->id, 0, value};
+            throw Failure{inQuotes(text) + " is no normalised value, they go from @0 to @1"};
+        return {parameter->id, 0, value};
     }
-    auto value = plugin.valueOf(*parameter, text);
-    if (!value) return Error{value.error()};
-    return ParameterPoint{parameter->id, 0, *value};
+    return {parameter->id, 0, orThrow(plugin.valueOf(*parameter, text))};
 }
 
-Result<> deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points, int bits) {
-    const auto answer = bits == 64 ? deliverIn<double>(plugin, std::move(points))
-                                   : deliverIn<float>(plugin, std::move(points));
+void deliver(HostedPlugin& plugin, std::vector<ParameterPoint> points) {
+    const auto answer = plugin.isDoublePrecision() ? deliverIn<double>(plugin, std::move(points))
+                                                   : deliverIn<float>(plugin, std::move(points));
     if (answer != Steinberg::kResultOk)
-        return Error{inQuotes(plugin.description().name) + " failed to process a block"};
-    return {};
+        throw Failure{inQuotes(plugin.name()) + " failed to process a block"};
 }
 
-Result<std::vector<ParameterPoint>> applySettings(HostedPlugin& plugin, const PluginChoice& choice,
-                                                  int bits) {
-    if (!choice.stateFile.empty())
-        if (auto loaded = loadState(plugin, choice.stateFile); !loaded)
-            return Error{loaded.error()};
-    if (!choice.preset.empty())
-        if (auto applied = applyPreset(plugin, choice.preset, bits); !applied)
-            return Error{applied.error()};
+std::vector<ParameterPoint> applySettings(HostedPlugin& plugin, const PluginChoice& choice) {
+    if (!choice.preset.empty()) applyPreset(plugin, choice.preset);
     std::vector<ParameterPoint> points;
     for (const std::string& setting : choice.settings) {
         const size_t equals = setting.find('=');
         auto point = resolveSetting(plugin, setting.substr(0, equals), setting.substr(equals + 1));
-        if (!point) return Error{point.error()};
-        points.push_back(*point);
-        plugin.setParameter(point->id, point->value);
+        points.push_back(point);
+        plugin.setParameter(point.id, point.value);
     }
-    if (auto delivered = deliver(plugin, {}, bits); !delivered) return Error{delivered.error()};
+    deliver(plugin, {});
     plugin.setProcessing(false);
     plugin.setActive(false);
     if (plugin.setActive(true) != Steinberg::kResultOk)
-        return Error{"'" + plugin.description().name + "' refused to start again"};
+        throw Failure{inQuotes(plugin.name()) + " refused to start again"};
     plugin.setProcessing(true);
     return points;
 }

@@ -1,17 +1,36 @@
 #include "tools/corvane-host/PresetChoice.h"
 
-#include "tools/corvane-host/Nearest.h"
 #include "tools/corvane-host/PluginChoice.h"
-#include "tools/corvane-host/Programs.h"
 #include "tools/hosting/Text.h"
 
+#include "pluginterfaces/vst/ivstunits.h"
+#include "pluginterfaces/vst/vstpresetkeys.h"
+
+#include <algorithm>
 #include <filesystem>
 
 namespace Quorvant::Hosting {
 
+using namespace Steinberg;
+using namespace Steinberg::Vst;
 namespace fs = std::filesystem;
 
 namespace {
+
+// The list that the parameter of a unit chooses from; without programs where there is none.
+ProgramListInfo listOf(IUnitInfo& units, UnitID unit) {
+    ProgramListID wanted = kNoProgramListId;
+    for (int32 index = 0; index < units.getUnitCount(); ++index) {
+        UnitInfo info{};
+        if (units.getUnitInfo(index, info) == kResultOk && info.id == unit)
+            wanted = info.programListId;
+    }
+    for (int32 index = 0; index < units.getProgramListCount(); ++index) {
+        ProgramListInfo info{};
+        if (units.getProgramListInfo(index, info) == kResultOk && info.id == wanted) return info;
+    }
+    return {};
+}
 
 bool looksLikeFile(const std::string& text) {
     const std::string extension = fs::path(text).extension().string();
@@ -20,58 +39,65 @@ bool looksLikeFile(const std::string& text) {
            fs::is_regular_file(text, failure);
 }
 
-const Program* findProgram(const std::vector<Program>& programs, const std::string& wanted) {
-    for (const Program& program : programs)
-        if (sameText(program.name, wanted)) return &program;
-    for (size_t number = 0; number < programs.size(); ++number)
-        if (std::to_string(number) == wanted) return &programs[number];
-    return nullptr;
-}
-
-Error unknownProgram(const HostedPlugin& plugin, const std::vector<Program>& programs,
-                     const std::string& wanted) {
-    if (programs.empty())
-        return {inQuotes(plugin.description().name) + " offers no presets, and there is no file " +
-                inQuotes(wanted)};
-    std::vector<std::string> names;
-    for (const Program& program : programs) names.push_back(program.name);
-    return {"there is no preset and no file " + inQuotes(wanted) + ", the nearest presets are " +
-            nearestNames(names, wanted)};
-}
-
 }  // namespace
 
-Result<AppliedPreset> applyPresetFile(HostedPlugin& plugin, const std::string& file, int bits,
-                                      RecordPart part) {
-    if (isPresetContainer(file)) {
-        auto notes = loadState(plugin, file);
-        if (!notes) return Error{notes.error()};
-        if (notes->name.empty()) notes->name = fs::path(file).stem().string();
-        if (auto done = deliver(plugin, {}, bits); !done) return Error{done.error()};
-        return AppliedPreset{PresetKind::State, *notes, std::nullopt};
+std::vector<Program> listPrograms(const HostedPlugin& plugin) {
+    std::vector<Program> programs;
+    const FUnknownPtr<IUnitInfo> units(plugin.controller());
+    for (const Parameter& parameter : plugin.parameters()) {
+        if (!units || !parameter.has(ParameterInfo::kIsProgramChange)) continue;
+        const auto list = listOf(*units, parameter.unit);
+        for (int32 number = 0; number < list.programCount; ++number) {
+            String128 name{}, category{};
+            units->getProgramName(list.id, number, name);
+            units->getProgramInfo(list.id, number, PresetAttributes::kStyle, category);
+            const int32 last = std::max(list.programCount - 1, 1);
+            programs.push_back({fromWide(name), fromWide(category), parameter.id,
+                                static_cast<double>(number) / last});
+        }
     }
-    auto preset = readProductPreset(file, shownRecord(plugin));
-    if (!preset) return Error{preset.error()};
-    if (auto known = checkIsProduct(plugin, file); !known) return Error{known.error()};
-    setRecord(plugin, preset->record, part);
-    if (auto done = deliver(plugin, {}, bits); !done) return Error{done.error()};
-    // The controller's state would tell of the preset that was chosen before.
-    return AppliedPreset{
-        PresetKind::ProductFile, {std::string(presetName(preset->record)), {}, false}, *preset};
+    return programs;
 }
 
-Result<AppliedPreset> applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, int bits,
-                                  RecordPart part) {
-    const auto programs = listPrograms(plugin);
-    const Program* program = findProgram(programs, nameOrFile);
-    if (program == nullptr) {
-        if (looksLikeFile(nameOrFile)) return applyPresetFile(plugin, nameOrFile, bits, part);
-        return unknownProgram(plugin, programs, nameOrFile);
+void chooseProgram(HostedPlugin& plugin, const Program& program) {
+    auto& edits = plugin.editLog().edits;
+    const size_t before = edits.size();
+    std::vector<ParameterPoint> points = {{program.parameter, 0, program.value}};
+    plugin.controller()->setParamNormalized(program.parameter, program.value);
+    for (size_t index = before; index < edits.size(); ++index)
+        points.push_back({edits[index].id, 0, edits[index].value});
+    deliver(plugin, std::move(points));
+}
+
+AppliedPreset applyPresetFile(HostedPlugin& plugin, const std::string& file, RecordPart part) {
+    if (isVstPreset(file)) {
+        auto notes = loadVstPreset(plugin, file);
+        if (notes.name.empty()) notes.name = fs::path(file).stem().string();
+        deliver(plugin, {});
+        return {notes, true, std::nullopt};
     }
-    if (auto done = deliver(plugin, chooseProgram(plugin, *program), bits); !done)
-        return Error{done.error()};
-    return AppliedPreset{
-        PresetKind::Program, {program->name, program->category, true}, std::nullopt};
+    auto preset = readProductPreset(file, shownRecord(plugin));
+    checkIsProduct(plugin, file);
+    setRecord(plugin, preset.record, part);
+    deliver(plugin, {});
+    // The controller's state would tell of the preset that was chosen before.
+    return {{std::string(presetName(preset.record)), {}, false}, false, preset};
+}
+
+AppliedPreset applyPreset(HostedPlugin& plugin, const std::string& nameOrFile, RecordPart part) {
+    const auto programs = listPrograms(plugin);
+    const Program* chosen = nullptr;
+    for (size_t number = 0; number < programs.size(); ++number)
+        if (sameText(programs[number].name, nameOrFile) ||
+            (chosen == nullptr && std::to_string(number) == nameOrFile))
+            chosen = &programs[number];
+    if (chosen == nullptr) {
+        if (looksLikeFile(nameOrFile)) return applyPresetFile(plugin, nameOrFile, part);
+        throw Failure{"there is no preset and no file " + inQuotes(nameOrFile) +
+                      ", 'corvane-host presets list' shows the presets"};
+    }
+    chooseProgram(plugin, *chosen);
+    return {{chosen->name, chosen->category, true}, false, std::nullopt};
 }
 
 }  // namespace Quorvant::Hosting

@@ -1,6 +1,8 @@
 #include "tools/corvane-host/Readings.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 #include <string_view>
 
 namespace Quorvant::Hosting {
@@ -28,8 +30,15 @@ size_t Readings::columnOf(const HostedPlugin& plugin, ParamID id) {
     return static_cast<size_t>(known - columns.begin());
 }
 
+int64_t Readings::nextEnd(int64_t position, double rate) const {
+    if (interval <= 0.0) return std::numeric_limits<int64_t>::max();
+    const double ends = std::floor(static_cast<double>(position) / rate / interval + 1e-6);
+    return std::max<int64_t>(std::llround((ends + 1.0) * interval * rate), position + 1);
+}
+
 void Readings::take(const HostedPlugin& plugin, double seconds) {
     constexpr double kRounding = 1e-6;  // of a frame's time, at most
+    if (interval <= 0.0) return;
     if (rowIsWhole) {
         rows.push_back({seconds, {}});
         // Readings that aren't peaks hold until they change.

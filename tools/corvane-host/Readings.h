@@ -22,9 +22,11 @@ class Readings {
         std::vector<std::optional<double>> values;
     };
 
-    // `every` is the length of an interval in seconds.
-    explicit Readings(double every) : interval(every) {}
+    // `seconds` is the length of an interval; 0: nothing is taken.
+    explicit Readings(double seconds) : interval(seconds) {}
 
+    // The first frame after `position` at which an interval ends.
+    int64_t nextEnd(int64_t position, double rate) const;
     // Takes what the plug-in reported of the block that ends at `seconds`.
     void take(const HostedPlugin& plugin, double seconds);
 

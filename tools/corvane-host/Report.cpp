@@ -20,6 +20,13 @@ std::string oneField(std::string text) {
     return text;
 }
 
+std::string inCsv(const std::string& text) {
+    if (text.find_first_of(",\"") == std::string::npos) return text;
+    std::string field;
+    for (const char c : text) field.append(c == '"' ? 2 : 1, c);
+    return '"' + field + '"';
+}
+
 }  // namespace
 
 std::string number(double value, int decimals) {
@@ -38,12 +45,12 @@ void Report::print(std::ostream& out) const {
     for (const Row& row : rows) {
         for (size_t column = 0; column < row.size(); ++column) {
             const std::string field = oneField(row[column]);
-            out << field;
-            if (column + 1 == row.size()) break;
-            if (plain)
-                out << '\t';
-            else
+            const bool last = column + 1 == row.size();
+            out << (style == Style::Csv ? inCsv(field) : field);
+            if (style == Style::Columns && !last)
                 out << std::string(widths[column] - widthOf(field) + 2, ' ');
+            else if (!last)
+                out << (style == Style::Csv ? ',' : '\t');
         }
         out << '\n';
     }

@@ -1,4 +1,4 @@
-// What commands print: rows of fields, aligned for people or separated by tabs for scripts.
+// What commands print: rows of fields, for people or for scripts.
 #pragma once
 
 #include <ostream>
@@ -12,17 +12,22 @@ std::string number(double value, int decimals);
 class Report {
   public:
     using Row = std::vector<std::string>;
-    explicit Report(bool plainRows) : plain(plainRows) {}
+    enum class Style {
+        Columns,  // aligned, for people
+        Tabs,     // without a heading
+        Csv,
+    };
+    explicit Report(Style wanted) : style(wanted) {}
+    explicit Report(bool plain) : Report(plain ? Style::Tabs : Style::Columns) {}
 
-    // Only people get it.
     void heading(Row row) {
-        if (!plain) rows.push_back(std::move(row));
+        if (style != Style::Tabs) rows.push_back(std::move(row));
     }
     void add(Row row) { rows.push_back(std::move(row)); }
     void print(std::ostream& out) const;
 
   private:
-    bool plain;
+    Style style;
     std::vector<Row> rows;
 };
 

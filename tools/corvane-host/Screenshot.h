@@ -7,11 +7,11 @@
 
 namespace Quorvant::Hosting {
 
-// From now on windows of this process open on a display of its own, which ends with the process.
-// Windows has no such displays and needs none: there nothing happens.
-Result<> openPrivateDisplay();
+// From now on windows of this process open on a display of its own, which ends with the last of
+// them. Windows has no such displays and needs none: there nothing happens.
+void openPrivateDisplay();
 
 // As a PNG that appears at its path only when it is complete.
-Result<> writePng(const Pixels& pixels, const std::string& path);
+void writePng(const Pixels& pixels, const std::string& path);
 
 }  // namespace Quorvant::Hosting

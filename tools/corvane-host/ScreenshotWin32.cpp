@@ -1,63 +1,48 @@
 #include "tools/corvane-host/PartialFile.h"
 #include "tools/corvane-host/Screenshot.h"
+#include "tools/hosting/Text.h"
 
 #include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
-// Needs the types of windows.h.
-#include <wincodec.h>
+// Both need what stands above.
+#include <objidl.h>
+
+namespace Gdiplus {
+using std::max;
+using std::min;
+}  // namespace Gdiplus
+#include <gdiplus.h>
 
 namespace Quorvant::Hosting {
 
 namespace {
 
-template <typename Interface>
-struct Com {
-    ~Com() {
-        if (object != nullptr) object->Release();
-    }
-    Interface* operator->() const { return object; }
-    Interface* object = nullptr;
-};
+constexpr CLSID kPngEncoder = {
+    0x557cf406, 0x1a04, 0x11d3, {0x9a, 0x73, 0x00, 0x00, 0xf8, 0x1e, 0xf3, 0x2e}};
 
 bool encode(const Pixels& pixels, const std::filesystem::path& path) {
-    Com<IWICImagingFactory> factory;
-    Com<IWICStream> stream;
-    Com<IWICBitmapEncoder> encoder;
-    Com<IWICBitmapFrameEncode> frame;
-    WICPixelFormatGUID format = GUID_WICPixelFormat32bppBGR;
-    const auto width = static_cast<UINT>(pixels.width), height = static_cast<UINT>(pixels.height);
-    Com<IWICBitmap> bitmap;
     auto* bytes = reinterpret_cast<BYTE*>(const_cast<uint32_t*>(pixels.values.data()));
-    const auto ok = [](HRESULT result) { return SUCCEEDED(result); };
-    return ok(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER,
-                               IID_IWICImagingFactory,
-                               reinterpret_cast<void**>(&factory.object))) &&
-           ok(factory->CreateStream(&stream.object)) &&
-           ok(stream->InitializeFromFilename(path.c_str(), GENERIC_WRITE)) &&
-           ok(factory->CreateEncoder(GUID_ContainerFormatPng, nullptr, &encoder.object)) &&
-           ok(encoder->Initialize(stream.object, WICBitmapEncoderNoCache)) &&
-           ok(encoder->CreateNewFrame(&frame.object, nullptr)) && ok(frame->Initialize(nullptr)) &&
-           ok(frame->SetSize(width, height)) &&
-           ok(factory->CreateBitmapFromMemory(width, height, format, width * 4, width * height * 4,
-                                              bytes, &bitmap.object)) &&
-           ok(frame->WriteSource(bitmap.object, nullptr)) && ok(frame->Commit()) &&
-           ok(encoder->Commit());
+    Gdiplus::Bitmap bitmap(pixels.width, pixels.height, pixels.width * 4, PixelFormat32bppRGB,
+                           bytes);
+    return bitmap.Save(path.c_str(), &kPngEncoder, nullptr) == Gdiplus::Ok;
 }
 
 }  // namespace
 
-Result<> openPrivateDisplay() {
-    return {};
-}
+void openPrivateDisplay() {}
 
-Result<> writePng(const Pixels& pixels, const std::string& path) {
+void writePng(const Pixels& pixels, const std::string& path) {
     PartialFile file(path);
-    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    ULONG_PTR library = 0;
+    const Gdiplus::GdiplusStartupInput input;
+    if (Gdiplus::GdiplusStartup(&library, &input, nullptr) != Gdiplus::Ok)
+        throw Failure{"this system draws no pictures"};
     const bool written = encode(pixels, std::filesystem::path(file.temporaryPath()));
-    CoUninitialize();
-    if (!written) return Error{"'" + path + "' can't be written"};
-    return file.keep();
+    Gdiplus::GdiplusShutdown(library);
+    if (!written) throw Failure{inQuotes(path) + " can't be written"};
+    file.keep();
 }
 
 }  // namespace Quorvant::Hosting

@@ -1,5 +1,7 @@
 #include "tools/hosting/EditorWindow.h"
 
+#include "tools/hosting/Text.h"
+
 namespace Quorvant::Hosting {
 
 using namespace Steinberg;
@@ -20,6 +22,20 @@ ViewRect sizeOf(IPlugView& view) {
 
 EditorWindow::~EditorWindow() {
     close();
+}
+
+Result<> EditorWindow::show(HostedPlugin& plugin, FIDString platform, IPlugFrame* frame) {
+    const std::string name = inQuotes(plugin.name());
+    plugView = owned(plugin.controller()->createView(Vst::ViewType::kEditor));
+    if (!plugView) return Error{name + " has no editor"};
+    if (plugView->isPlatformTypeSupported(platform) != kResultTrue)
+        return Error{"the editor of " + name + " knows no windows of this system"};
+    void* const parent = makeWindow(plugin.name());
+    if (parent == nullptr) return Error{"there is no display to open it on"};
+    plugView->setFrame(frame);
+    attached = plugView->attached(parent, platform) == kResultOk;
+    if (!attached) return Error{"the editor of " + name + " refused to open"};
+    return {};
 }
 
 void EditorWindow::close() {

@@ -66,6 +66,11 @@ class EditorWindow {
   protected:
     EditorWindow() = default;
 
+    // Opens the window, and the plug-in's view in it.
+    Result<> show(HostedPlugin& plugin, Steinberg::FIDString platform,
+                  Steinberg::IPlugFrame* frame);
+    // The native window of the view's size; null where there is no display.
+    virtual void* makeWindow(const std::string& title) = 0;
     // Answers the plug-in's wish for another size.
     Steinberg::tresult resizeTo(const Steinberg::ViewRect& size);
     // Gives the view the size that the user has dragged the window to.

@@ -1,6 +1,6 @@
 #include "tools/hosting/EditorWindow.h"
 
-#include "base/source/fobject.h"
+#include "pluginterfaces/base/funknownimpl.h"
 #include "pluginterfaces/base/keycodes.h"
 #include <windows.h>
 // Needs the types of windows.h.
@@ -19,27 +19,14 @@ constexpr wchar_t kClassName[] = L"CorvaneHostEditor";
 
 constexpr int kPlaces = 3, kStep = 400;  // pixels
 
-class Frame final : public FObject, public IPlugFrame {
+class Frame final : public U::Implements<U::Directly<IPlugFrame>> {
   public:
     std::function<tresult(const ViewRect&)> onResize;
 
     tresult PLUGIN_API resizeView(IPlugView*, ViewRect* size) override {
         return size != nullptr && onResize ? onResize(*size) : kInvalidArgument;
     }
-
-    DELEGATE_REFCOUNT(FObject)
-    DEFINE_INTERFACES
-    DEF_INTERFACE(IPlugFrame)
-    END_DEFINE_INTERFACES(FObject)
 };
-
-std::wstring wide(const std::string& utf8) {
-    const int length = static_cast<int>(utf8.size());
-    std::wstring result(utf8.size(), L'\0');
-    result.resize(static_cast<size_t>(
-        MultiByteToWideChar(CP_UTF8, 0, utf8.data(), length, result.data(), length)));
-    return result;
-}
 
 bool underWine() {
     const HMODULE system = GetModuleHandleW(L"ntdll.dll");
@@ -54,17 +41,9 @@ class Window final : public EditorWindow {
         if (window != nullptr) DestroyWindow(window);
     }
 
-    Result<> show(HostedPlugin& plugin) {
-        const std::string name = "'" + plugin.description().name + "'";
-        plugView = owned(plugin.controller()->createView(Vst::ViewType::kEditor));
-        if (!plugView) return Error{name + " has no editor"};
-        if (plugView->isPlatformTypeSupported(kPlatformTypeHWND) != kResultTrue)
-            return Error{"the editor of " + name + " knows no windows of this system"};
-        if (!make(plugin.description().name)) return Error{"there is no display to open it on"};
+    Result<> open(HostedPlugin& plugin) {
         frame->onResize = [this](const ViewRect& size) { return resizeTo(size); };
-        plugView->setFrame(frame);
-        attached = plugView->attached(window, kPlatformTypeHWND) == kResultOk;
-        if (!attached) return Error{"the editor of " + name + " refused to open"};
+        if (auto shown = show(plugin, kPlatformTypeHWND, frame); !shown) return shown;
         inner = GetWindow(window, GW_CHILD);
         if (underWine() && inner != nullptr) standAlone();
         ShowWindow(window, underWine() ? SW_SHOWNOACTIVATE : SW_SHOWNORMAL);
@@ -145,7 +124,7 @@ class Window final : public EditorWindow {
     }
 
   private:
-    bool make(const std::string& title) {
+    void* makeWindow(const std::string& title) override {
         WNDCLASSW type{};
         type.lpfnWndProc = handle;
         type.hInstance = GetModuleHandleW(nullptr);
@@ -153,12 +132,15 @@ class Window final : public EditorWindow {
         RegisterClassW(&type);  // once is enough
         RECT whole = {0, 0, width(), height()};
         AdjustWindowRect(&whole, WS_OVERLAPPEDWINDOW, FALSE);
-        window = CreateWindowW(kClassName, wide(title).c_str(), WS_OVERLAPPEDWINDOW, CW_USEDEFAULT,
-                               CW_USEDEFAULT, whole.right - whole.left, whole.bottom - whole.top,
-                               nullptr, nullptr, type.hInstance, nullptr);
-        if (window == nullptr) return false;
-        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
-        return true;
+        Vst::String128 wide{};
+        toWide(title, wide);
+        window =
+            CreateWindowW(kClassName, reinterpret_cast<const wchar_t*>(wide), WS_OVERLAPPEDWINDOW,
+                          CW_USEDEFAULT, CW_USEDEFAULT, whole.right - whole.left,
+                          whole.bottom - whole.top, nullptr, nullptr, type.hInstance, nullptr);
+        if (window != nullptr)
+            SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+        return window;
     }
     // Wine shows what Direct2D draws only in windows that stand on the desktop themselves, and only
     // where no other one covers them.
@@ -188,7 +170,7 @@ class Window final : public EditorWindow {
 
 Result<EditorWindow::Ptr> EditorWindow::open(HostedPlugin& plugin) {
     auto window = std::make_unique<Window>();
-    if (auto shown = window->show(plugin); !shown) return Error{shown.error()};
+    if (auto opened = window->open(plugin); !opened) return Error{opened.error()};
     return Ptr(std::move(window));
 }
 

@@ -1,6 +1,6 @@
 #include "tools/hosting/EditorWindow.h"
 
-#include "base/source/fobject.h"
+#include "pluginterfaces/base/funknownimpl.h"
 #include "pluginterfaces/base/keycodes.h"
 #include <poll.h>
 #include <xcb/xcb.h>
@@ -21,11 +21,14 @@ using namespace Steinberg;
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
+struct Free {
+    void operator()(void* reply) const { std::free(reply); }
+};
 template <typename Reply>
-using Owned = std::unique_ptr<Reply, decltype(&std::free)>;
+using Owned = std::unique_ptr<Reply, Free>;
 
 // The host's event loop, lent to views; and their wishes for another size.
-class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
+class Loop final : public U::Implements<U::Directly<IPlugFrame, Linux::IRunLoop>> {
   public:
     std::function<tresult(const ViewRect&)> onResize;
 
@@ -38,9 +41,7 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
         return kResultTrue;
     }
     tresult PLUGIN_API unregisterEventHandler(Linux::IEventHandler* handler) override {
-        return std::erase_if(events, [=](const auto& e) { return e.handler == handler; }) > 0
-                   ? kResultTrue
-                   : kResultFalse;
+        return remove(events, handler);
     }
     tresult PLUGIN_API registerTimer(Linux::ITimerHandler* handler,
                                      Linux::TimerInterval interval) override {
@@ -48,9 +49,7 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
         return kResultTrue;
     }
     tresult PLUGIN_API unregisterTimer(Linux::ITimerHandler* handler) override {
-        return std::erase_if(timers, [=](const auto& t) { return t.handler == handler; }) > 0
-                   ? kResultTrue
-                   : kResultFalse;
+        return remove(timers, handler);
     }
 
     Clock::time_point now() const { return ownTime.value_or(Clock::now()); }
@@ -84,12 +83,6 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
     }
     size_t handlerCount() const { return events.size() + timers.size(); }
 
-    DELEGATE_REFCOUNT(FObject)
-    DEFINE_INTERFACES
-    DEF_INTERFACE(IPlugFrame)
-    DEF_INTERFACE(Linux::IRunLoop)
-    END_DEFINE_INTERFACES(FObject)
-
   private:
     struct Event {
         Linux::IEventHandler* handler;
@@ -100,6 +93,12 @@ class Loop final : public FObject, public IPlugFrame, public Linux::IRunLoop {
         milliseconds interval;
         Clock::time_point due;
     };
+    template <typename Entries, typename Handler>
+    static tresult remove(Entries& entries, Handler* handler) {
+        const auto isIt = [=](const auto& entry) { return entry.handler == handler; };
+        return std::erase_if(entries, isIt) > 0 ? kResultTrue : kResultFalse;
+    }
+
     std::vector<Event> events;
     std::vector<Timer> timers;
     std::optional<Clock::time_point> ownTime;
@@ -130,31 +129,21 @@ class Window final : public EditorWindow {
         xcb_disconnect(connection);
     }
 
-    Result<> show(HostedPlugin& plugin) {
+    Result<> open(HostedPlugin& plugin) {
         if (xcb_connection_has_error(connection)) return Error{"there is no display to open it on"};
-        plugView = owned(plugin.controller()->createView(Vst::ViewType::kEditor));
-        if (!plugView) return Error{inQuotes(plugin) + " has no editor"};
-        if (plugView->isPlatformTypeSupported(kPlatformTypeX11EmbedWindowID) != kResultTrue)
-            return Error{"the editor of " + inQuotes(plugin) + " knows no windows of this system"};
-        make(plugin.description().name);
         loop->onResize = [this](const ViewRect& size) { return resizeTo(size); };
-        plugView->setFrame(loop);
-        attached = plugView->attached(reinterpret_cast<void*>(static_cast<uintptr_t>(window)),
-                                      kPlatformTypeX11EmbedWindowID) == kResultOk;
-        if (!attached) return Error{"the editor of " + inQuotes(plugin) + " refused to open"};
-        mapChildren();
-        return {};
+        auto shown = show(plugin, kPlatformTypeX11EmbedWindowID, loop);
+        if (shown) mapChildren();
+        return shown;
     }
 
     Pixels pixels() override {
         xcb_flush(connection);
-        const Owned<xcb_get_image_reply_t> reply(
-            xcb_get_image_reply(
-                connection,
-                xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, innermost(), 0, 0,
-                              static_cast<uint16_t>(width()), static_cast<uint16_t>(height()), ~0u),
-                nullptr),
-            &std::free);
+        const Owned<xcb_get_image_reply_t> reply(xcb_get_image_reply(
+            connection,
+            xcb_get_image(connection, XCB_IMAGE_FORMAT_Z_PIXMAP, innermost(), 0, 0,
+                          static_cast<uint16_t>(width()), static_cast<uint16_t>(height()), ~0u),
+            nullptr));
         if (!reply || reply->depth < 24) return {};
         const auto count = static_cast<size_t>(width()) * static_cast<size_t>(height());
         const auto bytes = static_cast<size_t>(xcb_get_image_data_length(reply.get()));
@@ -202,7 +191,7 @@ class Window final : public EditorWindow {
     void turn(milliseconds pause) override {
         loop->turn(pause, xcb_get_file_descriptor(connection));
         int newWidth = 0, newHeight = 0;
-        while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection), &std::free}) {
+        while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
             const auto type = event->response_type & 0x7f;
             if (type == XCB_CONFIGURE_NOTIFY) {
                 const auto* now = reinterpret_cast<xcb_configure_notify_event_t*>(event.get());
@@ -248,23 +237,17 @@ class Window final : public EditorWindow {
         xcb_flush(connection);
     }
     xcb_keycode_t keyCode(xcb_keysym_t symbol) {
-        const Owned<xcb_keycode_t> codes(xcb_key_symbols_get_keycode(symbols.get(), symbol),
-                                         &std::free);
+        const Owned<xcb_keycode_t> codes(xcb_key_symbols_get_keycode(symbols.get(), symbol));
         return codes ? *codes : 0;
     }
-    static std::string inQuotes(const HostedPlugin& plugin) {
-        return "'" + plugin.description().name + "'";
-    }
     xcb_atom_t atom(std::string_view name) {
-        const Owned<xcb_intern_atom_reply_t> reply(
-            xcb_intern_atom_reply(
-                connection,
-                xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data()),
-                nullptr),
-            &std::free);
+        const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+            connection,
+            xcb_intern_atom(connection, 0, static_cast<uint16_t>(name.size()), name.data()),
+            nullptr));
         return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
     }
-    void make(const std::string& title) {
+    void* makeWindow(const std::string& title) override {
         const auto* screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
         root = screen->root;
         window = xcb_generate_id(connection);
@@ -281,6 +264,7 @@ class Window final : public EditorWindow {
         xcb_map_window(connection, window);
         xcb_flush(connection);
         symbols.reset(xcb_key_symbols_alloc(connection));
+        return reinterpret_cast<void*>(static_cast<uintptr_t>(window));
     }
     // An embedder maps what it embeds.
     void mapChildren() {
@@ -290,8 +274,7 @@ class Window final : public EditorWindow {
     }
     xcb_window_t childOf(xcb_window_t parent) {
         const Owned<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(connection, xcb_query_tree(connection, parent), nullptr),
-            &std::free);
+            xcb_query_tree_reply(connection, xcb_query_tree(connection, parent), nullptr));
         if (!tree || xcb_query_tree_children_length(tree.get()) == 0) return XCB_NONE;
         return xcb_query_tree_children(tree.get())[0];
     }
@@ -314,7 +297,7 @@ class Window final : public EditorWindow {
 
 Result<EditorWindow::Ptr> EditorWindow::open(HostedPlugin& plugin) {
     auto window = std::make_unique<Window>();
-    if (auto shown = window->show(plugin); !shown) return Error{shown.error()};
+    if (auto opened = window->open(plugin); !opened) return Error{opened.error()};
     return Ptr(std::move(window));
 }
 

@@ -70,25 +70,6 @@ tresult EditLog::restartComponent(int32 flags) {
     return kResultOk;
 }
 
-tresult EditLog::setDirty(TBool state) {
-    if (state) ++dirtyMarks;
-    return kResultOk;
-}
-
-tresult EditLog::requestOpenEditor(FIDString) {
-    return kNotImplemented;
-}
-
-tresult EditLog::startGroupEdit() {
-    ++groupsBegun;
-    return kResultOk;
-}
-
-tresult EditLog::finishGroupEdit() {
-    ++groupsEnded;
-    return kResultOk;
-}
-
 StateStream::StateStream() : attributes(HostAttributeList::make()) {}
 
 StateStream::StateStream(std::span<const uint8_t> content) : StateStream() {

@@ -1,7 +1,7 @@
 // What a host lends to a plug-in: its name, messages, the handler that hears edits, and streams.
 #pragma once
 
-#include "base/source/fobject.h"
+#include "pluginterfaces/base/funknownimpl.h"
 #include "pluginterfaces/vst/ivstattributes.h"
 #include "pluginterfaces/vst/ivsteditcontroller.h"
 #include "public.sdk/source/common/memorystream.h"
@@ -26,9 +26,9 @@ bool toWide(const std::string& utf8, Steinberg::Vst::String128 text);
 Steinberg::Vst::IHostApplication& hostApplication();
 
 // Counts what a controller tells its host. Main thread.
-class EditLog : public Steinberg::FObject,
-                public Steinberg::Vst::IComponentHandler,
-                public Steinberg::Vst::IComponentHandler2 {
+class EditLog
+    : public Steinberg::U::Implements<Steinberg::U::Directly<Steinberg::Vst::IComponentHandler,
+                                                             Steinberg::Vst::IComponentHandler2>> {
   public:
     struct Edit {
         Steinberg::Vst::ParamID id;
@@ -50,17 +50,20 @@ class EditLog : public Steinberg::FObject,
                                               Steinberg::Vst::ParamValue value) override;
     Steinberg::tresult PLUGIN_API endEdit(Steinberg::Vst::ParamID id) override;
     Steinberg::tresult PLUGIN_API restartComponent(Steinberg::int32 flags) override;
-    Steinberg::tresult PLUGIN_API setDirty(Steinberg::TBool state) override;
-    Steinberg::tresult PLUGIN_API requestOpenEditor(Steinberg::FIDString name) override;
-    Steinberg::tresult PLUGIN_API startGroupEdit() override;
-    Steinberg::tresult PLUGIN_API finishGroupEdit() override;
+    Steinberg::tresult PLUGIN_API setDirty(Steinberg::TBool state) override {
+        return state ? counted(dirtyMarks) : Steinberg::kResultOk;
+    }
+    Steinberg::tresult PLUGIN_API requestOpenEditor(Steinberg::FIDString) override {
+        return Steinberg::kNotImplemented;
+    }
+    Steinberg::tresult PLUGIN_API startGroupEdit() override { return counted(groupsBegun); }
+    Steinberg::tresult PLUGIN_API finishGroupEdit() override { return counted(groupsEnded); }
 
-    OBJ_METHODS(EditLog, FObject)
-    DEFINE_INTERFACES
-    DEF_INTERFACE(Steinberg::Vst::IComponentHandler)
-    DEF_INTERFACE(Steinberg::Vst::IComponentHandler2)
-    END_DEFINE_INTERFACES(FObject)
-    REFCOUNT_METHODS(FObject)
+  private:
+    static Steinberg::tresult counted(int& count) {
+        ++count;
+        return Steinberg::kResultOk;
+    }
 };
 
 // A stream in memory that also carries the attributes which hosts attach to states.

@@ -8,6 +8,9 @@
 #include "pluginterfaces/vst/ivstcomponent.h"
 #include "pluginterfaces/vst/ivsteditcontroller.h"
 #include "pluginterfaces/vst/ivstprocesscontext.h"
+#include "public.sdk/source/vst/hosting/module.h"
+#include "public.sdk/source/vst/hosting/parameterchanges.h"
+#include "public.sdk/source/vst/hosting/plugprovider.h"
 
 #include <cstdint>
 #include <memory>
@@ -23,11 +26,6 @@ namespace Quorvant::Hosting {
 using Steinberg::tresult;
 using Steinberg::Vst::ParamID;
 using Steinberg::Vst::SpeakerArrangement;
-
-struct ClassDescription {
-    std::string id;  // 32 hexadecimal digits
-    std::string name, category, subCategories, vendor, version, sdkVersion;
-};
 
 struct Bus {
     std::string name;
@@ -94,34 +92,35 @@ class HostedPlugin {
     using Ptr = std::unique_ptr<HostedPlugin>;
 
     // Loads the module at `path` (a .vst3 bundle, on Windows also a file) and makes one instance
-    // of the class of that name, or of its first audio effect. Loading one path several times
-    // gives several instances of one module.
+    // of the class of that name, or of its first audio effect, with its controller. Loading one
+    // path several times gives several instances of one module.
     static Result<Ptr> load(const std::string& path, std::string_view className = {});
-    // The classes of a module, without making an instance.
-    static Result<std::vector<ClassDescription>> listClasses(const std::string& path);
     ~HostedPlugin();
     HostedPlugin(const HostedPlugin&) = delete;
     HostedPlugin& operator=(const HostedPlugin&) = delete;
 
-    const ClassDescription& description() const;
-    const std::string& path() const;
+    const std::string& name() const { return className; }
+    const VST3::Hosting::ClassInfo& classInfo() const { return provider->getClassInfo(); }
+    // All classes of the module.
+    VST3::Hosting::PluginFactory::ClassInfos moduleClasses() const;
 
-    // The plug-in's own interfaces, for calls that have no wrapper here; null where it has none.
-    Steinberg::Vst::IComponent* component() const;
-    Steinberg::Vst::IAudioProcessor* processor() const;
-    Steinberg::Vst::IEditController* controller() const;
-    EditLog& editLog();
+    // The plug-in's own interfaces, for calls that have no wrapper here.
+    Steinberg::Vst::IComponent* component() const { return ownComponent; }
+    Steinberg::Vst::IAudioProcessor* processor() const { return ownProcessor; }
+    Steinberg::Vst::IEditController* controller() const { return ownController; }
+    EditLog& editLog() { return *log; }
 
     // Parameters as the controller lists them.
-    const std::vector<Parameter>& parameters() const;
+    const std::vector<Parameter>& parameters() const { return listed; }
     // By title, else short title, else identifier in decimal, all without regard to case.
     const Parameter* findParameter(std::string_view name) const;
     const Parameter* findParameter(ParamID id) const;
+    // What the controller shows for a normalised value; empty where it shows nothing.
     std::string textOf(const Parameter& parameter, double normalised) const;
     // Normalised. A text that the controller refuses, or takes for something else (out of range),
     // is an error that names the valid texts or the range.
     Result<double> valueOf(const Parameter& parameter, const std::string& text) const;
-    double controllerValue(ParamID id) const;  // normalised
+    double controllerValue(ParamID id) const { return ownController->getParamNormalized(id); }
     // Tells the controller at once and the processor with the next process call.
     void setParameter(ParamID id, double normalised);
     // Hands the output points of the last process call to the controller, as hosts do.
@@ -142,6 +141,7 @@ class HostedPlugin {
     Steinberg::int32 latency() const;             // frames
     Steinberg::uint32 tail() const;               // frames, kNoTail, kInfiniteTail
     bool canProcess(bool doublePrecision) const;  // canProcessSampleSize
+    bool isDoublePrecision() const { return sampleSize == Steinberg::Vst::kSample64; }
 
     tresult process(const Block<float>& block);
     tresult process(const Block<double>& block);
@@ -149,7 +149,7 @@ class HostedPlugin {
     // Parameters without audio: 0 frames and no buses, of the sample size that is set up.
     tresult flush(std::vector<ParameterPoint> points);
     // What the last process or flush call reported.
-    const std::vector<ParameterPoint>& outputPoints() const;
+    const std::vector<ParameterPoint>& outputPoints() const { return reported; }
     // The last value among them for that identifier.
     std::optional<double> outputValue(ParamID id) const;
 
@@ -163,9 +163,29 @@ class HostedPlugin {
     tresult setControllerState(std::span<const uint8_t> state);
 
   private:
-    struct Parts;
-    explicit HostedPlugin(std::unique_ptr<Parts> parts);
-    std::unique_ptr<Parts> parts;
+    HostedPlugin() = default;
+    Result<> make(const VST3::Hosting::ClassInfo& info);
+    void readParameters();
+    void readBuses();
+    template <typename Sample>
+    tresult processBlock(const Block<Sample>& block, Steinberg::int32 size);
+
+    VST3::Hosting::Module::Ptr module;  // first, so that it goes last
+    Steinberg::IPtr<Steinberg::Vst::PlugProvider> provider;
+    Steinberg::IPtr<EditLog> log = Steinberg::owned(new EditLog);
+    Steinberg::IPtr<Steinberg::Vst::IComponent> ownComponent;
+    Steinberg::IPtr<Steinberg::Vst::IAudioProcessor> ownProcessor;
+    Steinberg::IPtr<Steinberg::Vst::IEditController> ownController;
+    std::string className;
+    std::vector<Parameter> listed;
+    std::vector<Bus> inputs, outputs;
+    Steinberg::int32 sampleSize = Steinberg::Vst::kSample32;
+    Steinberg::int32 mode = Steinberg::Vst::kRealtime;
+    bool isActive = false, isProcessing = false;
+
+    Steinberg::Vst::ParameterChanges inputChanges, outputChanges;
+    std::vector<Steinberg::Vst::AudioBusBuffers> inputBuffers, outputBuffers;
+    std::vector<ParameterPoint> pending, reported;
 };
 
 }  // namespace Quorvant::Hosting

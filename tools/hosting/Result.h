@@ -1,6 +1,7 @@
 // A value or one sentence that says why there is none.
 #pragma once
 
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <variant>
@@ -9,6 +10,11 @@ namespace Quorvant::Hosting {
 
 struct Error {
     std::string sentence;  // for people to read, without a full stop
+};
+
+// The same on its way to main().
+struct Failure : std::runtime_error {
+    using std::runtime_error::runtime_error;
 };
 
 template <typename Value = std::monostate>
@@ -33,5 +39,11 @@ class [[nodiscard]] Result {
   private:
     std::variant<Value, Error> content;
 };
+
+template <typename Value>
+Value orThrow(Result<Value> result) {
+    if (!result) throw Failure(result.error());
+    return std::move(*result);
+}
 
 }  // namespace Quorvant::Hosting

@@ -3,10 +3,9 @@
 
 #include "platform/Utf8Path.h"
 
-#include <gtest/gtest.h>
-
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 #include <string_view>
@@ -17,12 +16,9 @@ namespace Quorvant {
 class TestFolder {
   public:
     TestFolder() {
-        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-        const auto name = std::string(test->test_suite_name()) + "." + test->name();
         // The same test may run in another build at this moment.
         path = std::filesystem::temp_directory_path() /
-               ("corvane-" + name + "." + std::to_string(std::random_device()()));
-        std::filesystem::remove_all(path);
+               ("corvane-test-" + std::to_string(std::random_device()()));
         std::filesystem::create_directories(path);
     }
     ~TestFolder() {
@@ -34,6 +30,11 @@ class TestFolder {
 
     std::filesystem::path operator/(std::string_view name) const {
         return path / pathFromUtf8(name);
+    }
+
+    std::size_t entries() const {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(path),
+                                                      std::filesystem::directory_iterator()));
     }
 
     std::filesystem::path path;

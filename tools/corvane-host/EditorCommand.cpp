@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <optional>
 
 namespace Quorvant::Hosting {
 
@@ -15,7 +14,9 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr int kFrames = 441;  // a block, 10 ms
+constexpr int kFrames = 441;  // a block
+constexpr milliseconds kBlockTime{10};
+constexpr milliseconds kBehind{100};  // the most that is played at once
 constexpr double kPictureSeconds = 2.0;
 constexpr milliseconds kAfterClick{400};  // two clicks are no double click
 constexpr milliseconds kQuiet{150};       // a picture that stays for so long is done
@@ -26,33 +27,28 @@ class Playback {
   public:
     explicit Playback(HostedPlugin& hosted) : plugin(hosted), buffers(hosted, kFrames) {}
 
-    Result<> play(double seconds) {
-        const auto frames = static_cast<int64_t>(seconds * kPhraseRate);
-        for (const int64_t end = played + frames; played + kFrames <= end;)
-            if (auto done = playBlock(); !done) return done;
-        return {};
+    void play(double seconds) {
+        for (auto left = static_cast<int64_t>(seconds * kPhraseRate); left >= kFrames;
+             left -= kFrames)
+            playBlock();
     }
-    // As far as the clock has come since the first call. Where it can't keep up, it plays less.
-    Result<> playOn() {
+    // As far as the clock has come since the last call. Where it can't keep up, it plays less.
+    void playOn() {
         const auto now = Clock::now();
-        const double due = start ? std::chrono::duration<double>(now - *start).count() : 0.0;
-        start = now;
-        owed = std::min(owed + due, 0.1);
-        const double blocks = std::floor(owed * kPhraseRate / kFrames);
-        owed -= blocks * kFrames / kPhraseRate;
-        return play(blocks * kFrames / kPhraseRate + 1e-6);
+        for (start = std::max(start, now - kBehind); start + kBlockTime <= now; start += kBlockTime)
+            playBlock();
     }
 
   private:
-    Result<> playBlock() {
+    void playBlock() {
         auto& block = buffers.block;
         block.frames = kFrames;
         for (size_t channel = 0; !block.inputs.empty() && channel < block.inputs[0].size();
              ++channel) {
             for (int frame = 0; frame < kFrames; ++frame) {
-                const auto at = static_cast<size_t>(played + frame) % (samples.size() / 2);
+                const auto at = static_cast<size_t>(played + frame) % music.frames();
                 block.inputs[0][channel][frame] =
-                    static_cast<float>(samples[2 * at + std::min<size_t>(channel, 1)]);
+                    music.samples[2 * at + std::min<size_t>(channel, 1)];
             }
         }
         // What the user has turned meanwhile.
@@ -67,18 +63,16 @@ class Playback {
         const auto context = makeContext(transport, kPhraseRate);
         block.context = &context;
         if (plugin.process(block) != Steinberg::kResultOk)
-            return Error{"the plug-in failed on a block"};
+            throw Failure{"the plug-in failed on a block"};
         plugin.forwardOutputPoints();
         played += kFrames;
-        return {};
     }
 
     HostedPlugin& plugin;
     BlockBuffers<float> buffers;
-    const std::vector<double> samples = phrase();
+    const Audio music = phrase();
     int64_t played = 0;
-    std::optional<Clock::time_point> start;
-    double owed = 0.0;  // seconds
+    Clock::time_point start = Clock::now();  // of the next block
 };
 
 bool hasContent(const Pixels& pixels) {
@@ -99,8 +93,8 @@ Pixels settledPixels(EditorWindow& window) {
     return last;
 }
 
-Result<> drawEditor(EditorWindow& window, Playback& playback, const EditorOptions& options) {
-    if (auto played = playback.play(kPictureSeconds); !played) return played;
+void drawEditor(EditorWindow& window, Playback& playback, const EditorOptions& options) {
+    playback.play(kPictureSeconds);
     settledPixels(window);
     for (const EditorClick& click : options.clicks) {
         const auto x = static_cast<int>(std::lround(click.x * options.zoom / 100.0));
@@ -108,41 +102,35 @@ Result<> drawEditor(EditorWindow& window, Playback& playback, const EditorOption
         window.point(Pointer::Press, x, y);
         window.point(Pointer::Release, x, y);
         window.runUntil([] { return false; }, kAfterClick);
-        if (auto played = playback.play(kPictureSeconds); !played) return played;
+        playback.play(kPictureSeconds);
     }
     settledPixels(window);
     // Meanwhile nothing was heard, and an editor may show that.
-    if (auto played = playback.play(kPictureSeconds); !played) return played;
+    playback.play(kPictureSeconds);
     window.runUntil([] { return false; }, kHeard);
     const Pixels pixels = window.pixels();
-    if (!hasContent(pixels)) return Error{"the editor's picture can't be read on this system"};
-    return writePng(pixels, options.screenshot);
+    if (!hasContent(pixels)) throw Failure{"the editor's picture can't be read on this system"};
+    writePng(pixels, options.screenshot);
 }
 
 }  // namespace
 
-Result<> showEditor(const PluginChoice& choice, const EditorOptions& options) {
-    if (!options.screenshot.empty())
-        if (auto ready = openPrivateDisplay(); !ready) return ready;
-    auto opened = openPlugin(choice);
-    if (!opened) return Error{opened.error()};
-    HostedPlugin& plugin = **opened;
-    if (auto ready = prepareAsItIs(plugin, kPhraseRate, kFrames, 32); !ready) return ready;
-    if (auto applied = applySettings(plugin, choice, 32); !applied) return Error{applied.error()};
+void showEditor(const PluginChoice& choice, const EditorOptions& options) {
+    const auto opened = openPlugin(choice);
+    HostedPlugin& plugin = *opened;
+    prepareAsItIs(plugin, kPhraseRate, kFrames);
+    applySettings(plugin, choice);
     plugin.editLog().edits.clear();
-    auto window = EditorWindow::open(plugin);
-    if (!window) return Error{window.error()};
-    if (options.zoom != 100)
-        if (auto done = (*window)->setWidth((*window)->width() * options.zoom / 100); !done)
-            return done;
+    if (!options.screenshot.empty()) openPrivateDisplay();
+    const auto window = orThrow(EditorWindow::open(plugin));
+    if (options.zoom != 100) orThrow(window->setWidth(window->width() * options.zoom / 100));
 
     Playback playback(plugin);
-    if (!options.screenshot.empty()) return drawEditor(**window, playback, options);
-    Result<> played;
-    while (!(*window)->closedByUser() && played) {
-        (*window)->runUntil([&] { return !(played = playback.playOn()); }, std::chrono::hours(1));
+    if (!options.screenshot.empty()) return drawEditor(*window, playback, options);
+    while (!window->closedByUser()) {
+        playback.playOn();
+        window->runUntil([] { return false; }, kBlockTime);
     }
-    return played;
 }
 
 }  // namespace Quorvant::Hosting
