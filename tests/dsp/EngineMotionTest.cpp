@@ -59,7 +59,6 @@ const Change kChanges[] = {
     {"to Backward, which writes towards the reader", delayOf(3.0), kBackward, -55.0},
     {"Bounce passes the memory's top", kBounce, {}, -55.0, 9.2},
     {"Reverse passes the memory's top", kReverse, {}, -55.0, 9.2},
-    {"from Bounce to Reverse", kBounce, kReverse, -55.0},
     {"Delay Time to 0", delayOf(1.0), delayOf(0.0), -55.0},
     {"Delay Time from 0", delayOf(0.0), delayOf(1.0), -55.0},
     {"to a short delay", delayOf(250.0), delayOf(1.0), -55.0},

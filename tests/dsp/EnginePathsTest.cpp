@@ -88,7 +88,6 @@ std::vector<Scenario> scenarios() {
     const Settings shortest = {{kDelayTime, 0.002}}, brief = {{kDelayTime, 0.01}};
     const Settings synced = {{kDelayClockMode, 1.0}, {kDelayNote, 0.05}, {kFeedback, 0.5}};
     return {
-        {"defaults", 44100, Clean, {}, {}},
         {"levels", 96000, Legacy, {}, kLevelMoves},
         {"levels", 48000, Lims, {}, kLevelMoves},
         {"levels", 44100, Full, {}, kLevelMoves},
@@ -96,7 +95,6 @@ std::vector<Scenario> scenarios() {
         {"directions", 44100, Clean, {}, together({kDelayMoves, kLoopMoves, kFeedbackMoves}), 12.0},
         {"directions", 48000, Full, {}, kDelayMoves, 12.0},
         {"the longest", 44100, Clean, {{kDelayTime, 1.0}, {kFeedback, 0.7}}, courses, 30.0},
-        {"feedback", 48000, Clean, shortest, kFeedbackMoves},
         {"unity", 48000, Lims, shortest, {{kFeedback, 0, 0.9, 1.0}, {kReferenceLevel}}},
         {"steady clock", 48000, Clean, {{kDelayTime, 0.004}}, {{kManualVco}, {kDelayX2, 2}}},
         {"sine", 48000, Clean, bent(0.0), sweeps},

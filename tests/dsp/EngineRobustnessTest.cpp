@@ -105,7 +105,6 @@ TEST(EngineRobustness, EveryRateWorksAndTheUnfitOnesAreReplaced) {
         EXPECT_EQ(rig.engine.setSampleRate(asked), asked == used) << asked;
         EXPECT_NEAR(rig.read(kOutSampleRate) * 1e6, used, 1e-6);
         EXPECT_EQ(rig.engine.getTail(), static_cast<int32_t>(used * 10.0));
-        EXPECT_EQ(rig.engine.getLatency(), 0);
         for (const double x2 : {0.0, 1.0}) {
             rig.set(kDelayX2, x2);
             rig.engine.reset();
