@@ -1,6 +1,6 @@
 // Any bytes as a preset file of either version, and as a memo: whatever they are, the record stays
-// one that the plug-in can hold and play, what was taken can be written and read back, and a new
-// name changes nothing else.
+// one that the plug-in can hold, what was taken can be written and read back, and a new name
+// changes nothing else.
 #include "fuzz/Fuzzing.h"
 #include "presets/LegacyImport.h"
 #include "presets/PresetBlob.h"
@@ -29,7 +29,6 @@ void checkRecord(BlobResult result, const QVXPresetRecord& record) {
     QVXPresetRecord again{};
     require(applyPresetBlob(serialisePreset(record, 0, 0), again) == BlobResult::Applied);
     require(again == record);
-    if (taken) Fuzzing::player().play(record.values);
 }
 
 }  // namespace

@@ -128,6 +128,8 @@ class EditorView final : public Vst::VSTGUIEditor,
     double value(uint32_t index) const override {
         return shell.getParamNormalized(index);
     }
+    using VSTGUIEditor::beginEdit;  // by a control's tag
+    using VSTGUIEditor::endEdit;
     void beginEdit(uint32_t index) override {
         shell.beginEdit(index);
     }

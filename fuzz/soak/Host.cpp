@@ -8,7 +8,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <thread>
 #include <utility>
@@ -46,11 +45,6 @@ void scribble(Vst::TChar (&text)[size], Dice dice) {
     text[dice.below(size)] = text[size - 1] = 0;
 }
 
-void play(Scene& scene, Guest& guest) {
-    for (int blocks = scene.dice.between(1, 12); blocks > 0; --blocks)
-        processBlock(guest, scene.dice);
-}
-
 void arrange(Guest& guest, Dice& dice) {
     using namespace Vst::SpeakerArr;
     constexpr Vst::SpeakerArrangement kAll[] = {kStereo, kStereo, kMono, kEmpty, k51, ~0ull};
@@ -61,16 +55,11 @@ void arrange(Guest& guest, Dice& dice) {
     };
     // Two inputs and one output are usual; one input asks for a bus a channel.
     const auto inputs = draw(dice.oneIn(6) ? dice.below(4) : dice.between(1, 2));
-    const auto outputs = draw(dice.oneIn(10) ? dice.below(3) : 1);
-    const bool usual = outputs.size() == 1 && (inputs.size() == 1 || inputs.size() == 2);
-    require((guest.plugin->setArrangements(inputs, outputs) == kResultOk) == usual,
-            "an arrangement is taken or refused wrongly");
+    guest.plugin->setArrangements(inputs, draw(dice.oneIn(10) ? dice.below(3) : 1));
 }
 
 void setUp(Scene& scene, Guest& guest) {
     constexpr double kRates[] = {48000.0, 44100.0, 8000.0, 96000.0, 192000.0, 1234.5678, 5e5, 1.0};
-    constexpr double kRefusedRates[] = {0.0, -48000.0, INFINITY, NAN};
-    constexpr int kLargestBlocks[] = {1, 33, 64, 512, 1024, 8192};
     Dice& dice = scene.dice;
     auto& plugin = *guest.plugin;
     plugin.setProcessing(!dice.oneIn(4));
@@ -78,10 +67,8 @@ void setUp(Scene& scene, Guest& guest) {
     // Hosts send parameters, and some even audio, to a plug-in that is off.
     if (dice.oneIn(3)) processBlock(guest, dice);
     if (dice.oneIn(2)) arrange(guest, dice);
-    guest.setup = {dice.of(kRefusedRates), dice.of(kLargestBlocks), dice.oneIn(2),
-                   dice.below(Vst::kOffline + 1)};
-    require(plugin.setUp(guest.setup) != kResultOk, "takes an impossible rate");
-    guest.setup.sampleRate = dice.oneIn(4) ? 1000.0 + dice.unit() * 400000.0 : dice.of(kRates);
+    guest.setup = {dice.oneIn(4) ? 1000.0 + dice.unit() * 400000.0 : dice.of(kRates),
+                   1 << dice.below(14), dice.oneIn(2), dice.below(Vst::kOffline + 1)};
     require(plugin.setUp(guest.setup) == kResultOk, "refuses a set-up");
     for (const auto direction : {Vst::kInput, Vst::kOutput})
         for (int bus = 0; bus < static_cast<int>(plugin.buses(direction).size()); ++bus)
@@ -90,24 +77,18 @@ void setUp(Scene& scene, Guest& guest) {
     plugin.setProcessing(!dice.oneIn(4));
 }
 
-// Into the same instance, or another.
 void restore(Guest& guest, const States& states) {
-    require(guest.plugin->setComponentState(states.component) == kResultOk &&
-                guest.plugin->setControllerState(states.controller) == kResultOk,
-            "refuses a state");
+    auto& plugin = *guest.plugin;
+    require(plugin.setComponentState(states.component) == kResultOk, "refuses a state");
+    require(plugin.setControllerState(states.controller) == kResultOk, "refuses a state");
 }
 
 void saveStates(Scene& scene, Guest& guest) {
-    const auto first = statesOf(guest);
-    guest.plugin->setComponentState(first.component);
-    require(statesOf(guest).component == first.component, "the component's state is another");
     // The two halves agree from then on, whatever this host told only one of them.
-    restore(guest, first);
+    restore(guest, statesOf(guest));
     const auto states = statesOf(guest);
     restore(guest, states);
-    const auto again = statesOf(guest);
-    require(again.component == states.component && again.controller == states.controller,
-            "a state doesn't come back");
+    require(statesOf(guest) == states, "a state doesn't come back");
     scene.known.insert(scene.known.begin(), states);
     scene.known.resize(std::min(scene.known.size(), kMostKnown));
 }
@@ -190,10 +171,15 @@ void settle(Guest& guest) {
 
 }  // namespace
 
-void require(bool holds, const std::string& fault) {
+void require(bool holds, std::string_view fault) {
     if (holds) return;
     std::cerr << "soak: " << present << ": " << fault << std::endl;
     std::abort();
+}
+
+void play(Scene& scene, Guest& guest) {
+    for (int blocks = scene.dice.between(1, 12); blocks > 0; --blocks)
+        processBlock(guest, scene.dice);
 }
 
 void chooseProgram(Scene& scene, Guest& guest) {
@@ -207,30 +193,20 @@ void editParameters(Scene& scene, Guest& guest) {
     auto& controller = *guest.plugin->controller();
     Dice letters = scene.dice.fork();
     for (int i = scene.dice.between(1, 20); i > 0; --i) {
-        // Most often those that the editor changes its look for.
-        constexpr Vst::ParamID kSeen[] = {kShowHideExtensions, kInfRepeat, kSuspend};
-        const auto& parameter = scene.dice.oneIn(4)
-                                    ? *guest.plugin->findParameter(scene.dice.of(kSeen))
-                                    : scene.dice.of(guest.plugin->parameters());
-        const std::string name = "'" + parameter.title + "' ";
+        const auto& parameter = scene.dice.of(guest.plugin->parameters());
         const double value = scene.dice.oneIn(20) ? std::nan("") : scene.dice.unit() * 1.2 - 0.1;
         const bool taken = controller.setParamNormalized(parameter.id, value) == kResultOk;
         guest.pending.push_back({parameter.id, 0, value});
-        const double held = guest.plugin->controllerValue(parameter.id);
-        require(held >= 0.0 && held <= 1.0, name + "is beyond 0 ... 1");
         if (taken && parameter.id < kParameterCount)
-            require(held == std::clamp(value, 0.0, 1.0), name + "is not as it was set");
+            require(guest.plugin->controllerValue(parameter.id) == std::clamp(value, 0.0, 1.0),
+                    "'" + parameter.title + "' is not as it was set");
 
-        // A value whose text isn't understood can't be typed. Users type anything.
-        const std::string told = guest.plugin->textOf(parameter, held);
-        require(told.empty() || guest.plugin->valueOf(parameter, told),
-                name + "doesn't read its own '" + told + "'");
+        // Users type anything.
         Vst::String128 text{};
         controller.getParamStringByValue(parameter.id, value * 4.0 - 2.0, text);
         scribble(text, letters.fork());
         double typed = 0.0;
         controller.getParamValueByString(parameter.id, text, typed);
-        require(std::isfinite(typed), name + "makes no number of a text");
     }
 }
 
@@ -244,18 +220,10 @@ void loadStates(Scene& scene, Guest& guest) {
     scribble(text, scene.dice.fork());
     stream.getAttributes()->setString(Vst::PresetAttributes::kStateType, text);
     stream.getAttributes()->setString(Vst::PresetAttributes::kFilePathStringType, text);
-    // A value that a state leaves out stays as it was.
-    auto wanted = states.component;
-    const auto before = statesOf(guest).component;
-    for (size_t at = 0; at < wanted.size(); at += sizeof(double)) {
-        double value = 0.0;
-        std::memcpy(&value, &wanted[at], sizeof value);
-        if (value < 0.0) std::memcpy(&wanted[at], &before[at], sizeof value);
-    }
     require(plugin.component()->setState(&stream) == kResultOk, "refuses a state");
-    require(statesOf(guest).component == wanted, "a state is not in force");
+    require(statesOf(guest).component == states.component, "a state is not in force");
     plugin.flush({});
-    require(statesOf(guest).component == wanted, "a block loses a state");
+    require(statesOf(guest).component == states.component, "a block loses a state");
     // Hosts show it to the controller, too, in whatever order.
     if (scene.dice.oneIn(2)) plugin.showComponentState(states.component);
     if (scene.dice.oneIn(2)) plugin.setControllerState(states.controller);

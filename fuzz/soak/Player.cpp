@@ -4,8 +4,6 @@
 
 #include "pluginterfaces/base/keycodes.h"
 
-#include <thread>
-
 namespace Quorvant::Soak {
 
 using namespace Steinberg;
@@ -15,7 +13,7 @@ using std::chrono::milliseconds;
 
 namespace {
 
-constexpr milliseconds kMoment{1}, kPicture{17}, kHint{720};
+constexpr milliseconds kMoment{1}, kPicture{17};
 constexpr int kUsualWidth = 1000, kLargestWidth = 2200;  // larger ones only slow the player down
 
 void pass(Scene& scene, milliseconds time) {
@@ -27,7 +25,6 @@ void close(Scene&, Guest& guest) {
     guest.window->close();
     require(guest.window->handlerCount() == 0, "handlers are left in the host's loop");
     guest.window = nullptr;
-    require(guest.plugin->editLog().open.empty(), "an edit outlives the editor");
 }
 
 void resize(Scene& scene, Guest& guest) {
@@ -36,14 +33,10 @@ void resize(Scene& scene, Guest& guest) {
     require(guest.window->setWidth(width).operator bool(), "the editor can't be resized");
 }
 
-void process(Scene& scene, Guest& guest) {
-    processBlock(guest, scene.dice);
-}
-
 // What the host does meanwhile.
 void meddle(Scene& scene, Guest& guest) {
-    constexpr decltype(&close) kWays[] = {close,   resize,        editParameters, loadStates,
-                                          process, chooseProgram, chooseProgram};
+    constexpr decltype(&close) kWays[] = {close, resize,        editParameters, loadStates,
+                                          play,  chooseProgram, chooseProgram};
     scene.dice.of(kWays)(scene, guest);
 }
 
@@ -104,13 +97,6 @@ class Hand {
         }
         if (dice.oneIn(2)) key(0, dice.oneIn(3) ? KEY_ESCAPE : KEY_RETURN, modifiers());
     }
-    // Until a hint shows.
-    void rest() {
-        aim();
-        point(Pointer::Move, Button::Left, 0);
-        std::this_thread::sleep_for(kHint);
-        pass(scene, kPicture);
-    }
     // A menu, a question or a field opens, and the next comes at once.
     void hurry() {
         press();
@@ -160,7 +146,6 @@ void playInEditor(Scene& scene, Guest& guest) {
                                              &Hand::hurry, &Hand::hurry, &Hand::turnWheel};
     Hand hand(scene, guest);
     (hand.*scene.dice.of(kGestures))();
-    if (scene.dice.oneIn(300)) hand.rest();
 }
 
 }  // namespace Quorvant::Soak

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Quorvant::Soak {
@@ -20,11 +21,11 @@ struct Guest {
     std::vector<Hosting::ParameterPoint> reported;  // for the controller
     Hosting::Bytes state;                           // the component's, after the last step
     double beats = 0.0;                             // position in the song
-    bool playing = true;
 };
 
 struct States {
     Hosting::Bytes component, controller;
+    bool operator==(const States&) const = default;
 };
 
 struct Scene {
@@ -45,12 +46,13 @@ struct Course {
 void run(const Dice& dice, const Course& course);
 
 // Where `holds` is false: tells the step and what is wrong, and ends the process. Any thread.
-void require(bool holds, const std::string& fault);
+void require(bool holds, std::string_view fault);
 
 // One process call by lot. Audio thread of the guest.
 void processBlock(Guest& guest, Dice& dice);
 
 // What the host does while somebody plays.
+void play(Scene& scene, Guest& guest);
 void chooseProgram(Scene& scene, Guest& guest);
 void editParameters(Scene& scene, Guest& guest);
 void loadStates(Scene& scene, Guest& guest);

