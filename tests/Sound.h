@@ -99,9 +99,6 @@ inline Signal join(Signal first, const Signal& second) {
     first.insert(first.end(), second.begin(), second.end());
     return first;
 }
-inline Stereo join(const Stereo& first, const Stereo& second) {
-    return {join(first.left, second.left), join(first.right, second.right)};
-}
 
 // --- Measurements, of vectors, arrays and spans of float or double ----------------------------
 
@@ -133,23 +130,9 @@ double mean(const Samples& signal, size_t from = 0, size_t to = SIZE_MAX) {
 
 template <typename Samples>
 double rms(const Samples& signal, size_t from = 0, size_t to = SIZE_MAX) {
-    const size_t end = std::min<size_t>(to, std::size(signal));
-    double sum = 0.0;
-    for (size_t i = from; i < end; ++i) sum += signal[i] * signal[i];
-    return end > from ? std::sqrt(sum / static_cast<double>(end - from)) : 0.0;
-}
-
-// From the rising zero crossings, interpolated between samples; 0 without two of them.
-template <typename Samples>
-double frequencyOf(const Samples& signal, double rate, size_t from = 0, size_t to = SIZE_MAX) {
-    double first = 0.0, last = 0.0;
-    int crossings = 0;
-    for (size_t i = from + 1; i < std::min<size_t>(to, std::size(signal)); ++i) {
-        if (!(signal[i - 1] < 0.0 && signal[i] >= 0.0)) continue;
-        last = static_cast<double>(i) - signal[i] / (signal[i] - signal[i - 1]);
-        if (crossings++ == 0) first = last;
-    }
-    return crossings > 1 ? (crossings - 1) * rate / (last - first) : 0.0;
+    Signal squares;
+    for (const double x : signal) squares.push_back(x * x);
+    return std::sqrt(mean(squares, from, to));
 }
 
 template <typename Samples>

@@ -48,15 +48,12 @@ constexpr ProcessingMode kModes[] = {ProcessingMode::Clean, ProcessingMode::Lega
                                      ProcessingMode::Lims, ProcessingMode::Full};
 
 // What the filter in front of the memory leaves of slow sounds: more than there was, intended.
-inline double filterGain(double corner) {
+inline const double kFilterGain = [] {
     InputFilter filter;
-    filter.setCorner(corner, 48000.0);
-    Pair passed{};
-    for (int i = 0; i < 1000; ++i) passed = filter.process(both(1.0));
-    return left(passed);
-}
-inline const double kFilterGain = filterGain(InputFilter::kCorner);
-inline const double kDoubledFilterGain = filterGain(InputFilter::kDoubledCorner);
+    filter.setCorner(InputFilter::kCorner, 48000.0);
+    for (int i = 0; i < 1000; ++i) filter.process(both(1.0));
+    return left(filter.process(both(1.0)));
+}();
 
 // An engine in a host, reset after it was told the settings: wet only, unity gains, no feedback and
 // 100 ms where they say nothing else.

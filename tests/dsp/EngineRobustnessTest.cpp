@@ -26,19 +26,16 @@ Settings busy(ProcessingMode mode) {
 }
 
 TEST(EngineRobustness, BadSamplesAreSilence) {
+    const double poisons[] = {kNan, kInfinity, -kInfinity, 1025.0, -1e30, 1e308};
     for (const ProcessingMode mode : kModes) {
         EngineRig clean(busy(mode)), poisoned(busy(mode));
         Stereo good = stereoNoise(48000, 0.5, 1), bad = good;
         Stereo goodSide = stereoNoise(48000, 0.5, 2), badSide = goodSide;
         Dice dice(3);
-        for (const double poison : {kNan, kInfinity, -kInfinity, 1025.0, -1e30, 1e308}) {
-            for (int n = 0; n < 300; ++n) {
-                const auto i = static_cast<size_t>(dice.below(40000));
-                (n % 2 ? good.left : good.right)[i] = 0.0;
-                (n % 2 ? bad.left : bad.right)[i] = poison;
-                goodSide.left[i] = goodSide.right[i] = 0.0;
-                badSide.left[i] = badSide.right[i] = poison;
-            }
+        for (int n = 0; n < 2000; ++n) {
+            const auto i = static_cast<size_t>(dice.below(40000));
+            good.left[i] = goodSide.right[i] = 0.0;
+            bad.left[i] = badSide.right[i] = dice.of(poisons);
         }
         const Stereo expected = clean.render(good, &goodSide);
         ASSERT_GT(peak(expected.left), 0.1);
@@ -72,15 +69,15 @@ TEST(EngineRobustness, AClockThatJumpsDoesNotOvershoot) {
                    {kWaveform, 0.5},
                    {kDepth, 1.0},
                    {kDelayX2, 1.0}});
-    rig.render(stereoNoise(9600, 1.0));
-    double highest = 0.0;
-    for (uint64_t n = 0; n < 400; ++n) {
-        rig.set(kEnvInvert, static_cast<double>(n % 2));
-        highest = std::max(highest, peak(rig.render(stereoNoise(300 + n % 7, 1.0, n)).left));
+    rig.blockSize = 303;
+    int blocks = 0;
+    rig.afterBlock = [&] {
+        rig.set(kEnvInvert, ++blocks % 2);
         ASSERT_GE(rig.clockFactor(), 1.0 / 16.0 - 1e-12);
-    }
-    EXPECT_GT(highest, 2.0);
-    EXPECT_LT(highest, 8.0);
+    };
+    const Signal out = rig.render(stereoNoise(130000, 1.0)).left;
+    EXPECT_GT(peak(out), 2.0);
+    EXPECT_LT(peak(out), 8.0);
 }
 
 TEST(EngineRobustness, ParametersAreClampedAndNonsenseIsIgnored) {
@@ -91,18 +88,12 @@ TEST(EngineRobustness, ParametersAreClampedAndNonsenseIsIgnored) {
     rig.set(kMix, 1.0);
     rig.settle();
     EXPECT_LT(peak(rig.render(padded(rig.pulse(0.01), 24000)).left, 9600), 1e-9);  // one echo
-}
 
-// Where denormals count as zero, a negative one passes for 0 in comparisons and not in functions.
-TEST(EngineRobustness, ANegativeDenormalIsZero) {
+    // Where denormals count as zero, a negative one passes for 0 in comparisons and not in
+    // functions.
     const ScopedFloatingPointMode hostFlushes;
-    const Stereo in = stereoNoise(4800);
-    for (uint32_t index = 0; index <= kManualTempo; ++index) {
-        EngineRig rig(busy(ProcessingMode::Clean)), zero(busy(ProcessingMode::Clean));
-        rig.set(index, -6e-317);
-        zero.set(index, 0.0);
-        EXPECT_EQ(largestDifference(rig.render(in), zero.render(in)), 0.0) << index;
-    }
+    volatile double negative = -6e-317;
+    EXPECT_FALSE(std::signbit(clampNormalised(negative)));
 }
 
 TEST(EngineRobustness, EveryRateWorksAndTheUnfitOnesAreReplaced) {
@@ -114,7 +105,6 @@ TEST(EngineRobustness, EveryRateWorksAndTheUnfitOnesAreReplaced) {
         EXPECT_EQ(rig.engine.setSampleRate(asked), asked == used) << asked;
         EXPECT_NEAR(rig.read(kOutSampleRate) * 1e6, used, 1e-6);
         EXPECT_EQ(rig.engine.getTail(), static_cast<int32_t>(used * 10.0));
-        EXPECT_EQ(rig.engine.getLatency(), 0);
         for (const double x2 : {0.0, 1.0}) {
             rig.set(kDelayX2, x2);
             rig.engine.reset();
@@ -125,25 +115,8 @@ TEST(EngineRobustness, EveryRateWorksAndTheUnfitOnesAreReplaced) {
     }
 }
 
-TEST(EngineRobustness, SingleAndDoublePrecisionAgree) {
-    EngineRig wide(busy(ProcessingMode::Legacy)), narrow(busy(ProcessingMode::Legacy));
-    const Stereo in = stereoNoise(48000);
-    std::vector<float> left(in.left.begin(), in.left.end()),
-        right(in.right.begin(), in.right.end());
-    const Stereo rounded{Signal(left.begin(), left.end()), Signal(right.begin(), right.end())};
-    wide.blockSize = 48000;
-    const Stereo expected = wide.render(rounded, &rounded);
-    const float* ins[4] = {left.data(), right.data(), left.data(), right.data()};
-    float* outs[2] = {left.data(), right.data()};  // in place
-    narrow.engine.process32(ins, outs, 48000);
-    for (size_t i = 0; i < in.size(); ++i) {
-        ASSERT_EQ(left[i], static_cast<float>(expected.left[i])) << i;
-        ASSERT_EQ(right[i], static_cast<float>(expected.right[i])) << i;
-    }
-}
-
 TEST(EngineRobustness, MissingChannelsFallBackAndMissingBuffersDoNoHarm) {
-    const Stereo in = stereoNoise(4800);
+    const Stereo in = stereoNoise(4800), side = in.right;
     const double* mono[4] = {in.left.data(), nullptr, in.right.data(), nullptr};
     const double* none[4] = {};
     Stereo heard = silence(in.size());
@@ -151,22 +124,19 @@ TEST(EngineRobustness, MissingChannelsFallBackAndMissingBuffersDoNoHarm) {
     double* leftOnly[2] = {heard.left.data(), nullptr};
     double* noOuts[2] = {};
 
-    const Stereo side = in.right;
     EngineRig expected(busy(ProcessingMode::Clean)), rig(busy(ProcessingMode::Clean));
-    const Stereo both = expected.render(in.left, &side);
     rig.engine.process64(mono, outs, 4800);
-    EXPECT_LT(largestDifference(heard, both), 1e-12);
+    EXPECT_LT(largestDifference(heard, expected.render(in.left, &side)), 1e-12);
 
     // A mono output is the mean.
-    const double* stereo[4] = {in.left.data(), in.right.data(), nullptr, nullptr};
     EngineRig wide, narrow;
-    const Stereo sides = wide.render(in);
+    const double* stereo[4] = {in.left.data(), in.right.data(), nullptr, nullptr};
     narrow.engine.process64(stereo, leftOnly, 4800);
+    const Stereo sides = wide.render(in);
     for (size_t i = 0; i < in.size(); ++i)
         ASSERT_NEAR(heard.left[i], 0.5 * (sides.left[i] + sides.right[i]), 1e-12);
 
     rig.engine.process64(none, noOuts, 512);
-    rig.engine.process64(mono, noOuts, 512);
     rig.engine.processSuspended64(none, noOuts, 512);
     rig.engine.processSuspended64(mono, leftOnly, 4800);
     rig.engine.process64(mono, outs, 0);
@@ -175,57 +145,25 @@ TEST(EngineRobustness, MissingChannelsFallBackAndMissingBuffersDoNoHarm) {
     EXPECT_TRUE(allFinite(heard.left));  // silence or a tail, but written
 }
 
-// Bits that no arithmetic would leave alone.
-template <typename Sample>
-std::vector<Sample> delicateBits() {
-    using Limits = std::numeric_limits<Sample>;
-    const Sample delicate[] = {Limits::quiet_NaN(),  Limits::infinity(), -Limits::infinity(),
-                               Limits::denorm_min(), -Sample(0),         Limits::max(),
-                               Sample(0.1)};
-    std::vector<Sample> bits(4800);
-    for (size_t i = 0; i < bits.size(); ++i) bits[i] = delicate[i % std::size(delicate)];
-    return bits;
-}
-template <typename Sample>
-bool areSameBits(const std::vector<Sample>& a, const std::vector<Sample>& b) {
-    return std::memcmp(a.data(), b.data(), a.size() * sizeof(Sample)) == 0;
-}
-
-TEST(EngineSuspended, PassesTheInputBitForBit) {
-    EngineRig rig;
-    rig.render(stereoNoise(4800));
-    const auto doubles = delicateBits<double>();
-    const auto floats = delicateBits<float>();
-    auto left = doubles, right = doubles;  // the left channel in place
-    auto narrowLeft = floats, narrowRight = floats;
-    const double* ins[4] = {left.data(), doubles.data(), nullptr, nullptr};
-    double* outs[2] = {left.data(), right.data()};
-    rig.engine.processSuspended64(ins, outs, 4800);  // 100 ms: the crossfade is over
-    left = doubles;
-    right.assign(right.size(), 0.0);
-    rig.engine.processSuspended64(ins, outs, 4800);
-    EXPECT_TRUE(areSameBits(left, doubles));
-    EXPECT_TRUE(areSameBits(right, doubles));
-
-    const float* narrowIns[4] = {narrowLeft.data(), nullptr, nullptr, nullptr};
-    float* narrowOuts[2] = {narrowLeft.data(), narrowRight.data()};
-    narrowRight.assign(narrowRight.size(), 0.0f);
-    rig.engine.processSuspended32(narrowIns, narrowOuts, 4800);  // a mono input, in place, too
-    EXPECT_TRUE(areSameBits(narrowLeft, floats));
-    EXPECT_TRUE(areSameBits(narrowRight, floats));
-}
-
-TEST(EngineSuspended, FadesInAndOutWithinAFewMilliseconds) {
+TEST(EngineSuspended, PassesTheInputBitForBitAndFadesOnItsWay) {
     EngineRig rig({{kDelayTime, ms(33.7)}});
-    const Signal in = rig.sine(100.0, 0.2);
-    Signal heard = rig.render(in).left;
-    for (int turn = 0; turn < 6; ++turn) {
-        rig.suspended = !rig.suspended;
-        const Signal part = rig.render(in).left;
-        heard = join(heard, part);
-        if (rig.suspended) {
-            EXPECT_EQ(largestDifference(part, in, rig.samples(0.02)), 0.0);
-        }
+    const Signal tone = rig.sine(100.0, 0.2);
+    Signal heard = rig.render(tone).left;
+    for (int turn = 0; turn < 3; ++turn) {
+        rig.suspended = true;
+        const Signal passed = rig.render(tone).left;
+        EXPECT_EQ(largestDifference(passed, tone, rig.samples(0.02)), 0.0);
+        heard = join(heard, passed);
+
+        // Bits that no arithmetic would leave alone.
+        Signal delicate = tone;
+        using Limits = std::numeric_limits<double>;
+        for (const double bits : {kNan, kInfinity, Limits::denorm_min(), -0.0, Limits::max()})
+            delicate.push_back(bits);
+        const Signal same = rig.render(delicate).left;
+        EXPECT_EQ(std::memcmp(same.data(), delicate.data(), same.size() * sizeof(double)), 0);
+        rig.suspended = false;
+        heard = join(heard, rig.render(tone).left);
     }
     // The sine steps by 0.0066 and its echo by as much; a hard switch by up to 1.
     EXPECT_LT(largestStep(heard), 0.02);
@@ -234,11 +172,11 @@ TEST(EngineSuspended, FadesInAndOutWithinAFewMilliseconds) {
 TEST(EngineReset, LeavesNothingOfThePast) {
     for (const ProcessingMode mode : kModes) {
         EngineRig used({{kProcessingMode, valueOf(mode)}, {kLfoSync, 1.0}}), fresh(busy(mode));
-        used.render(stereoNoise(30000, 0.5, 1));
+        used.render(stereoNoise(30000, 8.0, 1));
         used.set({{kInfRepeat, 1.0}, {kDepth, 1.0}});
         used.host.giveTempo(99.0);
         used.host.play(7.0);
-        used.render(stereoNoise(30000, 0.5, 2));
+        used.render(stereoNoise(30000, 8.0, 2));
         used.set({{kInfRepeat, 0.0}, {kLfoSync, 0.0}});
         used.host.now = fresh.host.now;
         used.set(busy(mode));
@@ -253,14 +191,6 @@ TEST(EngineReset, LeavesNothingOfThePast) {
         EXPECT_EQ(largestDifference(used.render(in), fresh.render(in)), 0.0)
             << static_cast<int>(mode);
     }
-}
-
-TEST(EngineThreadState, TheHostsFloatingPointModeIsRestored) {
-    // Denormals are flushed inside; what the host's own code does with them must not change.
-    EngineRig rig;
-    volatile double tiny = std::numeric_limits<double>::min();
-    rig.render(silence(64));
-    EXPECT_GT(tiny / 2.0, 0.0);
 }
 
 }  // namespace

@@ -6,10 +6,10 @@
 
 #include "pluginterfaces/gui/iplugviewcontentscalesupport.h"
 
-#include <atomic>
 #include <chrono>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <thread>
 
@@ -27,12 +27,18 @@ using Hosting::EditorWindow;
 using Hosting::Pointer;
 
 #ifdef _WIN32
-constexpr int kAttempts = 5, kRounds = 10, kEditors = 8,
-              kWarmUp = 3;  // Wine takes seconds for each
+// Wine takes seconds for each, and never shows about one window in ten.
+constexpr int kAttempts = 5, kRounds = 10, kEditors = 8, kWarmUp = 3;
+constexpr std::chrono::seconds kPatience{10};
 #else
 constexpr int kAttempts = 1, kRounds = 50, kEditors = 200, kWarmUp = 20;
+constexpr std::chrono::seconds kPatience{120};  // however busy the machine is
 #endif
 constexpr int kInputX = 141, kInputY = 65;  // the Input knob at 100 %
+
+bool waitFor(EditorWindow& window, const std::function<bool()>& condition) {
+    return window.runUntil(condition, kPatience);
+}
 
 // Once the editor has drawn itself, it shows more than a few colours.
 bool isDrawn(EditorWindow& window) {
@@ -45,10 +51,9 @@ EditorWindow::Ptr open(ModuleRig& rig) {
 }
 
 EditorWindow::Ptr openDrawn(ModuleRig& rig) {
-    // Wine never shows about one window in ten.
     for (int attempt = 0; attempt < kAttempts; ++attempt) {
         auto window = open(rig);
-        if (window->runUntil([&] { return isDrawn(*window); })) return window;
+        if (waitFor(*window, [&] { return isDrawn(*window); })) return window;
     }
     ADD_FAILURE() << "the editor isn't drawn";
     std::abort();
@@ -66,10 +71,8 @@ void dragInputUp(EditorWindow& window) {
 }
 
 void click(EditorWindow& window, int x, int y) {
-    window.point(Pointer::Move, x, y);
-    window.point(Pointer::Press, x, y);
-    window.point(Pointer::Release, x, y);
-    pause(window, 150);
+    for (const auto action : {Pointer::Move, Pointer::Press, Pointer::Release})
+        window.point(action, x, y);
 }
 
 #ifndef _WIN32
@@ -81,102 +84,73 @@ void type(EditorWindow& window, const std::string& keys) {
 }
 
 // The preset folder is found once a process.
-class UserFolder final : public ::testing::Environment {
-  public:
-    void SetUp() override {
-        std::filesystem::create_directories(folder);
-        setenv("HOME", folder.c_str(), 1);
-        setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+const struct UserFolder {
+    UserFolder() {
+        std::filesystem::create_directories(path);
+        setenv("HOME", path.c_str(), 1);
+        setenv("XDG_CONFIG_HOME", path.c_str(), 1);
     }
-    void TearDown() override { std::filesystem::remove_all(folder); }
+    ~UserFolder() { std::filesystem::remove_all(path); }
 
-    const std::filesystem::path folder =
+    const std::filesystem::path path =
         std::filesystem::temp_directory_path() / ("corvane-window-" + std::to_string(getpid()));
-};
-const auto* const user =
-    static_cast<UserFolder*>(::testing::AddGlobalTestEnvironment(new UserFolder));
+} user;
 
 std::set<std::string> presetFiles() {
     std::set<std::string> names;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(user->folder))
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(user.path))
         if (entry.path().extension() == ".qvx") names.insert(entry.path().stem());
     return names;
 }
 
-TEST(EditorWindow, TypedTextIsTakenByReturnAndTheNamedButtonAlone) {
+TEST(EditorWindow, RealKeysEditAndClicksInARowAreCounted) {
     for (const char* dialogs : {"/usr/bin/zenity", "/usr/bin/kdialog"})
         if (access(dialogs, X_OK) == 0) GTEST_SKIP() << "names are typed into " << dialogs;
     ModuleRig rig;
     auto window = openDrawn(rig);
-    const auto saveAs = [&](const char* name) {
+    for (const char* keys : {"K e y Return", "x y z ctrl+a ctrl+c Right ctrl+v Return",
+                             "q ctrl+a ctrl+x ctrl+v ctrl+v Return",
+                             "v w shift+Home ctrl+x ctrl+v ctrl+v Return",  // from its end
+                             "E s c Escape", "L o s t"}) {
         click(*window, 425, 18);
-        type(*window, name);
-    };
-    saveAs("C a n c e l");
-    click(*window, 599, 207);
-    saveAs("B e s i d e");
-    click(*window, 100, 300);
-    saveAs("E s c Escape");
-    EXPECT_EQ(presetFiles(), std::set<std::string>());
-    saveAs("K e y Return");
-    saveAs("B u t t o n");
-    click(*window, 521, 207);
-    EXPECT_EQ(presetFiles(), (std::set<std::string>{"Button", "Key"}));
-    // Closing the editor cancels, too.
-    saveAs("L o s t");
+        pause(*window, 150);
+        type(*window, keys);
+    }
     window = nullptr;
-    EXPECT_EQ(presetFiles(), (std::set<std::string>{"Button", "Key"}));
+    EXPECT_EQ(presetFiles(), (std::set<std::string>{"Key", "xyzxyz", "qq", "vwvw"}));
 
-    // The common shortcuts, and a value that closing must not write.
+    // A single click and, after the time of a double click, two.
     window = openDrawn(rig);
-    saveAs("x y z ctrl+a ctrl+c Right ctrl+v Return");
-    EXPECT_TRUE(presetFiles().contains("xyzxyz"));
-    saveAs("q ctrl+a ctrl+x ctrl+v ctrl+v Return");
-    EXPECT_TRUE(presetFiles().contains("qq"));
-    saveAs("v w shift+Home ctrl+x ctrl+v ctrl+v Return");  // selected from its end
-    EXPECT_TRUE(presetFiles().contains("vwvw"));
-    // Two clicks in 400 ms are a double click, after a single one too.
     click(*window, kInputX, kInputY);
-    pause(*window, 300);
-    click(*window, kInputX, kInputY);
-    pause(*window, 130);
-    click(*window, kInputX, kInputY);
+    pause(*window, 500);
+    for (int i = 0; i < 2; ++i) click(*window, kInputX, kInputY);
+    pause(*window, 150);
     type(*window, "minus 6 Return");
     ASSERT_FALSE(rig.plugin->editLog().edits.empty());
     EXPECT_EQ(rig.plugin->editLog().edits.back().id, uint32_t{kInput});
-    const auto begun = rig.plugin->editLog().begun;
-    for (int i = 0; i < 2; ++i) click(*window, kInputX, kInputY);
-    type(*window, "1 2");
-    window = nullptr;
-    EXPECT_EQ(rig.plugin->editLog().begun, begun);
 }
 
 // A host's side without a window.
 class BareFrame final : public FObject, public IPlugFrame, public Linux::IRunLoop {
   public:
-    std::vector<Linux::ITimerHandler*> timers;
-    int resized = 0;
+    int handlers = 0;
 
-    tresult PLUGIN_API resizeView(IPlugView* view, ViewRect* size) override {
-        ++resized;
-        return view->onSize(size);
-    }
+    tresult PLUGIN_API resizeView(IPlugView*, ViewRect*) override { return kResultFalse; }
     tresult PLUGIN_API registerEventHandler(Linux::IEventHandler*, Linux::FileDescriptor) override {
+        ++handlers;
         return kResultTrue;
     }
     tresult PLUGIN_API unregisterEventHandler(Linux::IEventHandler*) override {
+        --handlers;
         return kResultTrue;
     }
-    tresult PLUGIN_API registerTimer(Linux::ITimerHandler* handler, Linux::TimerInterval) override {
-        timers.push_back(handler);
+    tresult PLUGIN_API registerTimer(Linux::ITimerHandler*, Linux::TimerInterval) override {
+        ++handlers;
         return kResultTrue;
     }
-    tresult PLUGIN_API unregisterTimer(Linux::ITimerHandler* handler) override {
-        std::erase(timers, handler);
+    tresult PLUGIN_API unregisterTimer(Linux::ITimerHandler*) override {
+        --handlers;
         return kResultTrue;
-    }
-    void runTimers() {
-        for (auto* timer : std::vector(timers)) timer->onTimer();
     }
 
     DELEGATE_REFCOUNT(FObject)
@@ -186,35 +160,26 @@ class BareFrame final : public FObject, public IPlugFrame, public Linux::IRunLoo
     END_DEFINE_INTERFACES(FObject)
 };
 
-TEST(EditorWindow, OpensOnlyWhereItCanAndObeysOneThread) {
+TEST(EditorWindow, OpensOnlyWhereItCan) {
     ModuleRig rig;
-    auto& controller = *rig.plugin->controller();
     xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
     const auto root = xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
     xcb_disconnect(connection);
-    const auto handle = [](xcb_window_t window) {
-        return reinterpret_cast<void*>(static_cast<uintptr_t>(window));
+    const auto view = owned(rig.plugin->controller()->createView(Vst::ViewType::kEditor));
+    const auto attach = [&](uintptr_t window, FIDString type = kPlatformTypeX11EmbedWindowID) {
+        return view->attached(reinterpret_cast<void*>(window), type);
     };
-    const auto view = owned(controller.createView(Vst::ViewType::kEditor));
-    const auto x11 = kPlatformTypeX11EmbedWindowID;
-    EXPECT_EQ(view->attached(handle(root), x11), kResultFalse) << "no event loop";
+    EXPECT_EQ(attach(root), kResultFalse) << "no event loop";
     const auto host = owned(new BareFrame);
     view->setFrame(host);
-    EXPECT_EQ(view->attached(nullptr, x11), kResultFalse);
-    EXPECT_EQ(view->attached(handle(root), kPlatformTypeHWND), kResultFalse);
-    EXPECT_EQ(view->attached(handle(0x7ffffff), x11), kResultFalse) << "no window";
-    EXPECT_TRUE(host->timers.empty());
-    ASSERT_EQ(view->attached(handle(root), x11), kResultOk);
-    EXPECT_EQ(view->attached(handle(root), x11), kResultFalse) << "open already";
-
-    const int before = host->resized;
-    controller.setParamNormalized(kShowHideExtensions, 0.0);
-    std::thread([&] { host->runTimers(); }).join();
-    EXPECT_EQ(host->resized, before);
-    host->runTimers();
-    EXPECT_GT(host->resized, before);
+    EXPECT_EQ(attach(0), kResultFalse);
+    EXPECT_EQ(attach(root, kPlatformTypeHWND), kResultFalse);
+    EXPECT_EQ(attach(0x7ffffff), kResultFalse) << "no window";
+    EXPECT_EQ(host->handlers, 0);
+    ASSERT_EQ(attach(root), kResultOk);
+    EXPECT_EQ(attach(root), kResultFalse) << "open already";
     EXPECT_EQ(view->removed(), kResultOk);
-    EXPECT_TRUE(host->timers.empty());
+    EXPECT_EQ(host->handlers, 0);
     view->setFrame(nullptr);
 }
 
@@ -238,7 +203,7 @@ TEST(EditorWindow, ItsControlsReachTheHostAndAreDrawnAsIfAllAtOnce) {
     auto window = openDrawn(rig);
     auto& log = rig.plugin->editLog();
     dragInputUp(*window);
-    EXPECT_TRUE(window->runUntil([&] { return log.ended == 1; }));
+    EXPECT_TRUE(waitFor(*window, [&] { return log.ended == 1; }));
     ASSERT_GT(log.edits.size(), 2u);
     EXPECT_EQ(log.edits.back().id, uint32_t{kInput});
     EXPECT_GT(log.edits.back().value, 0.5);
@@ -246,7 +211,7 @@ TEST(EditorWindow, ItsControlsReachTheHostAndAreDrawnAsIfAllAtOnce) {
     EXPECT_NE(window->view().onKeyDown(' ', 0, 0), kResultTrue);
     for (const auto& [x, y] : {std::pair{562, 164}, {280, 200}, {138, 196}}) click(*window, x, y);
     window->point(Pointer::Move, 620, 347);  // where nothing lights up under the pointer
-    EXPECT_TRUE(window->runUntil([&] { return log.ended == 4; }));
+    EXPECT_TRUE(waitFor(*window, [&] { return log.ended == 4; }));
     EXPECT_EQ(log.misuses, std::vector<std::string>{});
     const auto changed = settled(*window);
     window = nullptr;
@@ -263,85 +228,63 @@ TEST(EditorWindow, FollowsTheHostsSizeAndKeepsItsShape) {
     ModuleRig rig;
     auto window = openDrawn(rig);
     const int width = window->width(), height = window->height();
-    for (const int percent : {150, 50, 300, 100}) {
+    for (const int percent : {50, 300, 125}) {
         ASSERT_TRUE(window->setWidth(width * percent / 100));
         EXPECT_EQ(window->width(), width * percent / 100);
         EXPECT_NEAR(window->height(), height * percent / 100, 1) << percent;
-        EXPECT_TRUE(window->runUntil([&] { return isDrawn(*window); })) << percent;
+        EXPECT_TRUE(waitFor(*window, [&] { return isDrawn(*window); })) << percent;
     }
+    window = nullptr;
+    window = openDrawn(rig);
+    EXPECT_EQ(window->width(), width * 5 / 4) << "as the instance's last one was left";
+    ViewRect size(0, 0, 1234, 10);
+    EXPECT_EQ(window->view().checkSizeConstraint(&size), kResultTrue);
+    EXPECT_EQ(size.getWidth(), 1230);
+    EXPECT_NEAR(size.getHeight(), height * 1230 / width, 1);
     FUnknownPtr<IPlugViewContentScaleSupport> scale(&window->view());
     ASSERT_TRUE(scale);
-    for (const float factor : {1.0F, 2.0F, 2.0F, 1.0F}) {
-        EXPECT_EQ(scale->setContentScaleFactor(factor), kResultTrue);
-        EXPECT_EQ(window->width(), static_cast<int>(static_cast<float>(width) * factor));
-    }
-    for (const float factor : {0.2F, 8.1F, 0.0F, -1.0F, INFINITY, NAN})
-        EXPECT_NE(scale->setContentScaleFactor(factor), kResultTrue) << factor;
-    EXPECT_EQ(window->width(), width);
-    for (const auto& [wanted, given] :
-         {std::pair{10, width / 2}, {1234, 1230}, {99999, width * 3}}) {
-        ViewRect size(0, 0, wanted, 10);
-        EXPECT_EQ(window->view().checkSizeConstraint(&size), kResultTrue);
-        EXPECT_EQ(size.getWidth(), given);
-        EXPECT_NEAR(size.getHeight(), height * given / width, 1);
-    }
-    // The next editor of the same instance opens as it was left.
-    ASSERT_TRUE(window->setWidth(width * 5 / 4));
-    window = nullptr;
-    EXPECT_EQ(openDrawn(rig)->width(), width * 5 / 4);
+    EXPECT_EQ(scale->setContentScaleFactor(2.0F), kResultTrue);
+    EXPECT_EQ(window->width(), width * 5 / 2);
 }
 
 // Each window has an event loop of its own, as in hosts that run one a window.
 TEST(EditorWindow, EditorsOfSeveralInstancesLiveAndDieApart) {
-    ModuleRig rigs[3];
-    EditorWindow::Ptr windows[3];
+    ModuleRig rigs[2];
+    EditorWindow::Ptr windows[2];
+    const auto waitAmongAll = [&](int which, const std::function<bool()>& condition) {
+        return waitFor(*windows[which], [&] {
+            for (const auto& window : windows)
+                if (window) pause(*window, 1);
+            return condition();
+        });
+    };
+    const auto openAt = [&](int which) {
+        windows[which] = open(rigs[which]);
+        // Until then events may find no window of the editor's.
+        waitAmongAll(which, [&] { return isDrawn(*windows[which]); });
+    };
     const auto dragIn = [&](int which) {
         const auto& log = rigs[which].plugin->editLog();
         const int ended = log.ended;
         dragInputUp(*windows[which]);
-        return windows[which]->runUntil([&] {
-            for (const auto& window : windows)
-                if (window) pause(*window, 1);
-            return log.ended == ended + 1;
-        });
+        return waitAmongAll(which, [&] { return log.ended == ended + 1; });
     };
-    for (int i = 0; i < 3; ++i) windows[i] = open(rigs[i]);
-    EXPECT_TRUE(dragIn(0));
+    for (const int which : {0, 1}) openAt(which);
+    for (const int which : {0, 1}) EXPECT_TRUE(dragIn(which));
     windows[0] = nullptr;
     EXPECT_TRUE(dragIn(1));
-    EXPECT_TRUE(dragIn(2));
-    // Timers go on, too: they have the panel closed.
+    // Timers go on, too, in the thread that opened the editor: they have the panel closed.
     const int height = windows[1]->height();
     rigs[1].plugin->controller()->setParamNormalized(kShowHideExtensions, 0.0);
-    EXPECT_TRUE(windows[1]->runUntil([&] { return windows[1]->height() < height; }));
+    std::thread([&] { pause(*windows[1], 200); }).join();
+    EXPECT_EQ(windows[1]->height(), height);
+    EXPECT_TRUE(waitFor(*windows[1], [&] { return windows[1]->height() < height; }));
+    openAt(0);
+    EXPECT_TRUE(dragIn(1));
     windows[1] = nullptr;
-    EXPECT_TRUE(dragIn(2));
-    windows[0] = open(rigs[0]);
-    EXPECT_TRUE(dragIn(2));
-    windows[2] = nullptr;
     EXPECT_TRUE(dragIn(0));
     EXPECT_EQ(rigs[0].plugin->editLog().ended, 2);
-    EXPECT_EQ(rigs[1].plugin->editLog().ended, 1);
-    EXPECT_EQ(rigs[2].plugin->editLog().ended, 3);
-}
-
-TEST(EditorWindow, OpensAndClosesManyTimesWhileAudioRuns) {
-    ModuleRig rig;
-    std::atomic<bool> done = false;
-    std::thread audio([&] {
-        while (!done) rig.render(noise(4800, 0.2));
-    });
-    size_t handles = 0;
-    for (int round = 0; round < kRounds; ++round) {
-        if (round == kRounds / 2) handles = currentUse().handles;
-        auto window = round % 10 == 0 ? openDrawn(rig) : open(rig);
-        pause(*window, round % 3 * 30);
-        window->close();
-        EXPECT_EQ(window->handlerCount(), 0u) << "handlers are left in the host's loop";
-    }
-    EXPECT_EQ(currentUse().handles, handles);
-    done = true;
-    audio.join();
+    EXPECT_EQ(rigs[1].plugin->editLog().ended, 3);
 }
 
 // As hosts' scans and closed projects have it: the module may come and go with its editor.
@@ -350,8 +293,12 @@ TEST(EditorWindow, LeavesNothingBehind) {
         for (int i = 0; i < rounds; ++i) {
             std::optional<ModuleRig> own;
             ModuleRig& rig = kept ? *kept : own.emplace();
-            pause(*open(rig), 40);
-            rig.render(impulse(480));
+            std::thread audio([&] { rig.render(noise(4800, 0.2)); });
+            auto window = open(rig);
+            pause(*window, i % 3 * 20);
+            window->close();
+            EXPECT_EQ(window->handlerCount(), 0u) << "handlers are left in the host's loop";
+            audio.join();
         }
         return currentUse();
     };

@@ -6,14 +6,11 @@
 
 #include <xmmintrin.h>
 
-#include <array>
-#include <limits>
+#include <cmath>
 
 namespace Quorvant::Test {
 namespace {
 
-using Hosting::Block;
-using Hosting::HostedPlugin;
 using Steinberg::kResultOk;
 
 // An instance with one of the factory's programs, as a host brings it to both halves.
@@ -26,33 +23,35 @@ std::unique_ptr<ModuleRig> withProgram(double program) {
 }
 
 TEST(ModuleLife, TwoHundredInstancesSoundEachAsItDoesAlone) {
-    constexpr int kInstances = 200, kPrograms = 40, kSlices = 5;
-    const auto programOf = [](int i) { return (i % kPrograms) / double{kPrograms}; };
+    constexpr size_t kInstances = 200, kPrograms = 40;
+    constexpr int kSlices = 6;
+    const auto programOf = [](size_t i) {
+        return static_cast<double>(i % kPrograms) / double{kPrograms};
+    };
     const Stereo in = stereoNoise(1000, 0.3);
-    std::vector<std::unique_ptr<ModuleRig>> rigs;
-    for (int i = 0; i < kInstances; ++i) rigs.push_back(withProgram(programOf(i)));
-    std::vector<Signal> heard(kInstances);
     const auto playOn = [&](ModuleRig& rig, Signal& to) {
         const Stereo out = rig.render(in);
         to = join(join(std::move(to), out.left), out.right);
     };
-    for (int slice = 0; slice < kSlices; ++slice)
-        for (size_t i = 0; i < rigs.size(); ++i) playOn(*rigs[i], heard[i]);
-
-    // Half of them go, and the others play on.
-    for (size_t i = 0; i < rigs.size(); i += 2) rigs[i] = nullptr;
-    for (size_t i = 1; i < rigs.size(); i += 2) playOn(*rigs[i], heard[i]);
-    rigs.clear();
-    for (size_t program = 0; program < kPrograms; ++program) {
-        const auto alone = withProgram(programOf(static_cast<int>(program)));
-        Signal expected;
-        for (int slice = 0; slice <= kSlices; ++slice) playOn(*alone, expected);
-        EXPECT_GT(peak(expected), 0.0) << program;
-        for (size_t i = program; i < heard.size(); i += kPrograms) {
-            ASSERT_LE(heard[i].size(), expected.size());
-            EXPECT_TRUE(std::equal(heard[i].begin(), heard[i].end(), expected.begin()))
-                << "instance " << i;
+    std::vector<std::unique_ptr<ModuleRig>> rigs;
+    for (size_t i = 0; i < kInstances; ++i) rigs.push_back(withProgram(programOf(i)));
+    std::vector<Signal> heard(kInstances);
+    for (int slice = 1; slice <= kSlices; ++slice) {
+        for (size_t i = 0; i < kInstances; ++i) {
+            // Half of them go before the last slice, and the others play on.
+            if (slice == kSlices && i % 2 == 0) rigs[i] = nullptr;
+            if (rigs[i]) playOn(*rigs[i], heard[i]);
         }
+    }
+    rigs.clear();
+    for (size_t i = 0; i < kPrograms; ++i) {
+        const auto alone = withProgram(programOf(i));
+        Signal expected;
+        for (int slice = 1; slice <= kSlices; ++slice) playOn(*alone, expected);
+        EXPECT_GT(peak(expected), 0.0) << i;
+        for (size_t same = i; same < kInstances; same += kPrograms)
+            EXPECT_TRUE(std::equal(heard[same].begin(), heard[same].end(), expected.begin()))
+                << "instance " << same;
     }
 }
 
@@ -62,11 +61,6 @@ ProcessUse useAfterRounds(int rounds) {
         ModuleRig rig(oneEcho());
         const Stereo out = rig.render(impulse(9600));
         EXPECT_NEAR(static_cast<double>(peakPosition(out.left, 1)), 4800.0, 40.0);
-        const auto component = rig.plugin->componentState();
-        const auto controller = rig.plugin->controllerState();
-        EXPECT_TRUE(component && controller);
-        EXPECT_EQ(rig.plugin->setComponentState(*component), kResultOk);
-        EXPECT_EQ(rig.plugin->setControllerState(*controller), kResultOk);
         rig.plugin->controller()->setParamNormalized(kProgram, i / 50.0);
     }
     return currentUse();
@@ -85,40 +79,18 @@ TEST(ModuleLife, LoadingAndUnloadingLeavesNothingBehind) {
     EXPECT_LT(after.heapBytes, before.heapBytes + kGrowth) << before.heapBytes << " before";
 }
 
-// What is heard of noise, parameters, tempo and position that are no numbers among it, by a thread
-// with this control word, which must stay as it is.
-Signal heardUnder(unsigned word) {
-    Hosting::Setup setup;
-    setup.doublePrecision = true;
-    ModuleRig rig(oneEcho({{"Delay Time", "1"}, {"Feedback", "8"}, {"Depth", "5"}}), setup);
-    using Limits = std::numeric_limits<double>;
-    const double odd[] = {Limits::quiet_NaN(), Limits::infinity(), Limits::denorm_min(),
-                          Limits::max(), Limits::signaling_NaN()};
-    constexpr int kFrames = 512;
-    std::array<Signal, 4> memory;
-    memory.fill(Signal(kFrames));
-    Signal heard;
-    for (int round = 0; round < 20; ++round) {
-        memory[0] = noise(kFrames, 0.4);
-        memory[1] = noise(kFrames, 0.4, 7);
-        for (size_t i = 49; i < kFrames; i += 50) memory[1][i] = odd[i / 50 % 5];
-        Block<double> block;
-        block.frames = kFrames;
-        block.inputs = {{memory[0].data(), memory[1].data()}};
-        block.outputs = {{memory[2].data(), memory[3].data()}};
-        block.points = {{kMix, 0, odd[0]}, {kFeedback, 0, round / 20.0}, {kSuspend, 0, odd[0]}};
-        const auto context =
-            Hosting::makeContext({.tempoBpm = odd[0], .positionBeats = odd[0]}, 48000.0);
-        block.context = &context;
-        const unsigned usual = _mm_getcsr();
-        _mm_setcsr(word);
-        const auto answer = rig.plugin->process(block);
-        const unsigned after = _mm_getcsr();
-        _mm_setcsr(usual);
-        EXPECT_EQ(answer, kResultOk);
-        EXPECT_EQ(after, word);
-        heard = join(join(std::move(heard), memory[2]), memory[3]);
-    }
+// What is heard of noise, bad samples among it, by a thread with this control word, which must stay
+// as it is.
+Stereo heardUnder(unsigned word) {
+    ModuleRig rig(oneEcho({{"Delay Time", "1"}, {"Feedback", "8"}, {"Depth", "5"}}));
+    Stereo in = stereoNoise(9600, 0.4);
+    for (size_t i = 0; i < in.size(); i += 50) in.right[i] = i % 100 ? NAN : HUGE_VAL;
+    const unsigned usual = _mm_getcsr();
+    _mm_setcsr(word);
+    Stereo heard = rig.render(in);
+    const unsigned after = _mm_getcsr();
+    _mm_setcsr(usual);
+    EXPECT_EQ(after, word);
     return heard;
 }
 
@@ -126,12 +98,12 @@ TEST(ModuleLife, TheHostsFloatingPointSettingsAreKeptAndChangeNothing) {
     constexpr unsigned kUsual = 0x1F80;  // all exceptions masked, to nearest
     constexpr unsigned kTraps = _MM_MASK_INVALID | _MM_MASK_DIV_ZERO | _MM_MASK_OVERFLOW;
     constexpr unsigned kFlush = 0x8040;
-    const Signal expected = heardUnder(kUsual);
+    const Stereo expected = heardUnder(kUsual);
     EXPECT_TRUE(allFinite(expected));
     for (const unsigned word : {kUsual | kFlush, kUsual | _MM_ROUND_DOWN, kUsual | _MM_ROUND_UP,
                                 kUsual | _MM_ROUND_TOWARD_ZERO, kUsual & ~kTraps,
                                 (kUsual & ~kTraps) | kFlush | _MM_ROUND_UP})
-        EXPECT_EQ(heardUnder(word), expected) << std::hex << word;
+        EXPECT_EQ(largestDifference(heardUnder(word), expected), 0.0) << std::hex << word;
 }
 
 }  // namespace

@@ -8,9 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -30,7 +28,21 @@ inline Settings oneEcho(const Settings& more = {}) {
 
 class ModuleRig {
   public:
+<<<<<<< HEAD
     explicit ModuleRig(Hosting::Setup wanted = {}) : setup(wanted) { plugin->prepare(setup); }
+=======
+    explicit ModuleRig(Hosting::Setup wanted = {}) : setup(wanted) {
+        auto loaded = Hosting::HostedPlugin::load(CORVANE_MODULE, "Corvane QVX77x");
+        if (!loaded) {
+            ADD_FAILURE() << loaded.error();
+            std::abort();
+        }
+        plugin = std::move(*loaded);
+        setup.doublePrecision = true;
+        const auto prepared = plugin->prepare(setup);
+        EXPECT_TRUE(prepared) << prepared.error();
+    }
+>>>>>>> main
     // Has the settings from the first frame on, without a glide.
     ModuleRig(const Settings& settings, Hosting::Setup wanted = {}) : ModuleRig(wanted) {
         change(settings);
@@ -55,41 +67,29 @@ class ModuleRig {
         frames = 0;
     }
 
-    // `sideChain` goes to the second bus where one is set up.
-    Stereo render(const Stereo& in, const Stereo* sideChain = nullptr) {
+    // `sideChain`, as long as `in`, goes to the second bus.
+    Stereo render(Stereo in, Stereo sideChain = {}) {
         constexpr size_t kBlock = 256;
-        Stereo out{Signal(in.size()), Signal(in.size())};
-        std::array<std::array<float, kBlock>, 6> memory{};
-        Hosting::Block<float> block;
-        block.inputs = {{memory[0].data(), memory[1].data()}};
-        if (setup.sideChain > 0) block.inputs.push_back({memory[2].data(), memory[3].data()});
-        block.outputs = {{memory[4].data(), memory[5].data()}};
-        Steinberg::Vst::ProcessContext context{};
-        if (transport) block.context = &context;
+        Stereo out = silence(in.size());
         for (size_t at = 0; at < in.size(); at += kBlock) {
             const size_t n = std::min(kBlock, in.size() - at);
-            for (size_t i = 0; i < n; ++i) {
-                memory[0][i] = static_cast<float>(in.left[at + i]);
-                memory[1][i] = static_cast<float>(in.right[at + i]);
-                if (sideChain == nullptr) continue;
-                memory[2][i] = static_cast<float>(sideChain->left[at + i]);
-                memory[3][i] = static_cast<float>(sideChain->right[at + i]);
-            }
+            Hosting::Block<double> block;
             block.frames = static_cast<Steinberg::int32>(n);
+            block.inputs = {{&in.left[at], &in.right[at]}};
+            if (sideChain.size() > 0)
+                block.inputs.push_back({&sideChain.left[at], &sideChain.right[at]});
+            block.outputs = {{&out.left[at], &out.right[at]}};
+            Steinberg::Vst::ProcessContext context{};
             if (transport) {
                 Hosting::Transport now = *transport;
                 if (now.positionBeats && now.tempoBpm)
                     *now.positionBeats +=
                         static_cast<double>(frames) * *now.tempoBpm / (60.0 * setup.sampleRate);
                 context = Hosting::makeContext(now, setup.sampleRate);
+                block.context = &context;
             }
             EXPECT_EQ(plugin->process(block), Steinberg::kResultOk);
-            for (size_t i = 0; i < n; ++i) {
-                out.left[at + i] = static_cast<double>(memory[4][i]);
-                out.right[at + i] = static_cast<double>(memory[5][i]);
-            }
             frames += static_cast<int64_t>(n);
-            if (afterBlock) afterBlock();
         }
         return out;
     }
@@ -100,12 +100,10 @@ class ModuleRig {
         plugin->editLog().edits.clear();
         EXPECT_EQ(plugin->flush(points), Steinberg::kResultOk);
     }
-    double reading(Hosting::ParamID id) { return plugin->outputValue(id).value_or(-1.0); }
 
     Hosting::Setup setup;
     Hosting::HostedPlugin::Ptr plugin = Hosting::HostedPlugin::load(CORVANE_MODULE);
     std::optional<Hosting::Transport> transport;  // moves on with the audio
-    std::function<void()> afterBlock;
 
   private:
     int64_t frames = 0;  // since the last reset

@@ -1,10 +1,8 @@
 // Set-up, activation and the answers that don't depend on a block.
-#include "plugin/ClassIds.h"
 #include "tests/plugin/WrapperRig.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <limits>
 #include <thread>
@@ -14,6 +12,7 @@ namespace {
 
 using namespace Steinberg;
 using Calls = std::vector<std::string>;
+using Needs = Vst::IProcessContextRequirements;
 
 tresult setUp(QVXVST3EffectWrapper& wrapper, double rate, int32 sampleSize = Vst::kSample32) {
     Vst::ProcessSetup setup{Vst::kRealtime, sampleSize, 512, rate};
@@ -22,13 +21,13 @@ tresult setUp(QVXVST3EffectWrapper& wrapper, double rate, int32 sampleSize = Vst
 
 TEST(Lifecycle, InitialisesOnceUntilTerminated) {
     WrapperRig rig;
-    EXPECT_EQ(rig.wrapper->initialize(&Hosting::hostApplication()), kResultFalse);
-    EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 2);
-    EXPECT_EQ(rig.wrapper->terminate(), kResultOk);
-    EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 0);
-    EXPECT_EQ(rig.wrapper->initialize(nullptr), kResultOk);
-    EXPECT_EQ(rig.wrapper->initialize(nullptr), kResultFalse) << "without a context just as well";
-    EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 2);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(rig.wrapper->initialize(nullptr), kResultFalse);
+        EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 2);
+        EXPECT_EQ(rig.wrapper->terminate(), kResultOk);
+        EXPECT_EQ(rig.wrapper->getBusCount(Vst::kAudio, Vst::kInput), 0);
+        EXPECT_EQ(rig.wrapper->initialize(nullptr), kResultOk) << "without a context as well";
+    }
 }
 
 TEST(Lifecycle, SetUpResetsAndActivationSetsTheRateWhateverItIs) {
@@ -66,42 +65,19 @@ TEST(Lifecycle, AnswersComeFromTheEngine) {
     EXPECT_EQ(rig.wrapper->getTailSamples(), Vst::kInfiniteTail);
     rig.effect->latency = 12;
     EXPECT_EQ(rig.wrapper->getLatencySamples(), 12u);
-
-    TUID id{};
-    EXPECT_EQ(rig.wrapper->getControllerClassId(id), kResultOk);
-    EXPECT_EQ(FUID::fromTUID(id), kControllerClassId);
-    Vst::RoutingInfo routing{};
-    EXPECT_EQ(rig.wrapper->setIoMode(Vst::kSimple), kNotImplemented);
-    EXPECT_EQ(rig.wrapper->getRoutingInfo(routing, routing), kNotImplemented);
-    EXPECT_EQ(rig.wrapper->setProcessing(true), kNotImplemented);
-}
-
-TEST(Lifecycle, WithoutAnEngineAllAnswersAreNeutral) {
-    auto wrapper = owned(
-        new QVXVST3EffectWrapper([](const QVXHostLink&) { return std::unique_ptr<QVXEffect>(); }));
-    EXPECT_EQ(wrapper->initialize(nullptr), kResultOk);
-    EXPECT_EQ(wrapper->getLatencySamples(), 0u);
-    EXPECT_EQ(wrapper->getTailSamples(), 0u);
-    EXPECT_EQ(wrapper->canProcessSampleSize(Vst::kSample32), kResultFalse);
-    EXPECT_EQ(wrapper->setActive(true), kResultOk);
-    float sample = 3.0f;
-    TestBlock<float> block(1);
-    block.input({&sample}).output({&sample}).point(kMix, 0.5);
-    EXPECT_EQ(block.run(*wrapper), kResultOk);
-    EXPECT_EQ(sample, 0.0f);
-    EXPECT_EQ(wrapper->terminate(), kResultOk);
+    EXPECT_EQ(
+        rig.wrapper->getProcessContextRequirements(),
+        uint32{Needs::kNeedTempo | Needs::kNeedProjectTimeMusic | Needs::kNeedTransportState});
 }
 
 TEST(Lifecycle, BlocksDuringAChangeOfTheSetUpAreSilentAndLoseNothing) {
     WrapperRig rig;
-    std::array<float, 8> in{}, left{}, right{};
+    std::array<float, 8> in{}, out{};
     const auto run = [&](TestBlock<float>& block) {
-        left.fill(3.0f);
-        right.fill(3.0f);
-        block.input({in.data(), in.data()}).output({left.data(), right.data()});
+        out.fill(3.0f);
+        block.input({in.data()}).output({out.data()});
         EXPECT_EQ(block.run(*rig.wrapper), kResultOk);
     };
-    const auto isSilent = [](float x) { return x == 0.0f; };
     for (const bool activation : {true, false}) {
         rig.effect->duringReset = [&] {
             rig.effect->takeHanded();
@@ -110,8 +86,7 @@ TEST(Lifecycle, BlocksDuringAChangeOfTheSetUpAreSilentAndLoseNothing) {
                 TestBlock<float> block(8);
                 block.point(kMix, 0.75).point(kSuspend, 1.0);
                 run(block);
-                EXPECT_TRUE(std::ranges::all_of(left, isSilent));
-                EXPECT_TRUE(std::ranges::all_of(right, isSilent));
+                EXPECT_EQ(out, (std::array<float, 8>{}));
             }).join();
             EXPECT_TRUE(rig.effect->calls.empty() && rig.effect->handed.empty());
         };
@@ -123,7 +98,7 @@ TEST(Lifecycle, BlocksDuringAChangeOfTheSetUpAreSilentAndLoseNothing) {
         run(next);
         EXPECT_EQ(rig.effect->takeHanded(), (std::vector<FakeEffect::Handed>{
                                                 {kMix, 0.75}, {kSuspend, 1.0}, {kFeedback, 0.5}}));
-        EXPECT_EQ(left[0], 0.25f);
+        EXPECT_EQ(out[0], 0.25f);
     }
 }
 

@@ -1,16 +1,20 @@
-// A processor wrapper with a fake engine behind it, and blocks to drive it with.
+// A processor wrapper with an engine behind it that only remembers, and blocks to drive it with.
 #pragma once
 
 #include "plugin/EffectWrapper.h"
-#include "tests/plugin/FakeEffect.h"
 #include "tools/hosting/HostSide.h"
 
 #include "public.sdk/source/vst/hosting/parameterchanges.h"
 
+#include <array>
 #include <cstring>
+#include <functional>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace Quorvant {
@@ -37,15 +41,17 @@ class TestBlock {
         return *this;
     }
 
-    Steinberg::tresult run(QVXVST3EffectWrapper& wrapper) {
+    // Until another bus is added.
+    Vst::ProcessData& prepared() {
         fill(inputs, inputBuses);
         fill(outputs, outputBuses);
         data.numInputs = static_cast<int32>(inputBuses.size());
         data.numOutputs = static_cast<int32>(outputBuses.size());
         data.inputs = inputBuses.empty() ? nullptr : inputBuses.data();
         data.outputs = outputBuses.empty() ? nullptr : outputBuses.data();
-        return wrapper.process(data);
+        return data;
     }
+    Steinberg::tresult run(QVXVST3EffectWrapper& wrapper) { return wrapper.process(prepared()); }
 
     // The single point that was reported for the identifier.
     std::optional<double> reported(Vst::ParamID id) {
@@ -61,7 +67,8 @@ class TestBlock {
     }
 
     Vst::ProcessData data;
-    Vst::ParameterChanges inputChanges, outputChanges;
+    Vst::ParameterChanges inputChanges;
+    Vst::ParameterChanges outputChanges{200};  // room for all, since a list that grows allocates
     std::vector<Vst::AudioBusBuffers> inputBuses, outputBuses;
 
   private:
@@ -85,6 +92,83 @@ class TestBlock {
     }
 
     Channels inputs, outputs;
+};
+
+// Remembers how it was driven.
+class FakeEffect final : public QVXEffect {
+  public:
+    explicit FakeEffect(const QVXHostLink& hostLink) : link(hostLink) {}
+
+    struct Handed {
+        uint32_t index;
+        double value;
+        bool operator==(const Handed&) const = default;
+    };
+
+    std::vector<std::string> calls;  // names of the calls other than parameters and readings
+    std::vector<Handed> handed;      // every setParameter, oldest first
+    std::map<uint32_t, double> readings;
+    std::array<const void*, 4> in{};
+    std::array<void*, 2> out{};
+    int32_t frames = -1;
+    double sampleRate = 0.0;
+    HostTransport transport;
+    int32_t tail = 441000;
+    int32_t latency = 0;
+    bool offers64 = true;
+    double outputLevel = 0.25;  // written to every output sample
+    std::function<void()> duringProcess, duringReset;
+
+    void process32(const float* const* i, float* const* o, int32_t n) override {
+        take("process32", i, o, n);
+    }
+    void process64(const double* const* i, double* const* o, int32_t n) override {
+        take("process64", i, o, n);
+    }
+    void processSuspended32(const float* const* i, float* const* o, int32_t n) override {
+        take("processSuspended32", i, o, n);
+    }
+    void processSuspended64(const double* const* i, double* const* o, int32_t n) override {
+        take("processSuspended64", i, o, n);
+    }
+    int32_t getLatency() override { return latency; }
+    int32_t getTail() override { return tail; }
+    bool setSampleRate(double rate) override {
+        calls.push_back("setSampleRate");
+        sampleRate = rate;
+        return rate >= 44100.0 && rate <= 384000.0;
+    }
+    void reset() override {
+        calls.push_back("reset");
+        if (duringReset) duringReset();
+    }
+    bool supports32() override { return true; }
+    bool supports64() override { return offers64; }
+    void setParameter(uint32_t index, double value) override { handed.push_back({index, value}); }
+    bool getOutputValue(uint32_t index, double& value) override {
+        const auto found = readings.find(index);
+        if (found == readings.end()) return false;
+        value = found->second;
+        return true;
+    }
+
+    std::vector<Handed> takeHanded() { return std::exchange(handed, {}); }
+
+  private:
+    template <typename Sample>
+    void take(const char* name, const Sample* const* i, Sample* const* o, int32_t n) {
+        calls.push_back(name);
+        for (std::size_t c = 0; c < in.size(); ++c) in[c] = i[c];
+        for (std::size_t c = 0; c < out.size(); ++c) {
+            out[c] = o[c];
+            for (int32_t f = 0; o[c] && f < n; ++f) o[c][f] = static_cast<Sample>(outputLevel);
+        }
+        frames = n;
+        transport = link.transport();
+        if (duringProcess) duringProcess();
+    }
+
+    const QVXHostLink& link;
 };
 
 struct WrapperRig {
@@ -124,6 +208,11 @@ struct WrapperRig {
 
     FakeEffect* effect = nullptr;
     Steinberg::IPtr<QVXVST3EffectWrapper> wrapper;
+};
+
+// At work, as a host has it while it plays.
+struct ActiveRig : WrapperRig {
+    ActiveRig() { setUp(); }
 };
 
 // 39 doubles as a project stores them; the tests run on little-endian machines.

@@ -186,6 +186,10 @@ TEST_F(Render, HasTheDeliveredPluginsSettingsFromTheFirstFrameWithoutAGlide) {
         std::ranges::max_element(out, {}, [](float sample) { return std::abs(sample); });
     EXPECT_NEAR(static_cast<double>(loudest - out.begin()), 0.5 * kRate, 0.001 * kRate);
     EXPECT_GT(std::abs(*loudest), 0.1f);
+    files.writeAudio("noise.wav", noise(kRate), 1, kRate);
+    const auto [low, high] =
+        std::ranges::minmax(own("noise.wav", {"--param", "Output=-oo", "--tail", "0"}));
+    EXPECT_LT(std::max(high, -low), 1e-5f);
 }
 
 TEST_F(Render, ShowsTheHighestReadingOfAnIntervalWhateverTheBlock) {
