@@ -28,21 +28,10 @@ inline Settings oneEcho(const Settings& more = {}) {
 
 class ModuleRig {
   public:
-<<<<<<< HEAD
-    explicit ModuleRig(Hosting::Setup wanted = {}) : setup(wanted) { plugin->prepare(setup); }
-=======
     explicit ModuleRig(Hosting::Setup wanted = {}) : setup(wanted) {
-        auto loaded = Hosting::HostedPlugin::load(CORVANE_MODULE, "Corvane QVX77x");
-        if (!loaded) {
-            ADD_FAILURE() << loaded.error();
-            std::abort();
-        }
-        plugin = std::move(*loaded);
         setup.doublePrecision = true;
-        const auto prepared = plugin->prepare(setup);
-        EXPECT_TRUE(prepared) << prepared.error();
+        plugin->prepare(setup);
     }
->>>>>>> main
     // Has the settings from the first frame on, without a glide.
     ModuleRig(const Settings& settings, Hosting::Setup wanted = {}) : ModuleRig(wanted) {
         change(settings);
