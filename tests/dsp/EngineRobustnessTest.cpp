@@ -115,6 +115,36 @@ TEST(EngineRobustness, EveryRateWorksAndTheUnfitOnesAreReplaced) {
     }
 }
 
+TEST(EngineRobustness, SinglePrecisionIsTheSameSoundInBlocksOfAnySize) {
+    const Settings settings = {{kMix, 0.6},
+                               {kFeedback, 0.5},
+                               {kSideChainIntExt, 0.5},
+                               {kDepth, 0.3},
+                               {kDelayTime, ms(5.0)}};
+    const auto single = [](const Signal& signal) {
+        return std::vector<float>(signal.begin(), signal.end());
+    };
+    const auto asDoubles = [](const std::vector<float>& signal) {
+        return Signal(signal.begin(), signal.end());
+    };
+    const std::vector<float> left = single(noise(4801, 0.5, 1)),
+                             right = single(noise(4801, 0.5, 2)),
+                             sideLeft = single(noise(4801, 0.5, 3)),
+                             sideRight = single(noise(4801, 0.5, 4));
+    const Stereo in = {asDoubles(left), asDoubles(right)},
+                 side = {asDoubles(sideLeft), asDoubles(sideRight)};
+    EngineRig exact(settings), rig(settings);
+    std::vector<float> outLeft(left.size()), outRight(left.size());
+    for (size_t done = 0, frames = 1; done < left.size(); done += frames) {
+        frames = std::min(frames % 67 + 1, left.size() - done);
+        const float* ins[4] = {&left[done], &right[done], &sideLeft[done], &sideRight[done]};
+        float* outs[2] = {&outLeft[done], &outRight[done]};
+        rig.engine.process32(ins, outs, static_cast<int32_t>(frames));
+    }
+    EXPECT_LT(largestDifference({asDoubles(outLeft), asDoubles(outRight)}, exact.render(in, &side)),
+              1e-5);
+}
+
 TEST(EngineRobustness, MissingChannelsFallBackAndMissingBuffersDoNoHarm) {
     const Stereo in = stereoNoise(4800), side = in.right;
     const double* mono[4] = {in.left.data(), nullptr, in.right.data(), nullptr};
