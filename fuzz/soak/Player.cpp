@@ -114,11 +114,11 @@ class Hand {
         goOn();
     }
     void key(char character, int16 code, int16 held) {
-        // Some hosts hand keys on, others leave them to the window.
-        if (guest.window && dice.oneIn(8))
-            guest.window->EditorWindow::key(character, code, held);
-        else if (guest.window)
-            guest.window->key(character, code, held);
+        if (guest.window) {
+            auto& view = guest.window->view();
+            view.onKeyDown(static_cast<char16>(character), code, held);
+            view.onKeyUp(static_cast<char16>(character), code, held);
+        }
         goOn();
     }
     void goOn() {

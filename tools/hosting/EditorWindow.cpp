@@ -70,11 +70,6 @@ bool EditorWindow::runUntil(const std::function<bool()>& done, milliseconds limi
     return false;
 }
 
-void EditorWindow::key(char character, int16 code, int16 modifiers) {
-    plugView->onKeyDown(static_cast<char16>(character), code, modifiers);
-    plugView->onKeyUp(static_cast<char16>(character), code, modifiers);
-}
-
 void EditorWindow::pass(milliseconds time) {
     runUntil([] { return false; }, time);
 }

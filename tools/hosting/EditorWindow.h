@@ -55,8 +55,6 @@ class EditorWindow {
     // As if the user did it, at a point of the view in pixels; `modifiers` are the SDK's.
     virtual void point(Pointer action, int x, int y, Button button = Button::Left,
                        int modifiers = 0) = 0;
-    // As if the user pressed and released a key: a character, or one of the SDK's codes.
-    virtual void key(char character, Steinberg::int16 code, Steinberg::int16 modifiers = 0);
     // Lets what has arrived, and what is due after that time, reach the view. Where the host keeps
     // the clock, this takes no time, and from then on nothing else makes it go on.
     virtual void pass(std::chrono::milliseconds time);

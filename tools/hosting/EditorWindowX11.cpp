@@ -4,7 +4,6 @@
 #include "pluginterfaces/base/keycodes.h"
 #include <poll.h>
 #include <xcb/xcb.h>
-#include <xcb/xcb_keysyms.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -12,7 +11,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 
 namespace Quorvant::Hosting {
 namespace {
@@ -104,16 +102,6 @@ class Loop final : public U::Implements<U::Directly<IPlugFrame, Linux::IRunLoop>
     std::optional<Clock::time_point> ownTime;
 };
 
-// What the SDK's codes are here. Letters and digits are their own.
-constexpr std::pair<int16, xcb_keysym_t> kKeys[] = {
-    {KEY_BACK, 0xff08},   {KEY_TAB, 0xff09},    {KEY_RETURN, 0xff0d},   {KEY_ESCAPE, 0xff1b},
-    {KEY_HOME, 0xff50},   {KEY_LEFT, 0xff51},   {KEY_UP, 0xff52},       {KEY_RIGHT, 0xff53},
-    {KEY_DOWN, 0xff54},   {KEY_PAGEUP, 0xff55}, {KEY_PAGEDOWN, 0xff56}, {KEY_END, 0xff57},
-    {KEY_DELETE, 0xffff}, {KEY_SPACE, ' '},
-};
-constexpr std::pair<int, xcb_keysym_t> kModifierKeys[] = {
-    {kShiftKey, 0xffe1}, {kCommandKey, 0xffe3}, {kAlternateKey, 0xffe9}};
-
 uint16_t stateOf(int modifiers) {
     return static_cast<uint16_t>((modifiers & kShiftKey ? XCB_MOD_MASK_SHIFT : 0) |
                                  (modifiers & kCommandKey ? XCB_MOD_MASK_CONTROL : 0) |
@@ -125,7 +113,6 @@ class Window final : public EditorWindow {
     ~Window() override {
         close();
         loop->onResize = nullptr;
-        symbols.reset();
         xcb_disconnect(connection);
     }
 
@@ -161,19 +148,6 @@ class Window final : public EditorWindow {
                        : XCB_MOTION_NOTIFY,
              press || release ? which : 0,
              stateOf(modifiers) | (held ? XCB_BUTTON_MASK_1 << (which - 1) : 0), x, y);
-    }
-
-    void key(char character, int16 code, int16 modifiers) override {
-        const auto found = std::ranges::find(kKeys, code, &std::pair<int16, xcb_keysym_t>::first);
-        const xcb_keysym_t symbol =
-            found != std::end(kKeys) ? found->second : static_cast<unsigned char>(character);
-        const uint16_t state = stateOf(modifiers);
-        for (const auto& [modifier, key] : kModifierKeys)
-            if (modifiers & modifier) send(XCB_KEY_PRESS, keyCode(key), 0, 0, 0);
-        for (const uint8_t type : {XCB_KEY_PRESS, XCB_KEY_RELEASE})
-            send(type, keyCode(symbol), state, 0, 0);
-        for (const auto& [modifier, key] : kModifierKeys)
-            if (modifiers & modifier) send(XCB_KEY_RELEASE, keyCode(key), state, 0, 0);
     }
 
     void pass(milliseconds time) override {
@@ -214,7 +188,7 @@ class Window final : public EditorWindow {
     }
 
   private:
-    // Events of buttons, keys and motion have the same members.
+    // Events of buttons and of motion have the same members.
     void send(uint8_t type, int detail, int state, int x, int y) {
         xcb_button_press_event_t event{};
         event.response_type = type;
@@ -229,14 +203,9 @@ class Window final : public EditorWindow {
         event.root_y = event.event_y = static_cast<int16_t>(y);
         event.same_screen = 1;
         constexpr uint32_t kAny = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
-                                  XCB_EVENT_MASK_POINTER_MOTION | XCB_EVENT_MASK_KEY_PRESS |
-                                  XCB_EVENT_MASK_KEY_RELEASE;
+                                  XCB_EVENT_MASK_POINTER_MOTION;
         xcb_send_event(connection, 0, event.event, kAny, reinterpret_cast<const char*>(&event));
         xcb_flush(connection);
-    }
-    xcb_keycode_t keyCode(xcb_keysym_t symbol) {
-        const Owned<xcb_keycode_t> codes(xcb_key_symbols_get_keycode(symbols.get(), symbol));
-        return codes ? *codes : 0;
     }
     xcb_atom_t atom(std::string_view name) {
         const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
@@ -262,7 +231,6 @@ class Window final : public EditorWindow {
                             XCB_ATOM_ATOM, 32, 1, &deleteWindow);
         xcb_map_window(connection, window);
         xcb_flush(connection);
-        symbols.reset(xcb_key_symbols_alloc(connection));
         return reinterpret_cast<void*>(static_cast<uintptr_t>(window));
     }
     // An embedder maps what it embeds.
@@ -288,8 +256,6 @@ class Window final : public EditorWindow {
     const IPtr<Loop> loop = owned(new Loop);
     xcb_window_t root = 0, window = 0;
     xcb_atom_t deleteWindow = 0;
-    std::unique_ptr<xcb_key_symbols_t, decltype(&xcb_key_symbols_free)> symbols{
-        nullptr, &xcb_key_symbols_free};
 };
 
 }  // namespace
