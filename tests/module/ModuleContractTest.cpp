@@ -91,7 +91,7 @@ const Setting kSettings[] = {
 TEST(ModuleContract, EverySettingIsHeard) {
     const Stereo in = stereoNoise(24000, 0.9), key = stereoNoise(24000, 0.9, 5);
     const auto heard = [&](const Settings& settings) {
-        Hosting::Setup setup;
+        Hosting::HostSetup setup;
         setup.sideChain = 2;
         ModuleRig rig(oneEcho(settings), setup);
         rig.transport = Hosting::Transport{.tempoBpm = 150.0, .positionBeats = 0.3};

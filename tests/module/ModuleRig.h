@@ -28,12 +28,12 @@ inline Settings oneEcho(const Settings& more = {}) {
 
 class ModuleRig {
   public:
-    explicit ModuleRig(Hosting::Setup wanted = {}) : setup(wanted) {
+    explicit ModuleRig(Hosting::HostSetup wanted = {}) : setup(wanted) {
         setup.doublePrecision = true;
         plugin->prepare(setup);
     }
     // Has the settings from the first frame on, without a glide.
-    ModuleRig(const Settings& settings, Hosting::Setup wanted = {}) : ModuleRig(wanted) {
+    ModuleRig(const Settings& settings, Hosting::HostSetup wanted = {}) : ModuleRig(wanted) {
         change(settings);
         reset();
     }
@@ -90,7 +90,7 @@ class ModuleRig {
         EXPECT_EQ(plugin->flush(points), Steinberg::kResultOk);
     }
 
-    Hosting::Setup setup;
+    Hosting::HostSetup setup;
     Hosting::HostedPlugin::Ptr plugin = Hosting::HostedPlugin::load(CORVANE_MODULE);
     std::optional<Hosting::Transport> transport;  // moves on with the audio
 

@@ -54,7 +54,6 @@ tresult EditLog::endEdit(ParamID id) {
 }
 
 tresult EditLog::restartComponent(int32 flags) {
-    ++restarts;
     restartFlags |= flags;
     return kResultOk;
 }
@@ -68,11 +67,6 @@ StateStream::StateStream(std::span<const uint8_t> content) {
 Bytes StateStream::bytes() const {
     const auto* first = reinterpret_cast<const uint8_t*>(getData());
     return first != nullptr ? Bytes(first, first + getSize()) : Bytes();
-}
-
-void StateStream::setAttribute(const char* key, const std::string& utf8) {
-    attributes->setString(
-        key, reinterpret_cast<const TChar*>(VST3::StringConvert::convert(utf8).c_str()));
 }
 
 }  // namespace Quorvant::Hosting

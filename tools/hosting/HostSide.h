@@ -37,7 +37,6 @@ class EditLog
     std::vector<Edit> edits;  // every performEdit, oldest first
     int begun = 0;
     int ended = 0;
-    int restarts = 0;
     Steinberg::int32 restartFlags = 0;  // all flags ever asked for, or-ed
     int groupsBegun = 0;
     int groupsEnded = 0;
@@ -74,7 +73,6 @@ class StateStream
     explicit StateStream(std::span<const uint8_t> content);  // copies, position at the start
 
     Bytes bytes() const;
-    void setAttribute(const char* key, const std::string& utf8);
 
     Steinberg::tresult PLUGIN_API getFileName(Steinberg::Vst::String128) override {
         return Steinberg::kNotImplemented;

@@ -344,11 +344,8 @@ std::optional<Bytes> HostedPlugin::componentState() const {
     return stream->bytes();
 }
 
-tresult HostedPlugin::setComponentState(std::span<const uint8_t> state,
-                                        const Attributes& attributes) {
-    auto stream = owned(new StateStream(state));
-    for (const auto& [key, text] : attributes) stream->setAttribute(key.c_str(), text);
-    return ownComponent->setState(stream);
+tresult HostedPlugin::setComponentState(std::span<const uint8_t> state) {
+    return ownComponent->setState(owned(new StateStream(state)));
 }
 
 tresult HostedPlugin::showComponentState(std::span<const uint8_t> state) {

@@ -17,7 +17,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Quorvant::Hosting {
@@ -81,9 +80,6 @@ struct HostSetup {
     int sideChain = 0;  // channels of the second input bus; 0: leave it inactive
 };
 
-// The short name; inside GoogleTest's bodies it means something else, there the long one serves.
-using Setup = HostSetup;
-
 // All calls from one thread, except that process() may have a thread of its own.
 // Functions that return a tresult hand on the plug-in's own answer, the others throw a Failure.
 class HostedPlugin {
@@ -144,10 +140,8 @@ class HostedPlugin {
     // The last value among them for that identifier.
     std::optional<double> outputValue(ParamID id) const;
 
-    // States. `attributes` are key and text pairs that go with the stream, such as StateType.
-    using Attributes = std::vector<std::pair<std::string, std::string>>;
     std::optional<Bytes> componentState() const;
-    tresult setComponentState(std::span<const uint8_t> state, const Attributes& attributes = {});
+    tresult setComponentState(std::span<const uint8_t> state);
     // Gives the component's state to the controller.
     tresult showComponentState(std::span<const uint8_t> state);
     std::optional<Bytes> controllerState() const;
