@@ -26,6 +26,7 @@ using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 constexpr int kBlock = 512;
 constexpr double kWarmUpSeconds = 1.0;
+constexpr double kTempo = 120.0;      // BPM
 constexpr double kInputLevel = 0.25;  // peak, -12 dBFS
 
 double peakMegabytes() {
@@ -64,17 +65,10 @@ std::vector<double> measure(std::vector<HostedPlugin::Ptr>& plugins, const Bench
     std::vector<double> durations;
     durations.reserve(static_cast<size_t>(blocksOf(options.seconds)) * plugins.size());
 
-    Transport transport;
-    transport.tempoBpm = 120.0;
     for (int64_t index = 0; index < warmUp + blocksOf(options.seconds); ++index) {
-        transport.positionFrames = index * kBlock;
-        transport.positionBeats =
-            static_cast<double>(transport.positionFrames) / options.rate * 2.0;
-        const auto context = makeContext(transport, options.rate);
-        for (size_t instance = 0; instance < plugins.size(); ++instance) {
-            buffers[instance]->block.context = &context;
+        for (const auto& instance : buffers) {
             const auto start = Clock::now();
-            buffers[instance]->process();
+            instance->process(index * kBlock, options.rate, kTempo);
             const Nanoseconds taken = Clock::now() - start;
             if (index >= warmUp) durations.push_back(taken.count());
         }

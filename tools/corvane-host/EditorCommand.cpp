@@ -15,7 +15,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr int kFrames = 441;  // a block
+constexpr int kFrames = 441;  // a block; the phrase has a whole number of them
 constexpr milliseconds kBlockTime{10};
 constexpr milliseconds kBehind{100};  // the most that is played at once
 constexpr double kPictureSeconds = 2.0;
@@ -44,26 +44,14 @@ class Playback {
     void playBlock() {
         auto& block = buffers.block;
         block.frames = kFrames;
-        for (size_t channel = 0; !block.inputs.empty() && channel < block.inputs[0].size();
-             ++channel) {
-            for (int frame = 0; frame < kFrames; ++frame) {
-                const auto at = static_cast<size_t>(played + frame) % music.frames();
-                block.inputs[0][channel][frame] =
-                    music.samples[2 * at + std::min<size_t>(channel, 1)];
-            }
-        }
+        if (!block.inputs.empty())
+            buffers.setInput(0, music, static_cast<size_t>(played) % music.frames());
         // What the user has turned meanwhile.
         auto& edits = plugin.editLog().edits;
         block.points.clear();
         for (const auto& edit : edits) block.points.push_back({edit.id, 0, edit.value});
         edits.clear();
-        Transport transport;
-        transport.tempoBpm = kPhraseTempo;
-        transport.positionFrames = played;
-        transport.positionBeats = static_cast<double>(played) / kPhraseRate * kPhraseTempo / 60.0;
-        const auto context = makeContext(transport, kPhraseRate);
-        block.context = &context;
-        buffers.process();
+        buffers.process(played, kPhraseRate, kPhraseTempo);
         for (const ParameterPoint& point : plugin.outputPoints())
             plugin.controller()->setParamNormalized(point.id, point.value);
         played += kFrames;

@@ -90,36 +90,6 @@ Audio readSource(const std::string& path) {
     return audio;
 }
 
-// Silence follows the recording's end; a mono recording serves every channel.
-template <typename Sample>
-void copyTo(const std::vector<Sample*>& bus, const Audio& audio, size_t position, size_t count) {
-    const auto channels = static_cast<size_t>(audio.channels);
-    for (size_t channel = 0; channel < bus.size(); ++channel)
-        for (size_t frame = 0; frame < count; ++frame) {
-            const size_t at = (position + frame) * channels + std::min(channel, channels - 1);
-            bus[channel][frame] = at < audio.samples.size() ? audio.samples[at] : 0.0f;
-        }
-}
-
-// How much silence after the input shows that nothing is left in the plug-in, and the longest
-// tail at all, in frames.
-struct TailRule {
-    int64_t quiet, longest;
-};
-
-TailRule tailRule(const HostedPlugin& plugin, const RenderOptions& options, double rate) {
-    if (options.tail) {
-        const auto frames = static_cast<int64_t>(std::llround(*options.tail * rate));
-        return {frames, frames};
-    }
-    const auto longest = static_cast<int64_t>(std::llround(kLongestAutomaticTail * rate));
-    const auto second = static_cast<int64_t>(std::llround(kKeptQuietSeconds * rate));
-    // A sound may rest in a delay for as long as the plug-in says, so a shorter pause proves
-    // nothing.
-    return {std::clamp(static_cast<int64_t>(plugin.processor()->getTailSamples()), second, longest),
-            longest};
-}
-
 template <typename Sample>
 class Renderer {
   public:
@@ -132,13 +102,19 @@ class Renderer {
 
     void run(const std::optional<Audio>& sideChain,
              const std::vector<AutomationPoint>& automation) {
-        const TailRule rule = tailRule(plugin, options, rate);
+        const int64_t longest = std::llround(options.tail.value_or(kLongestAutomaticTail) * rate);
+        const int64_t second = std::llround(kKeptQuietSeconds * rate);
+        // A sound may rest in a delay for as long as the plug-in says, so a shorter pause proves
+        // nothing.
+        const int64_t proof = std::max<int64_t>(plugin.processor()->getTailSamples(), second);
         const auto inputEnd = static_cast<int64_t>(outcome.input.frames());
-        const int64_t end = inputEnd + latency + rule.longest;
+        const int64_t end = inputEnd + latency + longest;
         auto nextPoint = automation.begin();
-        const auto quiet = [&] { return position - latency - std::max(loudEnd, inputEnd); };
+        const auto isQuiet = [&] {
+            return position - latency - std::max(loudEnd, inputEnd) >= std::min(proof, longest);
+        };
 
-        while (position < end && (options.tail || quiet() < rule.quiet)) {
+        while (position < end && (options.tail || !isQuiet())) {
             for (; nextPoint != automation.end() && nextPoint->frame <= position; ++nextPoint)
                 buffers.block.points.push_back(nextPoint->point);
             // A plug-in may apply a block's changes at its start: so each block starts with its
@@ -147,39 +123,26 @@ class Renderer {
             if (nextPoint != automation.end()) blockEnd = std::min(blockEnd, nextPoint->frame);
             blockEnd = std::min(blockEnd, readings.nextEnd(position, rate));
             const auto start = static_cast<size_t>(position);
-            const auto count = static_cast<size_t>(blockEnd - position);
-            copyTo(buffers.block.inputs[0], outcome.input, start, count);
-            if (sideChain) copyTo(buffers.block.inputs[1], *sideChain, start, count);
-            processBlock(count);
-            takeOutput(count);
+            buffers.block.frames = static_cast<Steinberg::int32>(blockEnd - position);
+            buffers.setInput(0, outcome.input, start);
+            if (sideChain) buffers.setInput(1, *sideChain, start);
+            buffers.process(position, rate, options.tempo);
+            buffers.block.points.clear();
+            takeOutput();
             readings.take(plugin, static_cast<double>(position) / rate);
         }
         outcome.pointsBeyondEnd = static_cast<size_t>(std::ranges::count_if(
             automation, [this](const AutomationPoint& point) { return point.frame >= position; }));
         if (options.tail) return;
-        outcome.endedQuiet = quiet() >= rule.quiet;
-        const auto second = static_cast<int64_t>(std::llround(kKeptQuietSeconds * rate));
+        outcome.endedQuiet = isQuiet();
         const int64_t kept = std::min(position - latency, std::max(loudEnd + second, inputEnd));
         outcome.output.samples.resize(static_cast<size_t>(kept * outcome.output.channels));
     }
 
   private:
-    void processBlock(size_t frames) {
-        Transport transport;
-        transport.tempoBpm = options.tempo;
-        transport.positionFrames = position;
-        if (options.tempo)
-            transport.positionBeats = static_cast<double>(position) / rate * *options.tempo / 60.0;
-        const ProcessContext context = makeContext(transport, rate);
-        buffers.block.context = &context;
-        buffers.block.frames = static_cast<Steinberg::int32>(frames);
-        buffers.process();
-        buffers.block.points.clear();
-    }
-
-    void takeOutput(size_t frames) {
+    void takeOutput() {
         auto& samples = outcome.output.samples;
-        for (size_t frame = 0; frame < frames; ++frame, ++position) {
+        for (int frame = 0; frame < buffers.block.frames; ++frame, ++position) {
             if (position < latency) continue;
             for (const Sample* channel : buffers.block.outputs[0]) {
                 const Sample sample = channel[frame];

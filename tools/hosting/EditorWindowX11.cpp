@@ -142,12 +142,26 @@ class Window final : public EditorWindow {
     void point(Pointer action, int x, int y, Button button, int modifiers) override {
         const bool press = action == Pointer::Press, release = action == Pointer::Release;
         const int which = static_cast<int>(button);
-        const bool held = action == Pointer::Drag || release;
-        send(press     ? XCB_BUTTON_PRESS
-             : release ? XCB_BUTTON_RELEASE
-                       : XCB_MOTION_NOTIFY,
-             press || release ? which : 0,
-             stateOf(modifiers) | (held ? XCB_BUTTON_MASK_1 << (which - 1) : 0), x, y);
+        const int held = action == Pointer::Drag || release ? XCB_BUTTON_MASK_1 << (which - 1) : 0;
+        const auto since = loop->now().time_since_epoch();
+        // An event of motion has the same members.
+        xcb_button_press_event_t event{};
+        event.response_type = press     ? XCB_BUTTON_PRESS
+                              : release ? XCB_BUTTON_RELEASE
+                                        : XCB_MOTION_NOTIFY;
+        event.detail = static_cast<xcb_button_t>(press || release ? which : 0);
+        event.state = static_cast<uint16_t>(stateOf(modifiers) | held);
+        event.time =
+            static_cast<xcb_timestamp_t>(std::chrono::duration_cast<milliseconds>(since).count());
+        event.root = root;
+        event.event = innermost();
+        event.root_x = event.event_x = static_cast<int16_t>(x);
+        event.root_y = event.event_y = static_cast<int16_t>(y);
+        event.same_screen = 1;
+        constexpr uint32_t kAny = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
+                                  XCB_EVENT_MASK_POINTER_MOTION;
+        xcb_send_event(connection, 0, event.event, kAny, reinterpret_cast<const char*>(&event));
+        xcb_flush(connection);
     }
 
     void pass(milliseconds time) override {
@@ -188,25 +202,6 @@ class Window final : public EditorWindow {
     }
 
   private:
-    // Events of buttons and of motion have the same members.
-    void send(uint8_t type, int detail, int state, int x, int y) {
-        xcb_button_press_event_t event{};
-        event.response_type = type;
-        event.detail = static_cast<xcb_button_t>(detail);
-        event.state = static_cast<uint16_t>(state);
-        const auto since = loop->now().time_since_epoch();
-        event.time =
-            static_cast<xcb_timestamp_t>(std::chrono::duration_cast<milliseconds>(since).count());
-        event.root = root;
-        event.event = innermost();
-        event.root_x = event.event_x = static_cast<int16_t>(x);
-        event.root_y = event.event_y = static_cast<int16_t>(y);
-        event.same_screen = 1;
-        constexpr uint32_t kAny = XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE |
-                                  XCB_EVENT_MASK_POINTER_MOTION;
-        xcb_send_event(connection, 0, event.event, kAny, reinterpret_cast<const char*>(&event));
-        xcb_flush(connection);
-    }
     xcb_atom_t atom(std::string_view name) {
         const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
             connection,
