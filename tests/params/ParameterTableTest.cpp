@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
+#include <charconv>
 #include <string>
 
 namespace Quorvant {
@@ -15,8 +15,11 @@ namespace {
 TEST(ParameterTable, RowsStayAsHostsAndProjectsKnowThem) {
     uint64_t rows = Testing::kEmptyFold;
     for (const ParameterInfo& info : kParameters) {
-        char defaultValue[32];
-        std::snprintf(defaultValue, sizeof defaultValue, "%.17g", info.defaultValue);
+        char digits[32];  // whatever the locale's decimal mark is
+        const std::string defaultValue(
+            digits, std::to_chars(digits, digits + sizeof digits, info.defaultValue,
+                                  std::chars_format::general, 17)
+                        .ptr);
         std::string row = std::string(info.name) + '|' + std::string(info.shortName) + '|';
         if (info.law) row += info.law->unit;
         row += '|' + std::to_string(info.stepCount()) + '|' + defaultValue + '|' +
