@@ -170,11 +170,10 @@ void addEditor(CLI::App& app, Arguments& to) {
         "Open the effect's editor in a window, or draw it as a picture; a short phrase runs\n"
         "through the effect meanwhile, unheard");
     addSettings(command, to);
-    auto* screenshot = command.add_option(
-        "--screenshot", to.editor.screenshot,
+    auto* screenshot = option(
+        command, "--screenshot", "FILE.png", to.editor.screenshot,
         "Draw it into this PNG instead, as it looks after two seconds; on Linux on a display of\n"
         "its own (by Xvfb), so that none is needed");
-    screenshot->type_name("FILE.png");
     option(command, "--zoom", "N", to.editor.zoom, "Percent of the size that the editor opens with")
         ->check(CLI::Range(10, 400))
         ->capture_default_str();
@@ -213,9 +212,8 @@ void addPresets(CLI::App& app, Arguments& to) {
     CLI::App& out = add("export", "Write a preset as a file, or all of the plug-in's own");
     auto* name = out.add_option("NAME|FILE", to.preset, "As for render's --preset");
     auto* file = out.add_option("OUT", to.output, "A .qvx or .vstpreset to write");
-    auto* all = out.add_option("--all", to.folder,
-                               "Write each preset of the plug-in as a .vstpreset into this folder")
-                    ->type_name("FOLDER");
+    auto* all = option(out, "--all", "FOLDER", to.folder,
+                       "Write each preset of the plug-in as a .vstpreset into this folder");
     name->needs(file);
     all->excludes(name);
     out.callback([&to, file, all] {
