@@ -32,7 +32,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using Nanoseconds = std::chrono::duration<double, std::nano>;
 
-constexpr double kWarmUpSeconds = 1.0;
+constexpr double kWarmUpSeconds = 10.0;  // once round the memory
 constexpr double kInputLevel = 0.25;  // peak, -12 dBFS
 constexpr std::size_t kAtomBytes = 8192;
 

@@ -25,7 +25,7 @@ using Clock = std::chrono::steady_clock;
 using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 constexpr int kBlock = 512;
-constexpr double kWarmUpSeconds = 1.0;
+constexpr double kWarmUpSeconds = 10.0;  // once round the memory
 constexpr double kTempo = 120.0;      // BPM
 constexpr double kInputLevel = 0.25;  // peak, -12 dBFS
 
