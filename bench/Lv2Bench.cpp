@@ -33,7 +33,7 @@ using Clock = std::chrono::steady_clock;
 using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 constexpr double kWarmUpSeconds = 10.0;  // once round the memory
-constexpr double kInputLevel = 0.25;  // peak, -12 dBFS
+constexpr double kInputLevel = 0.25;     // peak, -12 dBFS
 constexpr std::size_t kAtomBytes = 8192;
 
 LV2_URID mapUri(LV2_URID_Map_Handle, const char* uri) {

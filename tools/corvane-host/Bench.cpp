@@ -26,8 +26,8 @@ using Nanoseconds = std::chrono::duration<double, std::nano>;
 
 constexpr int kBlock = 512;
 constexpr double kWarmUpSeconds = 10.0;  // once round the memory
-constexpr double kTempo = 120.0;      // BPM
-constexpr double kInputLevel = 0.25;  // peak, -12 dBFS
+constexpr double kTempo = 120.0;         // BPM
+constexpr double kInputLevel = 0.25;     // peak, -12 dBFS
 
 double peakMegabytes() {
 #ifdef _WIN32
