@@ -13,12 +13,17 @@ TEST(NoteTable, DelayNotesRiseInLowestTermsAndTheLfoListIsTheReverse) {
         const NoteValue& note = kDelayNotes[i];
         EXPECT_EQ(std::gcd(note.numerator, note.denominator), 1) << note.name;
         EXPECT_STREQ(kLfoNotes[kNoteCount - 1 - i].name, note.name);
+        // Hosts keep values in single precision, which may round them down.
+        for (const double value : {i / 59.0, i / 59.0 - 1e-6, i / 59.0 + 1e-6}) {
+            EXPECT_STREQ(delayNote(value).name, note.name);
+            EXPECT_STREQ(lfoNote(value).name, kLfoNotes[i].name);
+        }
         if (i == 0) continue;
         const NoteValue& before = kDelayNotes[i - 1];
         EXPECT_LT(before.numerator * note.denominator, note.numerator * before.denominator)
             << note.name;
     }
-    EXPECT_EQ(delayNote(5.0 / 59).numerator * 64, delayNote(5.0 / 59).denominator * 3);
+    EXPECT_EQ(kDelayNotes[5].numerator * 64, kDelayNotes[5].denominator * 3);
 }
 
 TEST(NoteTable, FindsEntriesByEqualLengthOnly) {
