@@ -108,7 +108,7 @@ std::vector<Scenario> scenarios() {
         {"loop by its own counter", 48000, Clean, synced, kLoopMoves, 6.0},
         {"gaps", 48000, Clean, {{kDelayTime, 0.004}, {kFeedback, 0.02}}, quiet, 30.0, Gaps},
         {"gaps, every clock", 44100, Clean, brief, kModulationMoves, 8.0, SideChain | Gaps},
-        {"gaps", 48000, Lims, shortest, {{kSensitivity, 2}, {kManualVco}}, 8.0, Gaps},
+        {"gaps, shortest", 48000, Lims, shortest, {{kSensitivity, 2}, {kManualVco}}, 8.0, Gaps},
         {"modes", 48000, Clean, shortest, together({kModeMoves, kResetMoves})},
         {"everything", 44100, Clean, brief, everything, 6.0, Transport | SideChain},
         {"everything", 96000, Clean, brief, everything, 4.0, SideChain},
