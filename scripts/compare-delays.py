@@ -69,8 +69,9 @@ that bends, filters and limiters cost more. Made by
 
 on {machine}; stereo noise at -12 dBFS peak, blocks of {block} frames, 32 bits. *ns* is the shortest
 of {rounds} medians, in nanoseconds a stereo frame of one instance, after ten seconds, in which a
-delay's memory has been written once; *instr.* the processor instructions a stereo frame, host included, which are the same at every run; *start* the time to
-make one instance ready, after the first; *memory* what one more instance takes at 48 kHz.
+delay's memory has been written once; *instr.* the processor instructions a stereo frame, host
+included, which are the same at every run; *start* the time to make one instance ready, after the
+first; *memory* what one more instance takes at 48 kHz.
 
 | delay | format | 48 kHz: instr. | ns, 1 | ns, 10 | ns, 100 | 96 kHz: instr. | ns, 1 | start | memory |
 |---|---|---|---|---|---|---|---|---|---|
