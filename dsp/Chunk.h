@@ -7,7 +7,8 @@
 
 namespace Quorvant {
 
-inline constexpr int kChunkFrames = 64;  // at most
+inline constexpr int kChunkFrames = 64;           // at most
+inline constexpr double kLargestSample = 1024.0;  // that comes in or is recorded, +60 dBFS
 
 // What the controls amount to in one frame; gains are linear.
 struct ControlFrame {
@@ -37,9 +38,8 @@ constexpr bool followsEnvelope(Clocking c) {
 
 struct Chunk {
     int frames = 0;
-    int ticks = 0;        // of the memory
-    bool moving = false;  // controls
-    bool silent = false;
+    int ticks = 0;               // of the memory
+    bool moving = false;         // controls
     bool listensToSide = false;  // the external side chain is in use
     Stages stages = Stages::Light;
     Clocking clocking = Clocking::Steady;

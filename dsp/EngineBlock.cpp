@@ -7,14 +7,12 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <limits>
 #include <type_traits>
 
 namespace Quorvant {
 
 namespace {
 
-constexpr double kLargestSample = 1024.0;            // +60 dBFS
 constexpr double kSilence = 1e-10;                   // -200 dBFS
 constexpr double kQuarterTurn = 1.5707963705062866;  // pi/2 in single precision, intended
 
@@ -97,9 +95,9 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
         const Sample* sideRight = channel(in[3], in[2] ? sideLeft : mainRight, at);
         const bool nothingIn = hasForgotten() && isZero(mainLeft, n) && isZero(mainRight, n) &&
                                (!in[2] || (isZero(sideLeft, n) && isZero(sideRight, n)));
-        chunk.silent = nothingIn && !chunk.moving && !converts(chunk.stages) &&
-                       (suspension == (suspended ? 1.0 : 0.0));
-        if (chunk.silent) {
+        const bool silent = nothingIn && !chunk.moving && !converts(chunk.stages) &&
+                            (suspension == (suspended ? 1.0 : 0.0));
+        if (silent) {
             passSilence(chunk);
         } else {
             load(mainLeft, mainRight, chunk.input.data(), n);
@@ -113,7 +111,7 @@ void QVXCorvane77x_v2Effect::processBlock(const Sample* const* in, Sample* const
             if (out[0] && out[0] + at != mainLeft) std::copy_n(mainLeft, n, out[0] + at);
             continue;
         }
-        if (chunk.silent) {
+        if (silent) {
             for (Sample* zeroed : {out[0], out[1]})
                 if (zeroed) std::fill_n(zeroed + at, n, Sample{0});
             continue;

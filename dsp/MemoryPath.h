@@ -54,7 +54,6 @@ class MemoryPath {
 
   private:
     static constexpr int kSplineReach = 4;                // pairs that a spline looks at
-    static constexpr double kLargestSample = 1024.0;      // +60 dBFS
     static constexpr int kMostTicks = 17 * kChunkFrames;  // of the memory; rounding may add some
 
     static Pair recordable(Pair processed, const ControlFrame& control) {
