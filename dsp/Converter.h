@@ -13,15 +13,13 @@ namespace Quorvant {
 // Triangular noise, independent in the two lanes, the same sequence for the same seed.
 class NoiseSource {
   public:
-    static constexpr double kRms = 26754.8;  // of one lane: 2^16 / sqrt(6)
+    static constexpr double kPeak = 65536.0;  // of one lane
 
     void seed(uint64_t value) { state = value; }
     Pair next() {
-        state += 0x9E3779B97F4A7C15u;  // splitmix64, in the public domain
-        uint64_t z = state;
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
-        z ^= z >> 31;
+        // A linear congruence (Knuth's MMIX), its weaker lower half hidden by the upper.
+        state = state * 6364136223846793005u + 1442695040888963407u;
+        const uint64_t z = state ^ (state >> 32);
         // The differences of its four words, two by two.
         const __m128i words =
             _mm_unpacklo_epi16(_mm_cvtsi64_si128(static_cast<int64_t>(z)), _mm_setzero_si128());
@@ -33,45 +31,90 @@ class NoiseSource {
     uint64_t state = 0;
 };
 
-// Soft saturation of an input amplifier, y = x / sqrt(1 + (x / ceiling)^2): unity for small
-// signals, odd harmonics only, below the ceiling for any input.
-inline Pair saturated(Pair x, double ceiling) {
-    const Pair ratio = x * both(1.0 / ceiling);
-    return x / Pair{_mm_sqrt_pd((both(1.0) + ratio * ratio).v)};
-}
-
-// The A/D converter; runs once a tick of the memory clock, or once a frame. Audio thread.
-class AdConverter {
+// The input amplifier's soft saturation, y = x / sqrt(1 + (x / ceiling)^2) for slow signals: odd
+// harmonics only. What it takes away is averaged over each frame by the curve's antiderivative and
+// then low-passed, so that loud treble folds next to nothing back; what is quiet passes as it is.
+// Audio thread.
+class InputStage {
   public:
-    // Total noise of a silent converter, relative to the ceiling: -84 dB.
-    static constexpr double kNoiseFloor = 6.309573444801933e-05;
+    static constexpr double kCorner = 3000.0;  // Hz
 
-    void reset() { noise.seed(kSeed); }
-    // Linear level of full scale.
-    void setCeiling(double ceiling) {
-        const double step = ceiling * kSmallestStep;
-        hiss = ceiling * std::sqrt(kNoiseFloor * kNoiseFloor - kSmallestStep * kSmallestStep / 12) /
-               NoiseSource::kRms;
-        roundingBias = step * 6755399441055744.0;  // adding it rounds to multiples of the step
+    void setSampleRate(double hz) { weight = 1.0 - std::exp(-2.0 * M_PI * kCorner / hz); }
+    void clear() {
+        lastInput = correction = Pair{};
+        lastRoot = both(1.0);
     }
-
-    Pair convert(Pair x) {
-        x = x + noise.next() * both(hiss);
-        // The mantissa keeps kMantissaBits bits, so that the steps grow with the signal ...
-        const Pair scaled = x * both(kMantissaSplit);
-        const Pair mantissa = scaled - (scaled - x);
-        // ... and below the smallest range they stay the same.
-        return (mantissa + both(roundingBias)) - both(roundingBias);
+    // `ceiling` is linear.
+    Pair process(Pair x, double ceiling) {
+        const Pair ratio = x * both(1.0 / ceiling);
+        const Pair root{_mm_sqrt_pd((both(1.0) + ratio * ratio).v)};
+        // (F(x) - F(last)) / (x - last) for F(x) = ceiling^2 sqrt(1 + (x / ceiling)^2).
+        const Pair sum = x + lastInput;
+        const Pair excess = sum / (root + lastRoot) - sum * both(0.5);
+        lastInput = x;
+        lastRoot = root;
+        correction = correction + both(weight) * (excess - correction);
+        return x + correction;
     }
 
   private:
-    static constexpr int kMantissaBits = 9;
-    static constexpr double kMantissaSplit = static_cast<double>(1ull << (53 - kMantissaBits)) + 1;
-    static constexpr double kSmallestStep = 1.0 / 16384.0;  // of the ceiling
+    double weight = 0.0;
+    Pair lastInput{}, lastRoot = both(1.0), correction{};
+};
+
+// The A/D converter, gain-ranged: its steps and its dither are a fixed share of the range that the
+// sample needs, so that the error rides 50 to 60 dB below what is heard. It stands between an
+// emphasis and the equal de-emphasis, which leave the sound as it is and the error of bright sounds
+// larger than that of dark ones. Runs once a tick of the memory clock, or once a frame. Audio
+// thread.
+class AdConverter {
+  public:
+    // Hz at the nominal clock: from here the emphasis rises, up to there; 8 dB.
+    static constexpr double kEmphasisFrom = 2500.0, kEmphasisTo = 6500.0;
+    // The ranges are octaves; the lowest lies 78 to 84 dB below the ceiling.
+    static constexpr double kLowestRange = 1.0 / 16384.0;
+    // Relative to the foot of the range. The dither is triangular: the peak of it.
+    static constexpr double kStep = 1.0 / 256.0, kDither = 1.9 * kStep;
+
+    void setSampleRate(double hz) {
+        // As dense at every rate.
+        dither = kDither / NoiseSource::kPeak * std::sqrt(hz / 48000.0);
+        zero = std::exp(-2.0 * M_PI * kEmphasisFrom / hz);
+        pole = std::exp(-2.0 * M_PI * kEmphasisTo / hz);
+        reset();
+    }
+    void reset() {
+        noise.seed(kSeed);
+        lastInput = lastEmphasised = lastDigits = lastOutput = Pair{};
+    }
+    // Linear level of full scale.
+    void setCeiling(double ceiling) {
+        lowestRange = octaveOf(both(ceiling)) * both(kLowestRange);
+    }
+
+    Pair convert(Pair x) {
+        lastEmphasised = x - both(zero) * lastInput + both(pole) * lastEmphasised;
+        lastInput = x;
+        const Pair range = larger(octaveOf(lastEmphasised), lowestRange);
+        const Pair dithered = lastEmphasised + noise.next() * both(dither) * range;
+        const Pair bias = range * both(kStep * 6755399441055744.0);  // adding it rounds to steps
+        const Pair digits = (dithered + bias) - bias;
+        lastOutput = digits - both(pole) * lastDigits + both(zero) * lastOutput;
+        lastDigits = digits;
+        return lastOutput;
+    }
+
+  private:
     static constexpr uint64_t kSeed = 0x51A7E5D0C0FFEE11u;
 
+    // The power of two below |x|.
+    static Pair octaveOf(Pair x) {
+        return {_mm_and_pd(x.v, _mm_castsi128_pd(_mm_set1_epi64x(0x7FF0000000000000)))};
+    }
+
     NoiseSource noise;
-    double hiss = 0.0, roundingBias = 0.0;
+    double dither = 0.0, zero = 0.0, pole = 0.0;
+    Pair lowestRange{}, lastInput{}, lastEmphasised{}, lastDigits{}, lastOutput{};
 };
 
 // The reconstruction filter behind the D/A converter, a one-pole low pass that the memory clock

@@ -40,7 +40,9 @@ bool QVXCorvane77x_v2Effect::setSampleRate(double rate) {
     controls.setSampleRate(sampleRate);
     song.setSampleRate(sampleRate);
     path.setSampleRate(sampleRate);
+    inputStage.setSampleRate(sampleRate);
     sideChainLimiter.setSampleRate(sampleRate);
+    sideChainAdConverter.setSampleRate(sampleRate);
     suspensionStep = 1.0 / (kSuspendFadeSeconds * sampleRate);
     inputFilter.setCorner(InputFilter::kCorner, sampleRate);
     doubledInputFilter.setCorner(InputFilter::kDoubledCorner, sampleRate);
@@ -57,6 +59,7 @@ void QVXCorvane77x_v2Effect::reset() {
     controls.jumpToTargets();
     suspension = values.isOn(kSuspend) ? 1.0 : 0.0;
 
+    inputStage.clear();
     inputFilter.clear();
     doubledInputFilter.clear();
     sideChainLimiter.clear();

@@ -53,6 +53,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     void passSilence(Chunk& chunk);
     void noteHeadroom();
     void fillControls(Chunk& chunk);
+    void saturateInput(Chunk& chunk);
     void filterInput(Chunk& chunk);
     void convertSideChain(Chunk& chunk);
     void runLfo(Chunk& chunk);
@@ -82,6 +83,7 @@ class QVXCorvane77x_v2Effect final : public QVXEffect {
     ControlSmoother controls;
     InputFilter inputFilter, doubledInputFilter;  // the latter with Delay X2
     Limiter sideChainLimiter;
+    InputStage inputStage;
     AdConverter sideChainAdConverter;
     MemoryPath path;
 

@@ -219,15 +219,24 @@ void QVXCorvane77x_v2Effect::fillControls(Chunk& chunk) {
                                                 : Stages::Light;
 }
 
+void QVXCorvane77x_v2Effect::saturateInput(Chunk& chunk) {
+    Pair* const dry = chunk.dry.data();
+    if (!chunk.moving)
+        return runOver(dry, dry, chunk.frames, inputStage,
+                       [ceiling = chunk.controls[0].ceiling](InputStage& stage, Pair x) {
+                           return stage.process(x, ceiling);
+                       });
+    overFrames(chunk, [&](int i, const ControlFrame& control) {
+        dry[i] = blended(dry[i], inputStage.process(dry[i], control.ceiling), control.converts);
+    });
+    if (chunk.control(chunk.frames - 1).converts == 0.0) inputStage.clear();
+}
+
 void QVXCorvane77x_v2Effect::filterInput(Chunk& chunk) {
     overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
         chunk.dry[i] = chunk.input[i] * both(control.inputGain);
     });
-    if (converts(chunk.stages))
-        overFrames(chunk, [&chunk](int i, const ControlFrame& control) {
-            chunk.dry[i] =
-                blended(chunk.dry[i], saturated(chunk.dry[i], control.ceiling), control.converts);
-        });
+    if (converts(chunk.stages)) saturateInput(chunk);
     const double weight = chunk.controls[0].doubledFilter;
     if (weight > 0.0 && weight < 1.0) {
         overFrames(chunk, [&](int i, const ControlFrame& control) {

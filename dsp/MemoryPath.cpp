@@ -47,6 +47,7 @@ void MemoryPath::setSampleRate(double hz) {
     envelope.setSampleRate(hz);
     legacyStage.setSampleRate(std::floor(hz));
     for (Limiter* limiter : {&inputLimiter, &outputLimiter}) limiter->setSampleRate(hz);
+    adConverter.setSampleRate(hz);
     daConverter.setSampleRate(hz);
     coupling.setSampleRate(hz);
 }

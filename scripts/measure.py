@@ -56,21 +56,40 @@ def harmonics(unit, grid):
                    ", ".join(f"{o - fundamental:.0f}" for o in others) + " dB")
 
 
+def residue(wave, rate, hz):
+    """What a settled wave holds besides a sine and its odd harmonics, and the sine's level, rms."""
+    turns = 2j * np.pi * np.arange(len(wave)) / rate
+    tones = np.array([np.exp(turns * k * hz) for k in (1, 3, 5) if k * hz < rate / 2])
+    weights = tones.conj() @ wave / len(wave)  # whole periods: the tones are orthogonal
+    return (wave - 2 * (weights @ tones).real).std(), abs(weights[0]) * np.sqrt(2)
+
+
 def noise(unit, axes):
-    settings = np.arange(-10, 10.1, 2.5)
-    for doubled in ("Off", "On"):
-        floor = []
-        for reference in settings:
-            wave = unit.render(np.zeros(unit.rate),
-                               {**WET, "Processing Mode": "Full", "Delay X2": doubled,
-                                "Reference Level": f"{reference:.1f}"})
-            floor.append(decibels(unit.part(wave, 0.5).std()))
-        axes.plot(settings, floor, "o-", label=f"Delay X2 {doubled}",
-                  color=COLOURS["Full" if doubled == "Off" else "Legacy"])
-        yield from ((f"noise X2 {doubled}, Reference {r:+.0f} dB", f"{f:.1f} dBFS")
-                    for r, f in zip(settings, floor) if r in (-10, 0, 10))
-    axes.set(xlabel="Reference Level, dB", ylabel="wet noise, dBFS (rms)", title="Full, silent input")
+    settings = {**WET, "Processing Mode": "Full", "Sensitivity": "On"}
+    inputs = np.arange(-80, 1, 5)
+    for hz, colour in ((200, "Clean"), (1000, "Legacy"), (10000, "Full")):
+        errors = []
+        for level in inputs:
+            wave = unit.part(unit.render(sine(level, 1.5, unit.rate, hz), settings), 0.5)
+            error, heard = residue(wave[:unit.rate // 2, 0], unit.rate, hz)
+            errors.append(decibels(error / heard))
+        axes.plot(inputs, errors, "o-", label=f"{hz} Hz", color=COLOURS[colour])
+        yield from ((f"error Full {hz} Hz {i:+d} dBFS", f"{e:.1f} dB")
+                    for i, e in zip(inputs, errors) if i in (-80, -60, -40, -20, 0))
+    axes.set(xlabel="sine, dBFS", ylabel="error against the sine, dB (rms)",
+             title="Full, Reference Level 0 dB, Sensitivity on")
     axes.legend()
+    for rate in (44100, 48000, 96000, 192000):
+        idle = unit.at(rate).render(np.zeros(rate), settings)
+        yield f"idle noise Full {rate} Hz", f"{decibels(unit.at(rate).part(idle, 0.5).std()):.1f} dBFS"
+    for mode in ("Legacy", "Full"):
+        at44 = unit.at(44100)
+        wave = at44.part(at44.render(sine(0, 1.5, 44100, 9000),
+                                     {**WET, "Processing Mode": mode, "Reference Level": "-10"}), 0.5)
+        window = wave[:22050, 0] * np.blackman(22050)
+        spectrum = decibels(np.abs(np.fft.rfft(window)))
+        folded = np.delete(spectrum, range(4450, 4551)).max() - spectrum.max()
+        yield f"folded tone {mode} 9 kHz 0 dBFS, 44100 Hz", f"{folded:.1f} dB"
 
 
 def oscillation(unit, grid):

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <complex>
+
 namespace Quorvant::Test {
 namespace {
 
@@ -33,7 +35,7 @@ TEST(Limits, HoldTheirCeilingsFromTheFirstSampleOn) {
                 for (double& x : side.left) x *= 10.0;
                 return peak(rig.render(in, &side).left);
             };
-            const double room = mode == ProcessingMode::Full ? 2e-3 : 1e-9;  // hiss and rounding
+            const double room = mode == ProcessingMode::Full ? 1e-2 : 1e-9;  // the converters' error
             const double wet = loudest(0.0, 0.0), before = loudest(1.0, 0.0);
             EXPECT_LE(wet, 0.5 * kCeiling + room);
             EXPECT_GT(wet, 0.3 * kCeiling * (1.0 - 0.5 * x2));  // X2 halves what is behind
@@ -56,47 +58,61 @@ TEST(Limits, ReadingsTellWhichOneWorks) {
     EXPECT_GT(readings(2.0).first, 0.4);
 }
 
-TEST(Full, HissesAtItsNoiseFloorEvenlyAndWithoutAnOffset) {
-    for (const double rate : {44100.0, 96000.0}) {
-        EngineRig rig(at(ProcessingMode::Full), rate);
-        const Stereo out = rig.render(silence(rig.samples(4.0)));
-        const size_t from = rig.samples(0.5);
-        const double pole = std::exp(-2.0 * std::numbers::pi * DaConverter::kCorner / rate);
-        const double expected =
-            AdConverter::kNoiseFloor * kCeiling * std::sqrt((1.0 - pole) / (1.0 + pole));
-        const double level = rms(out.left, from);
-        EXPECT_NEAR(decibels(level / expected), 0.0, 1.0) << rate;
-        EXPECT_LT(std::abs(mean(out.left, from)), level / 50.0);
+// What a converter adds to a sine, in decibels against it; of silence against full scale.
+double errorOf(double hz, double level, double rate = 48000.0) {
+    AdConverter converter;
+    converter.setSampleRate(rate);
+    converter.setCeiling(8.7);
+    Signal error = sine(static_cast<size_t>(rate), hz, rate, level);
+    for (double& x : error) x -= left(converter.convert(both(x)));
+    return decibels(rms(error) / (level > 0.0 ? level * kSqrtHalf : 1.0));
+}
 
-        Signal product = out.left;
-        for (size_t i = 0; i < product.size(); ++i) product[i] *= out.right[i];
-        EXPECT_LT(std::abs(mean(product, from)), 0.02 * level * level) << "both hiss alike";
+TEST(AdConverter, ItsErrorRidesBelowTheSoundAndIsLargerForTreble) {
+    for (const double level : {1.0, 0.1, 0.01}) {
+        EXPECT_NEAR(errorOf(200.0, level), -58.0, 3.0) << level;
+        EXPECT_NEAR(errorOf(10000.0, level), -51.5, 2.0) << level;
     }
+    const double idle = errorOf(1000.0, 0.0);
+    EXPECT_LT(idle, -100.0);
+    // As dense at any rate, so that the total grows with the band.
+    EXPECT_NEAR(errorOf(1000.0, 0.0, 192000.0) - idle, 6.0, 1.5);
 }
 
-TEST(AdConverter, ItsGrainFollowsTheLevel) {
-    const auto grainAt = [](double level) {
-        AdConverter converter;
-        converter.reset();
-        converter.setCeiling(1.0);
-        Signal grain = sine(48000, 437.0, 48000.0, level);
-        for (double& x : grain) x -= left(converter.convert(both(x)));
-        return decibels(rms(grain));
-    };
-    EXPECT_NEAR(grainAt(0.003), grainAt(0.0), 1.5);
-    // A mantissa of ten bits.
-    EXPECT_GT(grainAt(0.3), grainAt(0.0) + 6.0);
-    EXPECT_LT(grainAt(0.3), decibels(0.2) - 60.0);
+TEST(AdConverter, ItsNoiseIsEvenAndApartInBothChannels) {
+    AdConverter converter;
+    converter.setSampleRate(48000.0);
+    converter.setCeiling(1.0);
+    double sum = 0.0, squares = 0.0, product = 0.0;
+    for (int i = 0; i < 200000; ++i) {
+        const Pair hiss = converter.convert(Pair{});
+        sum += left(hiss);
+        squares += left(hiss) * left(hiss);
+        product += left(hiss) * right(hiss);
+    }
+    EXPECT_LT(std::abs(sum), 0.02 * std::sqrt(200000.0 * squares));
+    EXPECT_LT(std::abs(product), 0.02 * squares) << "both hiss alike";
 }
 
-TEST(Full, SaturatesItsInputWithOddHarmonicsOnly) {
-    EngineRig rig(at(ProcessingMode::Full, {{kMix, 0.0}}));
+TEST(Full, SaturatesSlowSoundsWithOddHarmonicsOnlyAndFoldsNoTrebleBack) {
     for (const double x : {0.01, 0.5, 1.0, 20.0}) {
-        const double up = rig.render(Signal(64, x)).left.back();
-        const double down = rig.render(Signal(64, -x)).left.back();
-        EXPECT_NEAR(up, x / std::sqrt(1.0 + x * x / (kCeiling * kCeiling)), 1e-9);
-        EXPECT_EQ(up, -down);
+        const auto settled = [](double level) {
+            EngineRig rig(at(ProcessingMode::Full, {{kMix, 0.0}}));
+            return rig.render(Signal(96, level)).left.back();
+        };
+        EXPECT_NEAR(settled(x), x / std::sqrt(1.0 + x * x / (kCeiling * kCeiling)), 1e-9);
+        EXPECT_EQ(settled(x), -settled(-x));
     }
+    // The third harmonic of 9 kHz lies beyond half of this rate and would come back at 17.1 kHz.
+    EngineRig rig(at(ProcessingMode::Full), 44100.0);
+    const Signal out = rig.render(rig.sine(9000.0, 1.2, 1.0)).left;
+    const auto amplitude = [&](double hz) {
+        std::complex<double> sum;
+        for (size_t i = 8820; i < out.size(); ++i)  // both tones fit into what is left
+            sum += std::polar(out[i], 2.0 * std::numbers::pi * hz / rig.rate * static_cast<double>(i));
+        return std::abs(sum);
+    };
+    EXPECT_LT(decibels(amplitude(17100.0) / amplitude(9000.0)), -45.0);
 }
 
 TEST(Full, ALoopAtUnityNeitherGrowsNorGathersAnOffset) {
