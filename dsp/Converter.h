@@ -1,6 +1,5 @@
-// What "Full" adds to "Lims": the unit's input stage, its floating-point A/D converter with the
-// hiss in front of it, and the D/A converter's reconstruction filter. docs/converters.md tells the
-// model.
+// What "Full" adds to "Lims": the unit's input stage, its gain-ranged A/D converter, the D/A
+// converter's reconstruction filter and the feedback's coupling. docs/converters.md tells the model.
 #pragma once
 
 #include "dsp/Pair.h"
@@ -88,9 +87,7 @@ class AdConverter {
         lastInput = lastEmphasised = lastDigits = lastOutput = Pair{};
     }
     // Linear level of full scale.
-    void setCeiling(double ceiling) {
-        lowestRange = octaveOf(both(ceiling)) * both(kLowestRange);
-    }
+    void setCeiling(double ceiling) { lowestRange = octaveOf(both(ceiling)) * both(kLowestRange); }
 
     Pair convert(Pair x) {
         lastEmphasised = x - both(zero) * lastInput + both(pole) * lastEmphasised;

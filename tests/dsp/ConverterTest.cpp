@@ -35,7 +35,8 @@ TEST(Limits, HoldTheirCeilingsFromTheFirstSampleOn) {
                 for (double& x : side.left) x *= 10.0;
                 return peak(rig.render(in, &side).left);
             };
-            const double room = mode == ProcessingMode::Full ? 1e-2 : 1e-9;  // the converters' error
+            const double room =
+                mode == ProcessingMode::Full ? 1e-2 : 1e-9;  // the converters' error
             const double wet = loudest(0.0, 0.0), before = loudest(1.0, 0.0);
             EXPECT_LE(wet, 0.5 * kCeiling + room);
             EXPECT_GT(wet, 0.3 * kCeiling * (1.0 - 0.5 * x2));  // X2 halves what is behind
@@ -109,7 +110,8 @@ TEST(Full, SaturatesSlowSoundsWithOddHarmonicsOnlyAndFoldsNoTrebleBack) {
     const auto amplitude = [&](double hz) {
         std::complex<double> sum;
         for (size_t i = 8820; i < out.size(); ++i)  // both tones fit into what is left
-            sum += std::polar(out[i], 2.0 * std::numbers::pi * hz / rig.rate * static_cast<double>(i));
+            sum +=
+                std::polar(out[i], 2.0 * std::numbers::pi * hz / rig.rate * static_cast<double>(i));
         return std::abs(sum);
     };
     EXPECT_LT(decibels(amplitude(17100.0) / amplitude(9000.0)), -45.0);
