@@ -159,13 +159,19 @@ void PresetActions::rename(const PresetLocation& location, const std::string& li
     editor.ask("Rename the preset file to:", {{"Rename", accept}, {"Cancel"}}, name);
 }
 
-void PresetActions::remove(const PresetLocation& location, const std::string& name) {
+void PresetActions::remove(const PresetLocation& location, const std::string& list,
+                           const std::string& name) {
+    const auto accept = [this, location, list, name](const std::string&) {
+        auto* presets = manager();
+        if (!presets) return;
+        const PresetFault fault = presets->deleteFile(location);
+        if (fault != PresetFault::None) return report(fault);
+        editor.changeSettings([&](UserSettings& settings) {
+            settings.favourites.erase(favouriteKey(location, list, name));
+        });
+    };
     editor.ask("Delete the preset file \"" + name + "\" for good?",
-               {{"Delete",
-                 [this, location](const std::string&) {
-                     if (auto* presets = manager()) report(presets->deleteFile(location));
-                 }},
-                {"Cancel"}});
+               {{"Delete", accept}, {"Cancel"}});
 }
 
 void PresetActions::reveal(const PresetLocation& location) {

@@ -37,7 +37,7 @@ class PresetActions {
     // Lets the user edit the name of the current setup.
     void editName();
     void rename(const PresetLocation& location, const std::string& list, const std::string& name);
-    void remove(const PresetLocation& location, const std::string& name);
+    void remove(const PresetLocation& location, const std::string& list, const std::string& name);
     void reveal(const PresetLocation& location);
     void openFolder();
     void scanFolders();

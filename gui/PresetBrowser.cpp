@@ -246,8 +246,8 @@ void PresetBrowser::openRowMenu(int row, CPoint where) {
         menu.push_back({kShowFileText, [this, entry] { actions.reveal(entry.location); }});
         menu.push_back({"Rename...",
                         [this, entry] { actions.rename(entry.location, entry.list, entry.name); }});
-        menu.push_back(
-            {"Delete...", [this, entry] { actions.remove(entry.location, entry.name); }});
+        menu.push_back({"Delete...",
+                        [this, entry] { actions.remove(entry.location, entry.list, entry.name); }});
     } else {
         menu.push_back({kFactoryFileText, [this] { editor.tell(kFactoryFileHint); }});
     }

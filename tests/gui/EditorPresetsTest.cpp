@@ -153,10 +153,12 @@ TEST_F(EditorPresets, BrowserKeepsFavouritesFilesAndTheMix) {
     enter("Renamed");
     EXPECT_TRUE(loadUserSettings().favourites.contains("file:#MAIN FOLDER/Renamed"));
     EXPECT_TRUE(std::filesystem::exists(folder / "Renamed.qvx"));
+    editor->idle();
     for (const auto& [answer, stays] : {std::pair{"Cancel", true}, {"Delete", false}}) {
         rowMenu("Delete...");
         press(answer);
         EXPECT_EQ(std::filesystem::exists(folder / "Renamed.qvx"), stays);
+        EXPECT_EQ(loadUserSettings().favourites.empty(), !stays);
     }
 }
 
