@@ -81,3 +81,6 @@ target_link_libraries(validator PRIVATE vst3sdk_hosting)
 if(WIN32)
     target_link_options(validator PRIVATE -municode)
 endif()
+
+# Some files at a time, which takes a third of the time.
+set_target_properties(vst3sdk vst3sdk_hosting validator PROPERTIES UNITY_BUILD ON)

@@ -217,15 +217,6 @@ PresetFault PresetManager::loadFile(const Path& file, const ParameterSet& kept) 
     return load(file, {location().source, location().list, kNotListed}, kept);
 }
 
-PresetFault PresetManager::loadByName(std::string_view name, std::string_view subfolder,
-                                      const ParameterSet& kept) {
-    QVXPresetRecord record = current();
-    const auto fault = loadPresetFile(mainFolder(), name, subfolder, record);
-    if (fault == PresetFault::None)
-        take(record, {location().source, location().list, kNotListed}, writtenByChoice() & ~kept);
-    return fault;
-}
-
 bool PresetManager::canStep(int direction) {
     const int64_t target = static_cast<int64_t>(location().preset) + direction;
     return target >= 0 && target < listSize(location());

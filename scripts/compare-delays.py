@@ -9,9 +9,11 @@ slows all of them; the table keeps each one's best median. Instructions are coun
 as the difference of a long and a short run, host included.
 """
 import argparse
+import os
 import re
 import subprocess
 import sys
+import tempfile
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
@@ -83,13 +85,17 @@ def channels_missing(command):
 
 
 def run(command, *options):
-    done = subprocess.run([*map(str, command), *map(str, options)],
-                          capture_output=True, text=True, timeout=1800)
-    if done.returncode:
-        sys.exit(f"{' '.join(map(str, command))}: {done.stderr.strip()}")
-    rows = (line.split("\t", 1) for line in done.stdout.splitlines() if "\t" in line)
-    return {key: float(text.split()[0]) * channels_missing(command)
-            for key, text in rows if re.match(r"[\d.]+ ", text)}
+    """What the command tells, by name, and the most memory it took, in MB."""
+    with tempfile.TemporaryFile("w+") as told:
+        process = subprocess.Popen([*map(str, command), *map(str, options)], stdout=told)
+        _, status, usage = os.wait4(process.pid, 0)
+        if status:
+            sys.exit(f"{' '.join(map(str, command))} failed")
+        told.seek(0)
+        rows = [line.split("\t", 1) for line in told if "\t" in line]
+    numbers = {key: float(text.split()[0]) for key, text in rows if re.match(r"[\d.]+ ", text)}
+    numbers["peak memory"] = usage.ru_maxrss * 1.024e-3
+    return {key: number * channels_missing(command) for key, number in numbers.items()}
 
 
 def instructions(command, rate):

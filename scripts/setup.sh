@@ -11,8 +11,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 
 declare -A sets=(
     [build]="g++ cmake ninja-build ccache pkg-config libboost-dev libcli11-dev googletest
-        libsndfile1-dev libebur128-dev
-        libx11-dev libxcb1-dev libxcb-util-dev libxcb-cursor-dev libxcb-keysyms1-dev
+        libebur128-dev libx11-dev libxcb1-dev libxcb-util-dev libxcb-cursor-dev libxcb-keysyms1-dev
         libxcb-xkb-dev libxkbcommon-dev libxkbcommon-x11-dev libcairo2-dev libpango1.0-dev
         libglib2.0-dev libfontconfig-dev libfreetype-dev debian-archive-keyring"
     [windows]="g++-mingw-w64-x86-64-posix"

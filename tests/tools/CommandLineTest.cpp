@@ -122,11 +122,6 @@ TEST_F(CommandLine, AnswersAWrongCommandLineWithStatusTwo) {
 }
 
 TEST_F(CommandLine, TellsOfAPluginInPlainRows) {
-    const auto classes = tableOf(files.output({"--plain", "info", "--plugin", PROBE}));
-    ASSERT_EQ(classes.size(), size_t{1});
-    EXPECT_EQ(
-        Words(classes[0].begin(), classes[0].begin() + 6),
-        (Words{"class", "Probe", "Audio Module Class", "Fx|Tools", "quorvant.example", "1.0.0"}));
     const auto rows = tableOf(files.output({"params", "--plain", "--plugin", PROBE}));
     const std::vector<Words> expected = {
         {"0", "Level", "Lvl", "%", "0", "100.0000", "automatable", "0.0000 ... 100.0000"},
@@ -142,9 +137,9 @@ TEST_F(CommandLine, TellsOfAPluginInPlainRows) {
 TEST_F(CommandLine, MeasuresAnyNumberOfInstances) {
     const auto rows = tableOf(files.output(
         {"bench", "--plain", "--plugin", PROBE, "--instances", "3", "--seconds", "0.1"}));
-    ASSERT_EQ(rows.size(), size_t{7});
+    ASSERT_EQ(rows.size(), size_t{6});
     EXPECT_EQ(rows[1], (Words{"set-up", "3 x 48000 Hz, blocks of 512, 32 bits"}));
-    for (const size_t row : {2, 3, 4, 5, 6})
+    for (const size_t row : {2, 3, 4, 5})
         EXPECT_GT(std::stod(rows[row][1]), 0.0) << rows[row][0];
 }
 

@@ -1,5 +1,4 @@
-// Audio files, read and written as a whole; what fails is thrown as a Failure. With libsndfile
-// every format that it knows; without it (Windows) WAV alone.
+// WAV files, read and written as a whole; what fails is thrown as a Failure.
 #pragma once
 
 #include <cstddef>
@@ -21,18 +20,18 @@ struct Audio {
 Audio readAudio(const std::string& path);
 
 struct SampleFormat {
-    const char* name;       // as users write it
-    const char* container;  // "wav", "flac", "aiff"
+    const char* name;  // as users write it
     int bits;
     bool isFloat;
 };
 
-// What can be written here, the default of each container first.
-const std::vector<SampleFormat>& writableFormats();
+// What can be written.
+inline constexpr SampleFormat kSampleFormats[] = {
+    {"wav32f", 32, true}, {"wav24", 24, false}, {"wav16", 16, false}};
 // All of their names.
 std::string formatNames();
 
-// By the path's extension, and by the name unless that is empty; both must suit.
+// By its name, the first where that is empty. The path must be that of a WAV file.
 SampleFormat chooseFormat(const std::string& name, const std::string& path);
 
 // At once or not at all. Integer formats clip at full scale.

@@ -9,14 +9,6 @@
 #include <iostream>
 #include <random>
 
-#ifdef _WIN32
-#include <windows.h>
-// Needs the types of windows.h.
-#include <psapi.h>
-#else
-#include <sys/resource.h>
-#endif
-
 namespace Quorvant::Hosting {
 
 namespace {
@@ -28,18 +20,6 @@ constexpr int kBlock = 512;
 constexpr double kWarmUpSeconds = 10.0;  // once round the memory
 constexpr double kTempo = 120.0;         // BPM
 constexpr double kInputLevel = 0.25;     // peak, -12 dBFS
-
-double peakMegabytes() {
-#ifdef _WIN32
-    PROCESS_MEMORY_COUNTERS counters{};
-    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-    return static_cast<double>(counters.PeakWorkingSetSize) / 1e6;
-#else
-    rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
-    return static_cast<double>(usage.ru_maxrss) * 1024.0 / 1e6;
-#endif
-}
 
 void fillWithNoise(Block<float>& block) {
     std::minstd_rand random;  // the same noise at every run
@@ -104,7 +84,6 @@ void bench(const PluginChoice& choice, const BenchOptions& options, bool plain) 
     report.add({"median block", number(median * 1e-3, 1) + " us"});
     report.add({"start-up, first", milliseconds(starts.front())});
     report.add({"start-up, all", milliseconds(starts.back())});
-    report.add({"peak memory", number(peakMegabytes(), 1) + " MB"});
     report.print(std::cout);
 }
 

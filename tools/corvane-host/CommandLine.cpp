@@ -118,7 +118,7 @@ void addRender(CLI::App& app, Arguments& to) {
     command.add_option("OUT", to.render.output, "The file to write")->required();
     addRenderOptions(command, to);
     option(command, "--format", "FORMAT", to.render.format,
-           "One of " + formatNames() + " (default: by the extension of OUT)");
+           "One of " + formatNames() + " (default: the first)");
     option(command, "--plot", "FILE.png", to.render.plot,
            "Also draw input, output and gain reduction as a PNG");
     command.callback([&to] { render(to.choice, to.render, to.plain); });
@@ -138,10 +138,6 @@ void addMeters(CLI::App& app, Arguments& to) {
 }
 
 void addInspection(CLI::App& app, Arguments& to) {
-    CLI::App& info = *app.add_subcommand(
-        "info", "Show the module's classes: name, category, vendor, version, SDK, id");
-    addPlugin(info, to);
-    info.callback([&to] { showInfo(to.choice, to.plain); });
     CLI::App& params = *app.add_subcommand(
         "params",
         "List the parameters: id, title, short title, units, steps, default, flags, values");

@@ -23,7 +23,6 @@ struct BenchOptions {
 };
 void bench(const PluginChoice& choice, const BenchOptions& options, bool plain);
 
-void showInfo(const PluginChoice& choice, bool plain);
 void listParameters(const PluginChoice& choice, bool plain);
 
 void listPresets(const PluginChoice& choice, bool plain);

@@ -1,4 +1,4 @@
-// The commands that only look: info, params, meters.
+// The commands that only look: params, meters.
 #include "tools/corvane-host/Commands.h"
 #include "tools/corvane-host/Report.h"
 #include "tools/hosting/Text.h"
@@ -28,15 +28,6 @@ std::string flagNames(const Parameter& parameter) {
 }
 
 }  // namespace
-
-void showInfo(const PluginChoice& choice, bool plain) {
-    const auto opened = openPlugin(choice);
-    Report report(plain);
-    for (const auto& info : opened->factory().classInfos())
-        report.add({"class", info.name(), info.category(), info.subCategoriesString(),
-                    info.vendor(), info.version(), info.sdkVersion(), info.ID().toString()});
-    report.print(std::cout);
-}
 
 void listParameters(const PluginChoice& choice, bool plain) {
     const auto opened = openPlugin(choice);

@@ -331,13 +331,6 @@ tresult HostedPlugin::flush(std::vector<ParameterPoint> points) {
     return isDoublePrecision() ? process(Block<double>()) : process(Block<float>());
 }
 
-std::optional<double> HostedPlugin::outputValue(ParamID id) const {
-    std::optional<double> last;
-    for (const ParameterPoint& point : reported)
-        if (point.id == id) last = point.value;
-    return last;
-}
-
 std::optional<Bytes> HostedPlugin::componentState() const {
     auto stream = owned(new StateStream);
     if (ownComponent->getState(stream) != kResultOk) return {};

@@ -96,7 +96,6 @@ class HostedPlugin {
 
     const std::string& name() const { return className; }
     const VST3::Hosting::ClassInfo& classInfo() const { return provider->getClassInfo(); }
-    const VST3::Hosting::PluginFactory& factory() const { return module->getFactory(); }
 
     // The plug-in's own interfaces, for calls that have no wrapper here.
     Steinberg::Vst::IComponent* component() const { return ownComponent; }
@@ -137,8 +136,6 @@ class HostedPlugin {
     tresult flush(std::vector<ParameterPoint> points);
     // What the last process or flush call reported.
     const std::vector<ParameterPoint>& outputPoints() const { return reported; }
-    // The last value among them for that identifier.
-    std::optional<double> outputValue(ParamID id) const;
 
     std::optional<Bytes> componentState() const;
     tresult setComponentState(std::span<const uint8_t> state);

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <filesystem>
 
 namespace Quorvant::Hosting {
 
@@ -89,10 +90,19 @@ Audio readAudio(const std::string& path) {
     throw refused;
 }
 
-const std::vector<SampleFormat>& writableFormats() {
-    static const std::vector<SampleFormat> formats = {
-        {"wav32f", "wav", 32, true}, {"wav24", "wav", 24, false}, {"wav16", "wav", 16, false}};
-    return formats;
+std::string formatNames() {
+    std::string names;
+    for (const SampleFormat& format : kSampleFormats) appendItem(names, format.name);
+    return names;
+}
+
+SampleFormat chooseFormat(const std::string& name, const std::string& path) {
+    const bool suits = sameText(std::filesystem::path(path).extension().string(), ".wav");
+    for (const SampleFormat& format : kSampleFormats)
+        if (suits && (name.empty() || name == format.name)) return format;
+    throw Failure{inQuotes(path) + (name.empty() ? "" : " and the format " + inQuotes(name)) +
+                  " tell no kind of file that can be written, there are " + formatNames() +
+                  " in files that end in .wav"};
 }
 
 void writeAudio(const std::string& path, const SampleFormat& format, const Audio& audio) {
