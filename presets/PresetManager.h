@@ -75,8 +75,6 @@ class PresetManager {
     PresetFault step(int direction, const ParameterSet& kept = {},
                      std::vector<std::string>* leftOut = nullptr);
     PresetFault loadFile(const std::filesystem::path& file, const ParameterSet& kept = {});
-    PresetFault loadByName(std::string_view name, std::string_view subfolder,
-                           const ParameterSet& kept = {});
     PresetFault pasteFromMemo(const ParameterSet& kept = {});
 
     bool canUndo() const { return history.canUndo(); }

@@ -112,7 +112,7 @@ TEST_F(ManagedFilesTest, FilesThatWentOrAreNoPresetsAreToldAndSteppedOver) {
     EXPECT_EQ(manager.choose(file(1)), PresetFault::NotAPreset);
     EXPECT_EQ(manager.loadFile(folder / "nowhere.qvx"), PresetFault::NotFound);
     EXPECT_TRUE(host.groups.empty());
-    EXPECT_EQ(manager.loadByName("1", ""), PresetFault::None);
+    EXPECT_EQ(manager.loadFile(folder / "1.qvx"), PresetFault::None);
     EXPECT_EQ(manager.location(), basic(kNotListed));
     choose(file(0));
     std::filesystem::remove(folder / "3.qvx");  // and the list doesn't know yet

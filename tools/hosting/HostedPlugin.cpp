@@ -111,7 +111,7 @@ ProcessContext makeContext(const Transport& transport, double sampleRate) {
 HostedPlugin::Ptr HostedPlugin::load(const std::string& path) {
     Ptr plugin(new HostedPlugin);
     plugin->module = openModule(path);
-    for (const auto& info : plugin->factory().classInfos()) {
+    for (const auto& info : plugin->module->getFactory().classInfos()) {
         if (info.category() != kVstAudioEffectClass) continue;
         plugin->make(info);
         return plugin;
