@@ -62,12 +62,26 @@ const char* nameOf(DirectionMode direction) {
     }
 }
 
-// An arrow that points the way in which the sound is heard.
-void arrow(CDrawContext& context, CPoint tip, double way, CColor colour) {
-    line(context, CPoint(tip.x - 8.0 * way, tip.y), CPoint(tip.x - 3.0 * way, tip.y), colour, 1.5);
+// Points the way in which the sound is heard; 1 is forward.
+void arrow(CDrawContext& context, CPoint at, double way, CColor colour) {
     polygon(context,
-            {tip, CPoint(tip.x - 4.0 * way, tip.y - 3.5), CPoint(tip.x - 4.0 * way, tip.y + 3.5)},
+            {CPoint(at.x + 4.0 * way, at.y), CPoint(at.x - 3.0 * way, at.y - 4.0),
+             CPoint(at.x - 3.0 * way, at.y + 4.0)},
             colour);
+}
+
+// The sound dies away behind its attack, or grows towards it where it is heard in reverse.
+void tail(CDrawContext& context, const CRect& bar, bool reversed, CColor colour) {
+    const double edge = reversed ? bar.left : bar.right;
+    const double far = edge + (reversed ? -StagePlaces::kTail : StagePlaces::kTail);
+    const double height = bar.getHeight();
+    const Path path = VSTGUI::owned(context.createGraphicsPath());
+    path->beginSubpath(CPoint(edge, bar.bottom));
+    path->addLine(CPoint(edge, bar.top + height * 0.2));
+    path->addBezierCurve(edge + (far - edge) * 0.2, bar.top + height * 0.75,
+                         edge + (far - edge) * 0.5, bar.bottom, far, bar.bottom);
+    path->closeSubpath();
+    fillPath(context, *path, colour);
 }
 
 void padlock(CDrawContext& context, CPoint at, CColor colour) {
@@ -156,11 +170,15 @@ void StageView::drawSlope(CDrawContext& context) const {
     const auto& echoes = stage.echoes();
     if (echoes.size() < 2 || stage.course().looping) return;
     std::vector<CPoint> tops;
-    for (const Echo& echo : echoes) tops.emplace_back(xOf(echo.ms), yOf(echo.level));
+    for (const Echo& echo : echoes) {
+        tops.emplace_back(xOf(echo.ms), yOf(echo.level));
+        if (echo.level == 0.0) break;
+    }
+    const CColor ink = stage.sounds() ? Theme::kAccent : Theme::kTextDim;
     const bool lit = hovered == Part::Feedback || held == Part::Feedback;
     const Path path = pathThrough(context, tops);
     context.setDrawMode(VSTGUI::kAntiAliasing | VSTGUI::kNonIntegralMode);
-    context.setFrameColor(lit ? Theme::kAccent : mix(Theme::kAccent, Theme::kGlass, 0.4));
+    context.setFrameColor(lit ? ink : mix(ink, Theme::kGlass, 0.35));
     context.setLineWidth(lit ? 1.6 : 1.0);
     context.setLineStyle(VSTGUI::CLineStyle(VSTGUI::CLineStyle::kLineCapButt,
                                             VSTGUI::CLineStyle::kLineJoinMiter, 0.0, {4.0, 3.0}));
@@ -192,26 +210,18 @@ void StageView::drawBars(CDrawContext& context) const {
             fillRound(context, halo, 4.0, withAlpha(colour, 0.3 * glow));
         }
         if (rect.getHeight() < 1.0) continue;
-        // The sound dies away behind its attack, or grows towards it where it is heard in reverse.
         const bool reversed = !click && echoes[i - 1].reversed;
-        if (roomy) {
-            const double edge = reversed ? rect.left : rect.right;
-            const double far = edge + (reversed ? -StagePlaces::kTail : StagePlaces::kTail);
-            polygon(context,
-                    {CPoint(edge, rect.top), CPoint(far, rect.bottom), CPoint(edge, rect.bottom)},
-                    withAlpha(colour, 0.35));
-        }
-        if (!click && echoes[i - 1].inverted) {
+        if (roomy) tail(context, rect, reversed, withAlpha(colour, 0.5));
+        const bool hollow = !click && echoes[i - 1].inverted;
+        if (hollow) {
             fillRect(context, rect, Theme::kGlass);
             strokeRound(context, rect, 0.0, colour, pixels.width(2.0));
         } else {
             fillRect(context, rect, colour);
         }
-        if (!click && roomy && stage.course().direction != DirectionMode::Forward &&
-            rect.getHeight() > 8.0) {
-            const double way = reversed ? -1.0 : 1.0;
-            arrow(context, CPoint(rect.getCenter().x + 4.0 * way, rect.top - 13.0), way, colour);
-        }
+        if (!click && stage.course().direction != DirectionMode::Forward && rect.getHeight() > 13.0)
+            arrow(context, CPoint(rect.getCenter().x, rect.bottom - 8.0), reversed ? -1.0 : 1.0,
+                  hollow ? colour : Theme::kGlass);
     }
 }
 

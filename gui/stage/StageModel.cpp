@@ -49,11 +49,8 @@ EchoCourse StageModel::wantedCourse() {
     if (!held) isSynced = on(kDelayClockMode);
     const double x2 = x2Factor(plugin.value(kDelayX2));
     course.clockFactor = vcoRatio(plugin.value(kManualVco), plugin.value(kDepth)) * x2;
-    const double heard = plugin.reading(kOutDelayReadout) * kLongestHeardDelayMs;
-    course.delayMs = held ? shownCourse.delayMs
-                     : fresh && course.looping && heard > 0.1
-                         ? std::min(heard / course.clockFactor, kLongestDelayMs)
-                         : setDelayMs();
+    course.delayMs = held ? heldMs.value_or(shownCourse.delayMs) : setDelayMs();
+    if (!course.looping) heldMs.reset();
     course.direction = static_cast<DirectionMode>(listState(plugin.value(kDirectionMode), 4));
     course.level = 1.0 / x2;
     course.feedback = plugin.value(kFeedback);
@@ -62,7 +59,8 @@ EchoCourse StageModel::wantedCourse() {
     return course;
 }
 
-bool StageModel::tempoHasMoved() const {
+bool StageModel::isStale() const {
+    if (heldMs && *heldMs != shownCourse.delayMs) return true;
     return isSynced && !shownCourse.looping && 60000.0 / tempoInForce(plugin) != shownAxis.beatMs;
 }
 
@@ -145,6 +143,11 @@ void StageModel::followClock() {
     const bool running = plugin.reading(kOutProcessingActivity) > 0.5;
     const double heard = plugin.reading(kOutDelayReadout) * kLongestHeardDelayMs;
     const bool told = running && shownCourse.delayMs > 0.01 && heard > 1e-3;
+    // Nothing but the delay's length is left to differ: the loop was caught before the editor knew.
+    const double delayMs = rest > 0.0 ? heard * shownCourse.level / rest : 0.0;
+    if (told && shownCourse.looping && !shownCurve.moves() &&
+        std::abs(delayMs / shownCourse.delayMs - 1.0) > 0.002)
+        heldMs = std::min(delayMs, kLongestDelayMs);
     bendNow = told ? heard * shownCourse.level / shownCourse.delayMs : rest;
 
     const double hz = switchState(plugin.value(kLfoSync))

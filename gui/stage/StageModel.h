@@ -8,6 +8,7 @@
 #include "gui/stage/TimeAxis.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace Quorvant {
@@ -24,7 +25,7 @@ class StageModel {
     // the picture has changed.
     bool refresh(bool keepAxis);
     // Whether the picture asks for a refresh though no parameter has changed.
-    bool tempoHasMoved() const;
+    bool isStale() const;
     // Takes over the readings; `now` in milliseconds of a wrapping counter.
     void idle(uint32_t now);
 
@@ -75,6 +76,7 @@ class StageModel {
     const EditorModel& plugin;
     EchoPicture picture;
     EchoCourse shownCourse;
+    std::optional<double> heldMs;  // what the engine holds, where that is not what was set
     TimeAxis shownAxis;
     ClockCurve shownCurve;
     std::string text;

@@ -38,8 +38,7 @@ void StageView::parameterChanged(uint32_t index) {
 void StageView::idle() {
     const uint32_t now = tickCountMs();
     if (now - refreshedAt < kPictureMs) return;
-    const bool tempoMoved = stage.tempoHasMoved();
-    if (stale || tempoMoved) refresh();
+    if (stale || stage.isStale()) refresh();
     refreshedAt = now;
     stage.idle(now);
     followGlow();

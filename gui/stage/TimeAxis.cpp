@@ -49,11 +49,14 @@ TimeAxis axisFor(double intervalMs, double beatMs) {
     const double least = std::max(intervalMs * kEchoes, kShortestMs) / unit;
     const double length =
         beats ? stepFrom(least, kBeatLengths, 2.0) : stepFrom(least, kDecimalLengths, 10.0);
-    const auto stepFor = [&](double most) {
-        return beats ? stepFrom(length / most, kBeatSteps, 2.0)
-                     : stepFrom(length / most, kDecimalSteps, 10.0);
-    };
-    const double line = stepFor(kMostLines), number = stepFor(kMostNumbers);
+    const double number = beats ? stepFrom(length / kMostNumbers, kBeatSteps, 2.0)
+                                : stepFrom(length / kMostNumbers, kDecimalSteps, 10.0);
+    // As many lines between two numbers as leave whole ones.
+    const bool two =
+        std::abs(std::log10(number / 2.0) - std::round(std::log10(number / 2.0))) < 1e-9;
+    double line = number;
+    for (const double parts : {2.0, beats || two ? 4.0 : 5.0})
+        if (length / number * parts <= kMostLines) line = number / parts;
 
     TimeAxis axis{.lengthMs = length * unit, .beatMs = beatMs, .marks = {}};
     for (int i = 0; i * line <= length * (1.0 + 1e-9); ++i) {
