@@ -2,6 +2,7 @@
 
 #include "dsp/DelayMemory.h"
 #include "dsp/HighCut.h"
+#include "dsp/InputFilter.h"
 #include "params/ParameterLaws.h"
 
 #include <algorithm>
@@ -35,11 +36,40 @@ constexpr DirectionShares sharesOf(DirectionMode direction) {
     }
 }
 
+// What levels are measured with: a bump of a millisecond, with room behind it to be smeared into.
+constexpr double kRate = 48000.0;
+using Click = std::array<Pair, 512>;
+Click freshClick() {
+    constexpr std::size_t kLength = 48;
+    Click click{};
+    for (std::size_t i = 0; i < kLength; ++i) {
+        const double s = std::sin(std::numbers::pi * static_cast<double>(i) / kLength);
+        click[i] = both(s * s);
+    }
+    return click;
+}
+
 bool runsBackward(const EchoCourse& course) {
     return course.direction == DirectionMode::Backward;
 }
 
 }  // namespace
+
+// X2 halves the level, and has an input filter of its own, whose gain is another, too.
+double firstLevel(const EchoCourse& course) {
+    static const double kDoubled = [] {
+        const auto passed = [](double corner) {
+            InputFilter filter;
+            filter.setCorner(corner, kRate);
+            Click click = freshClick();
+            Pair highest{};
+            for (Pair& x : click) highest = larger(highest, filter.process(x));
+            return left(highest);
+        };
+        return passed(InputFilter::kDoubledCorner) / passed(InputFilter::kCorner) / x2Factor(1.0);
+    }();
+    return course.doubled ? kDoubled : 1.0;
+}
 
 double echoInterval(const EchoCourse& course) {
     const double ms = runsBackward(course) && course.delayMs >= kShortestMs
@@ -59,21 +89,15 @@ double EchoPicture::cutPeak(int pass) const {
 
 double EchoPicture::feedbackFor(const EchoCourse& course, int pass, double level) const {
     if (pass < 2) return course.feedback;
-    const double left = level / (course.level * cutPeak(pass));
+    const double left = level / (firstLevel(course) * cutPeak(pass));
     return std::clamp(std::pow(std::max(left, 0.0), 1.0 / (pass - 1)), 0.0, 1.0);
 }
 
-// A click of a millisecond, as it comes out of the cut time and again.
+// The click as it comes out of the cut time and again.
 void EchoPicture::cutClick(double hz) {
     if (hz == cutHz) return;
     cutHz = hz;
-    constexpr double kRate = 48000.0;
-    constexpr int kLength = 48;
-    std::array<Pair, 512> click{};
-    for (int i = 0; i < kLength; ++i) {
-        const double s = std::sin(std::numbers::pi * i / kLength);
-        click[static_cast<std::size_t>(i)] = both(s * s);
-    }
+    Click click = freshClick();
     const double pole = hz > 0.0 ? HighCut::poleOf(hz, kRate) : 0.0;
     cutPeaks.fill(1.0);
     for (std::size_t pass = 1; pass < cutPeaks.size() && pole > 0.0; ++pass) {
@@ -91,7 +115,7 @@ void EchoPicture::compute(const EchoCourse& course, double windowMs) {
     const auto add = [&](double ms, double peak, int pass, bool reversed) {
         const double gain = course.looping ? 1.0 : std::pow(loss, pass - 1) * cutPeak(pass);
         found.push_back({.ms = ms,
-                         .level = std::min(1.0, std::abs(peak * course.level * gain)),
+                         .level = std::min(1.0, std::abs(peak * firstLevel(course) * gain)),
                          .pass = pass,
                          .inverted = gain < 0.0,
                          .reversed = reversed});

@@ -14,8 +14,8 @@ namespace Quorvant {
 struct EchoCourse {
     double delayMs = 0.0;  // at the nominal clock, 0 ... 9600
     DirectionMode direction = DirectionMode::Forward;
-    double clockFactor = 1.0;  // of the heard delay
-    double level = 1.0;        // of the first echo, linear
+    double clockFactor = 1.0;  // of the heard delay, X2 included
+    bool doubled = false;      // by Delay X2
     double feedback = 0.0;     // 0 ... 1
     bool inverts = false;      // the feedback's polarity
     double highCutHz = 0.0;    // 0: off
@@ -32,6 +32,8 @@ struct Echo {
     bool reversed = false;  // heard from its end
 };
 
+// Of the first echo, linear: 1 without X2.
+double firstLevel(const EchoCourse& course);
 // How far apart echoes lie on average, in heard milliseconds.
 double echoInterval(const EchoCourse& course);
 // By how much the first echo comes later when the delay gets longer: below 0 in Backward, where it

@@ -103,6 +103,9 @@ void StageView::draw(CDrawContext* context) {
         CRect clip;
         context->getClipRect(clip);
         drawGrid(*context);
+        if (stage.echoes().empty())
+            drawText(*context, "A click in the middle of a segment is lost: the delay is too long",
+                     plotRect(), Theme::Face::Value, Theme::kTextDim);
         // What lies behind the end of the axis is not drawn into the frame.
         CRect inner = getViewSize();
         inner.inset(2.0, 2.0);

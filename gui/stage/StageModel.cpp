@@ -52,7 +52,7 @@ EchoCourse StageModel::wantedCourse() {
     course.delayMs = held ? heldMs.value_or(shownCourse.delayMs) : setDelayMs();
     if (!course.looping) heldMs.reset();
     course.direction = static_cast<DirectionMode>(listState(plugin.value(kDirectionMode), 4));
-    course.level = 1.0 / x2;
+    course.doubled = x2 > 1.0;
     course.feedback = plugin.value(kFeedback);
     course.inverts = on(kFeedbackInvert);
     course.highCutHz = on(kHighCut) ? highCutHz(plugin.value(kHighCutCutoff)) : 0.0;
@@ -99,7 +99,7 @@ std::string StageModel::textOfSettings() const {
         line = "holds " + delayFigures(shownCourse.delayMs) + " ms";
     else
         line = isSynced ? noteText(plugin, kDelayNote) : number(kDelayTime) + " ms";
-    if (shownCourse.level < 1.0) line += " X2";
+    if (shownCourse.doubled) line += " X2";
     if (shownCourse.looping) return line;
     line += " \u00b7 feedback " + number(kFeedback);
     if (shownCourse.inverts) line += " inverted";
@@ -126,29 +126,28 @@ double StageModel::loopMs() const {
 
 // Begins where the engine's own lamp tells that the loop has engaged.
 void StageModel::followLoop(uint32_t elapsed) {
-    const double rest = shownCourse.clockFactor * shownCourse.level;
     if (!shownCourse.looping || !switchState(plugin.reading(kOutInfRepeatLamp)) ||
         loopMs() <= 0.0) {
         position = -1.0;
     } else if (position < 0.0) {
         position = 0.0;
     } else {
-        const double gone = position + elapsed * rest / (bendNow * loopMs());
+        const double gone = position + elapsed * restingClock() / (bendNow * loopMs());
         position = gone - std::floor(gone);
     }
 }
 
 void StageModel::followClock() {
-    const double rest = shownCourse.clockFactor * shownCourse.level;  // without X2
+    const double rest = restingClock(), x2 = shownCourse.clockFactor / rest;
     const bool running = plugin.reading(kOutProcessingActivity) > 0.5;
     const double heard = plugin.reading(kOutDelayReadout) * kLongestHeardDelayMs;
     const bool told = running && shownCourse.delayMs > 0.01 && heard > 1e-3;
     // Nothing but the delay's length is left to differ: the loop was caught before the editor knew.
-    const double delayMs = rest > 0.0 ? heard * shownCourse.level / rest : 0.0;
+    const double delayMs = heard / shownCourse.clockFactor;
     if (told && shownCourse.looping && !shownCurve.moves() &&
         std::abs(delayMs / shownCourse.delayMs - 1.0) > 0.002)
         heldMs = std::min(delayMs, kLongestDelayMs);
-    bendNow = told ? heard * shownCourse.level / shownCourse.delayMs : rest;
+    bendNow = told ? heard / (shownCourse.delayMs * x2) : rest;
 
     const double hz = switchState(plugin.value(kLfoSync))
                           ? noteHz(lfoNote(plugin.value(kLfoNote)), tempoInForce(plugin))

@@ -63,7 +63,7 @@ class StageModel {
     double feedbackFor(const Echo& echo, double level) const;
     // The most that the echo can have, with the feedback at its end.
     double highestLevel(const Echo& echo) const {
-        return shownCourse.level * picture.cutPeak(echo.pass);
+        return firstLevel(shownCourse) * picture.cutPeak(echo.pass);
     }
 
   private:
@@ -72,6 +72,10 @@ class StageModel {
     std::string textOfSettings() const;
     void followLoop(uint32_t elapsed);
     void followClock();
+    // Without X2 and modulation.
+    double restingClock() const {
+        return shownCourse.clockFactor / (shownCourse.doubled ? 2.0 : 1.0);
+    }
 
     const EditorModel& plugin;
     EchoPicture picture;

@@ -15,7 +15,8 @@
 namespace Quorvant {
 namespace {
 
-constexpr uint32_t kPictureMs = 33;  // between two pictures
+constexpr uint32_t kPictureMs =
+    28;  // between two pictures, so that a timer of 60 Hz gives 30 of them
 constexpr int kGlowSteps = 8;
 constexpr double kFine = 0.1, kWheelStep = 0.02;
 constexpr double kReach = 12.0;  // pixels around what is taken hold of
@@ -108,7 +109,11 @@ const Echo* StageView::secondPass() const {
 }
 
 CPoint StageView::timeHandle() const {
-    if (stage.echoes().empty()) return {xOf(0.0), yOf(stage.course().level)};
+    if (stage.echoes().empty()) {
+        // Lost in the memory; the delay can be set all the same.
+        const EchoCourse& course = stage.course();
+        return {xOf(std::abs(heardMsPerMs(course)) * course.delayMs), plotRect().bottom};
+    }
     const Echo& first = stage.echoes().front();
     return {xOf(first.ms), yOf(first.level)};
 }
@@ -274,6 +279,7 @@ void StageView::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
     using VSTGUI::ModifierKey;
     event.consumed = true;
     event.ignoreFollowUpMoveAndUpEvents(true);
+    if (stale) refresh();
     const Part part = partAt(event.mousePosition);
     if (part == Part::None || held != Part::None) return;
     if (event.buttonState.isRight()) {
@@ -323,6 +329,8 @@ void StageView::onMouseExitEvent(VSTGUI::MouseExitEvent& event) {
 }
 
 void StageView::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
+    event.consumed = true;
+    if (stale) refresh();
     double steps = event.deltaY != 0.0 ? event.deltaY : event.deltaX;
     if (event.flags & VSTGUI::MouseWheelEvent::DirectionInvertedFromDevice) steps = -steps;
     const Part part = partAt(event.mousePosition);
@@ -334,7 +342,6 @@ void StageView::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
         const double set = editor.model().value(kFeedback);
         change(part, std::clamp(set + steps * kWheelStep * (fine ? kFine : 1.0), 0.0, 1.0));
     }
-    event.consumed = true;
 }
 
 bool StageView::removed(VSTGUI::CView* parent) {
