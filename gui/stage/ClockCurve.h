@@ -29,7 +29,7 @@ struct ClockCurve {
         return std::clamp((factor - rest) / (0.5 * depthCurve(depth)), -1.0, 1.0);
     }
     // How much of the height is used: less for a lesser depth, but never too little to be seen.
-    double height() const { return moves() ? std::max(0.3, std::sqrt(depthCurve(depth))) : 0.0; }
+    double height() const { return moves() ? std::max(0.3, std::cbrt(depthCurve(depth))) : 0.0; }
 };
 
 // The LFO's phase, -pi to pi, from its sine alone: whether it rises or falls tells the half.

@@ -145,6 +145,8 @@ void StageView::drawGrid(CDrawContext& context) const {
     const double wide = pixels.width(1.0);
     for (const TimeAxis::Mark& mark : stage.axis().marks) {
         const double x = pixels.x(xOf(mark.ms));
+        if (!meets(context, CRect(x - 32.0, plot.top - 8.0, x + 32.0, getViewSize().bottom)))
+            continue;
         fillRect(context, CRect(x, pixels.y(plot.top - 4.0), x + wide, pixels.y(plot.bottom)),
                  mark.text.empty() ? kGridLine : kGridNumbered);
         if (!mark.text.empty())
@@ -172,20 +174,21 @@ void StageView::drawLoop(CDrawContext& context) const {
 void StageView::drawSlope(CDrawContext& context) const {
     const auto& echoes = stage.echoes();
     if (echoes.size() < 2 || stage.course().looping) return;
-    std::vector<CPoint> tops;
-    for (const Echo& echo : echoes) {
-        tops.emplace_back(xOf(echo.ms), yOf(echo.level));
-        if (echo.level == 0.0) break;
-    }
     const CColor ink = stage.sounds() ? Theme::kAccent : Theme::kTextDim;
     const bool lit = hovered == Part::Feedback || held == Part::Feedback;
-    const Path path = pathThrough(context, tops);
     context.setDrawMode(VSTGUI::kAntiAliasing | VSTGUI::kNonIntegralMode);
     context.setFrameColor(lit ? ink : mix(ink, Theme::kGlass, 0.35));
     context.setLineWidth(lit ? 1.6 : 1.0);
     context.setLineStyle(VSTGUI::CLineStyle(VSTGUI::CLineStyle::kLineCapButt,
                                             VSTGUI::CLineStyle::kLineJoinMiter, 0.0, {4.0, 3.0}));
-    context.drawGraphicsPath(path, CDrawContext::kPathStroked);
+    // Dashes begin anew at every top, so that they are the same where a part is drawn.
+    for (std::size_t i = 1; i < echoes.size() && echoes[i - 1].level > 0.0; ++i) {
+        const CPoint from(xOf(echoes[i - 1].ms), yOf(echoes[i - 1].level));
+        const CPoint to(xOf(echoes[i].ms), yOf(echoes[i].level));
+        if (meets(context,
+                  CRect(from.x, std::min(from.y, to.y) - 1.0, to.x, std::max(from.y, to.y) + 1.0)))
+            context.drawLine(from, to);
+    }
     context.setLineStyle(VSTGUI::kLineSolid);
 }
 

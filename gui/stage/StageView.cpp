@@ -17,6 +17,7 @@ namespace {
 
 constexpr uint32_t kPictureMs =
     28;  // between two pictures, so that a timer of 60 Hz gives 30 of them
+constexpr uint32_t kFiguresMs = 120;
 constexpr int kGlowSteps = 8;
 constexpr double kFine = 0.1, kWheelStep = 0.02;
 constexpr double kReach = 12.0;  // pixels around what is taken hold of
@@ -136,6 +137,7 @@ void StageView::followGlow() {
         bars[i].glow = glow;
         CRect rect = bars[i].rect;
         rect.inset(-StagePlaces::kGlow, -StagePlaces::kGlow);
+        rect.bottom = bars[i].rect.bottom;
         invalidRect(rect);
     }
 }
@@ -163,6 +165,9 @@ void StageView::followDot() {
         dot = now;
         redraw();
     }
+    // Figures that change faster can't be read.
+    if (refreshedAt - toldAt < kFiguresMs) return;
+    toldAt = refreshedAt;
     std::string told = "\u00d7 " + fixedText(stage.bend(), 2);
     if (told == bendText) return;
     bendText = std::move(told);

@@ -79,7 +79,7 @@ class StageView final : public Control {
     StageModel stage;
     std::vector<Bar> bars;  // the click's, and the echoes'
     bool stale = false;
-    uint32_t refreshedAt = 0;
+    uint32_t refreshedAt = 0, toldAt = 0;
 
     // As drawn.
     StageModel::Dot dot;

@@ -54,7 +54,8 @@ TEST_F(EditorStage, FirstEchoSetsTheTimeAndLaterOnesTheFeedback) {
     drag(at, {at.x, bottom + 50.0});
     EXPECT_EQ(model.values[kFeedback], 0.0);
     EXPECT_EQ(endsOfGestures(), (Gestures{"begin 21", "end 21", "begin 21", "end 21"}));
-    click(at, Modifiers(ModifierKey::Alt));
+    editor->idle();
+    click(seen(slope, slope.feedbackHandle()), Modifiers(ModifierKey::Alt));
     EXPECT_EQ(model.values[kFeedback], parameterDefault(kFeedback));
     wheel(seen(slope, slope.timeHandle()), 1.0);
     EXPECT_NEAR(delayTimeMs(model.values[kDelayTime]), 401.0, 1e-6);
@@ -63,10 +64,12 @@ TEST_F(EditorStage, FirstEchoSetsTheTimeAndLaterOnesTheFeedback) {
 TEST_F(EditorStage, SnapsToNotesAndLeavesALoopAlone) {
     const double eighthDotted = listValue(19, kNoteCount);
     auto& view = stageOf({{kDelayClockMode, 1.0}, {kDelayNote, eighthDotted}, {kManualVco, 0.5}});
-    const CPoint at = seen(view, view.timeHandle());
+    CPoint at = seen(view, view.timeHandle());
     const double share = view.timeHandle().x - view.getViewSize().left - 30.0;  // of 3/16
     drag(at, {at.x + share * 0.25, at.y});
     EXPECT_EQ(parameterText(kDelayNote, model.values[kDelayNote]), "1/4");
+    editor->idle();
+    at = seen(view, view.timeHandle());
     drag(at, {at.x + share * 0.1, at.y}, Modifiers(ModifierKey::Shift));
     EXPECT_EQ(parameterText(kDelayNote, model.values[kDelayNote]), "9/32");
     EXPECT_EQ(endsOfGestures(), (Gestures{"begin 17", "end 17", "begin 17", "end 17"}));
