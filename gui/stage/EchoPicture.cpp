@@ -13,7 +13,7 @@ namespace Quorvant {
 namespace {
 
 constexpr double kShortestMs = 3.0 / 48.0;  // of a span that the memory serves
-constexpr double kTicks = 8000.0;           // in the window
+constexpr double kTicks = 8000.0;           // in the window, or in the delay where that is longer
 constexpr double kFewestInDelay = 24.0;
 constexpr int kMostTicks = 40000;
 constexpr double kMostTicksPerMs = 4.0;  // where the whole memory takes part
@@ -126,7 +126,7 @@ void EchoPicture::compute(const EchoCourse& course, double windowMs) {
     // Ticks a millisecond, such that the delay is a whole number of them.
     const double delayMs = std::max(course.delayMs, kShortestMs);
     const double memoryMs = windowMs / course.clockFactor;
-    double rate = kTicks / memoryMs;
+    double rate = kTicks / std::max(memoryMs, delayMs);
     double delay = std::round(delayMs * rate);
     if (runsBackward(course)) {
         rate = std::min(rate, kMostTicksPerMs);
@@ -148,12 +148,12 @@ void EchoPicture::compute(const EchoCourse& course, double windowMs) {
     memory.setCourse(course.direction, delay);
 
     // The left lane returns undiminished; the right one is halved by every pass, which counts them.
+    // In a loop nothing is lost at all, whether it is kept in the memory or fed back.
     const Pair back = course.looping ? both(1.0) : makePair(1.0, 0.5);
     Pair returned{}, peak{};
     int begin = -1, peakAt = 0;
     for (int tick = 0; tick < end && found.size() < kMostEchoes; ++tick) {
         const int since = tick - clickAt;
-        if (course.looping && since == static_cast<int>(std::size(kClick))) memory.setLooping(true);
         const bool clicks = since >= 0 && since < static_cast<int>(std::size(kClick));
         const Pair heard = memory.tick(returned + both(clicks ? kClick[since] : 0.0));
         returned = heard * back;

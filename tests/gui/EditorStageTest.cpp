@@ -77,6 +77,7 @@ TEST_F(EditorStage, SnapsToNotesAndLeavesALoopAlone) {
     auto& held = stageOf({{kInfRepeat, 1.0}});
     drag(seen(held, held.timeHandle()), {at.x + 100.0, at.y});
     wheel(seen(held, held.timeHandle()), 1.0);
+    click(seen(held, held.timeHandle()), Modifiers(ModifierKey::Alt));
     EXPECT_EQ(model.gestures, Gestures{});
 }
 

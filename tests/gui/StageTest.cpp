@@ -46,6 +46,7 @@ const std::pair<const char*, Settings> kScenes[] = {
     {"bounce",
      {{kDelayTime, ms(300.0)}, {kFeedback, 0.7}, {kDirectionMode, 1.0}, {kFeedbackInvert, 1.0}}},
     {"loop", {{kDelayTime, ms(200.0)}, {kFeedback, 0.2}, {kInfRepeat, 1.0}}},
+    {"short loop", {{kDelayTime, ms(20.0)}, {kFeedback, 0.9}, {kInfRepeat, 1.0}}},
     {"looping reverse",
      {{kDelayTime, ms(200.0)}, {kDirectionMode, valueOf(kReverse)}, {kInfRepeat, 1.0}}}};
 
