@@ -15,7 +15,7 @@ namespace {
 constexpr double kShortestMs = 3.0 / 48.0;  // of a span that the memory serves
 constexpr double kTicks = 8000.0;           // in the window, or in the delay where that is longer
 constexpr double kFewestInDelay = 24.0;
-constexpr int kMostTicks = 40000;
+constexpr int kMostTicks = 20000;
 constexpr double kMostTicksPerMs = 4.0;  // where the whole memory takes part
 // Falls, so that it tells which way round it is heard.
 constexpr double kClick[] = {1.0, 0.6, 0.3};

@@ -62,11 +62,12 @@ const char* nameOf(DirectionMode direction) {
     }
 }
 
-// Points the way in which the sound is heard; 1 is forward.
+// Points the way in which the sound is heard; `way` is its size, below 0 to the left.
 void arrow(CDrawContext& context, CPoint at, double way, CColor colour) {
+    const double high = std::abs(way);
     polygon(context,
-            {CPoint(at.x + 4.0 * way, at.y), CPoint(at.x - 3.0 * way, at.y - 4.0),
-             CPoint(at.x - 3.0 * way, at.y + 4.0)},
+            {CPoint(at.x + way, at.y), CPoint(at.x - way * 0.75, at.y - high),
+             CPoint(at.x - way * 0.75, at.y + high)},
             colour);
 }
 
@@ -204,7 +205,7 @@ void StageView::drawBars(CDrawContext& context) const {
         around.inset(-StagePlaces::kTail - StagePlaces::kGlow, -StagePlaces::kTail);
         if (!meets(context, around) || bar.rect.left > plotRect().right) continue;
         const CRect rect = pixels.snapped(bar.rect);
-        const double glow = bar.glow / 8.0;
+        const double glow = static_cast<double>(bar.glow) / StagePlaces::kGlowSteps;
         const bool click = i == 0;
         const CColor base = click ? Theme::kTextDim : mix(ink, Theme::kGlass, 0.22);
         const CColor colour = mix(base, click ? kWhite : mix(ink, kWhite, 0.35), glow);
@@ -215,7 +216,7 @@ void StageView::drawBars(CDrawContext& context) const {
             CRect halo = rect;
             halo.inset(-StagePlaces::kGlow, -StagePlaces::kGlow);
             halo.bottom = rect.bottom;
-            fillRound(context, halo, 4.0, withAlpha(colour, 0.3 * glow));
+            fillRound(context, halo, 4.0, withAlpha(colour, 0.4 * glow * glow));
         }
         if (rect.getHeight() < 1.0) continue;
         const bool reversed = !click && echoes[i - 1].reversed;
@@ -227,9 +228,9 @@ void StageView::drawBars(CDrawContext& context) const {
         } else {
             fillRect(context, rect, colour);
         }
-        if (!click && stage.course().direction != DirectionMode::Forward && rect.getHeight() > 13.0)
-            arrow(context, CPoint(rect.getCenter().x, rect.bottom - 8.0), reversed ? -1.0 : 1.0,
-                  hollow ? colour : Theme::kGlass);
+        if (!click && stage.course().direction != DirectionMode::Forward && rect.getHeight() > 16.0)
+            arrow(context, CPoint(rect.getCenter().x, rect.bottom - 8.0),
+                  (reversed ? -1.0 : 1.0) * (hollow ? 3.0 : 4.0), hollow ? colour : Theme::kGlass);
     }
 }
 

@@ -18,7 +18,7 @@ namespace {
 constexpr uint32_t kPictureMs =
     28;  // between two pictures, so that a timer of 60 Hz gives 30 of them
 constexpr uint32_t kFiguresMs = 120;
-constexpr int kGlowSteps = 8;
+
 constexpr double kFine = 0.1, kWheelStep = 0.02;
 constexpr double kReach = 12.0;  // pixels around what is taken hold of
 
@@ -130,9 +130,10 @@ void StageView::followGlow() {
     for (std::size_t i = 0; i < bars.size(); ++i) {
         const double ms = i == 0 ? 0.0 : stage.echoes()[i - 1].ms;
         const double level = i == 0 ? 1.0 : stage.echoes()[i - 1].level;
-        const int glow = stage.sounds()
-                             ? static_cast<int>(std::lround(stage.glowOf(ms, level) * kGlowSteps))
-                             : 0;
+        const int glow =
+            stage.sounds()
+                ? static_cast<int>(std::lround(stage.glowOf(ms, level) * StagePlaces::kGlowSteps))
+                : 0;
         if (glow == bars[i].glow) continue;
         bars[i].glow = glow;
         CRect rect = bars[i].rect;
