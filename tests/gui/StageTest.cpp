@@ -98,5 +98,37 @@ TEST(Stage, PicturesWhatTheEngineMakesOfAClick) {
     }
 }
 
+TEST(Stage, FollowsWhatIsPlayed) {
+    PlainModel model;
+    model.values = {{kDelayTime, ms(640.0)},
+                    {kManualVco, 0.5},
+                    {kDepth, 0.9},
+                    {kWaveform, 0.0},
+                    {kInfRepeat, 1.0}};
+    model.readings = {{kOutProcessingActivity, 1.0},
+                      {kOutInfRepeatLamp, 1.0},
+                      {kOutDelayReadout, 0.9 * 640.0 / kLongestHeardDelayMs}};
+    StageModel stage(model);
+    uint32_t now = 0xffffff00;  // wraps on the way
+    for (int i = 0; i <= 40; ++i, now += 32) {
+        const double phase = -3.0 + 0.15 * i;
+        model.readings[kOutLfoLamp] = 0.5 + 0.5 * std::sin(phase);
+        model.readings[kOutHeadroom] = i == 20 ? 0.5 : 0.0;
+        stage.idle(now);
+        if (i < 2) continue;                          // rises or falls?
+        EXPECT_NEAR(stage.dot().phase, phase, 0.15);  // a turn is noticed one look later
+        EXPECT_NEAR(stage.bend(), 0.9, 1e-9);
+        EXPECT_NEAR(stage.glowOf((i - 20) * 32.0, 1.0), i < 20 ? 0.0 : 1.0, 1e-6);
+        EXPECT_LT(stage.glowOf((i - 20) * 32.0 + 100.0, 1.0), 1e-6);
+        const double round = i * 32.0 / (0.9 * 640.0);
+        EXPECT_NEAR(std::remainder(stage.loopPosition() - round, 1.0), 0.0, 1e-6);
+    }
+    model.readings[kOutInfRepeatLamp] = 0.0;
+    for (int i = 0; i < 3; ++i) stage.idle(now += 100000);
+    EXPECT_LT(stage.loopPosition(), 0.0);
+    for (double ms = 0.0; ms < 300000.0; ms += 32.0) EXPECT_EQ(stage.glowOf(ms, 1.0), 0.0);
+    EXPECT_LT(stage.dot().height, 0.0);  // the delay is short of what is set
+}
+
 }  // namespace
 }  // namespace Quorvant::Test
