@@ -83,4 +83,4 @@ if(WIN32)
 endif()
 
 # Some files at a time, which takes a third of the time.
-set_target_properties(vst3sdk_hosting validator PROPERTIES UNITY_BUILD ON)
+set_target_properties(validator PROPERTIES UNITY_BUILD ON)
