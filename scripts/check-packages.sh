@@ -34,8 +34,8 @@ presets=$(find "$root/dist/presets" -name '*.vstpreset' | wc -l)
 loads() {
     local where=$1 bundle=$2 report
     shift 2
-    report=$("$@" --plain info ${bundle:+--plugin "$bundle"}) || fail "$where: the plug-in doesn't load"
-    grep -q "^class	$name	Audio Module Class	.*	$version	" <<<"$report" ||
+    report=$("$@" --plain bench --seconds 0.1 ${bundle:+--plugin "$bundle"}) || fail "$where: the plug-in doesn't load"
+    grep -q "^plug-in	$name $version\$" <<<"$report" ||
         fail "$where: this is not version $version:"$'\n'"$report"
 }
 
