@@ -4,8 +4,8 @@
 #
 #   scripts/fuzz.sh [SECONDS [NAME…]]      default: 10 seconds each of all
 #
-# What a run discovers stays in build/asan/corpus for the next one. An input that breaks something
-# is put into build/asan/findings; `build/asan/fuzz/fuzz-NAME FILE` plays it again.
+# What a run discovers stays in build/fuzz/corpus for the next one. An input that breaks something
+# is put into build/fuzz/findings; `build/fuzz/fuzz/fuzz-NAME FILE` plays it again.
 set -euo pipefail
 # shellcheck source=scripts/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -18,16 +18,16 @@ if [[ ! $seconds =~ ^[0-9]+$ ]]; then
     exit 2
 fi
 
-build asan fuzz/all
+build fuzz
 names=("$@")
 ((${#names[@]})) || mapfile -t names < <(basename -a fuzz/corpus/*)
-mkdir -p build/asan/findings
+mkdir -p build/fuzz/findings
 failed=0
 for name in "${names[@]}"; do
-    mkdir -p "build/asan/corpus/$name"
+    mkdir -p "build/fuzz/corpus/$name"
     echo "== $name"
-    "build/asan/fuzz/fuzz-$name" -seed=1 -max_total_time="$seconds" -rss_limit_mb=2048 \
-        -print_final_stats=1 -close_fd_mask=2 -artifact_prefix="build/asan/findings/$name-" \
-        "build/asan/corpus/$name" "fuzz/corpus/$name" || failed=1
+    "build/fuzz/fuzz/fuzz-$name" -seed=1 -max_total_time="$seconds" -rss_limit_mb=2048 \
+        -print_final_stats=1 -close_fd_mask=2 -artifact_prefix="build/fuzz/findings/$name-" \
+        "build/fuzz/corpus/$name" "fuzz/corpus/$name" || failed=1
 done
 exit $failed
