@@ -8,8 +8,7 @@
 namespace Quorvant {
 namespace {
 
-constexpr double kStageBottom = Theme::kBarHeight + Theme::kStageHeight;
-constexpr double kFrontBottom = kStageBottom + Theme::kFrontHeight;
+constexpr double kFrontBottom = Theme::kBarHeight + Theme::kFrontHeight;
 
 double stripTop(bool withExtensions) {
     return kFrontBottom + (withExtensions ? Theme::kExtensionsHeight : 0.0);
@@ -44,9 +43,7 @@ Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& cont
     root = VSTGUI::makeOwned<Root>(CRect(0.0, 0.0, Theme::kWidth, bottom));
     presetBar = new PresetBar(CRect(0.0, 0.0, Theme::kWidth, Theme::kBarHeight), context, actions);
     root->addView(presetBar);
-    stage = new StageView(CRect(10.0, Theme::kBarHeight + 4.0, 990.0, kStageBottom - 4.0), context);
-    root->addView(stage);
-    front = new Panel(CRect(0.0, kStageBottom, Theme::kWidth, kFrontBottom), context,
+    front = new Panel(CRect(0.0, Theme::kBarHeight, Theme::kWidth, kFrontBottom), context,
                       kFrontGroups, kFrontControls);
     root->addView(front);
     if (extended) {
@@ -80,7 +77,6 @@ CRect Scene::belowBar() const {
 void Scene::parameterChanged(uint32_t index, double value) {
     front->parameterChanged(index);
     if (extensions) extensions->parameterChanged(index);
-    stage->parameterChanged(index);
     sideChain->parameterChanged(index, value);
     presetBar->refresh();
 }
@@ -88,7 +84,6 @@ void Scene::parameterChanged(uint32_t index, double value) {
 void Scene::idle() {
     front->idle();
     if (extensions) extensions->idle();
-    stage->idle();
     sideChain->idle();
     status->idle();
 }

@@ -53,7 +53,6 @@ inline constexpr CColor kMonitorText{250, 250, 250, 255};
 // Frame, in unzoomed pixels
 inline constexpr double kWidth = 1000.0;
 inline constexpr double kBarHeight = 36.0;
-inline constexpr double kStageHeight = 160.0;
 inline constexpr double kFrontHeight = 200.0;
 inline constexpr double kExtensionsHeight = 100.0;
 inline constexpr double kStripHeight = 20.0;
