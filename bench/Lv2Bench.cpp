@@ -184,9 +184,8 @@ void bench(const Options& options) {
         }
     }
     std::ranges::sort(durations);
-    std::printf(
-        "median block\t%.3f us\nstart-up, first\t%.3f ms\nstart-up, all\t%.3f ms\n",
-        durations[durations.size() / 2] * 1e-3, first.count() * 1e-6, all.count() * 1e-6);
+    std::printf("median block\t%.3f us\nstart-up, first\t%.3f ms\nstart-up, all\t%.3f ms\n",
+                durations[durations.size() / 2] * 1e-3, first.count() * 1e-6, all.count() * 1e-6);
 }
 
 }  // namespace

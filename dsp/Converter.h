@@ -1,5 +1,6 @@
 // What "Full" adds to "Lims": the unit's input stage, its gain-ranged A/D converter, the D/A
-// converter's reconstruction filter and the feedback's coupling. docs/converters.md tells the model.
+// converter's reconstruction filter and the feedback's coupling. docs/converters.md tells the
+// model.
 #pragma once
 
 #include "dsp/Pair.h"

@@ -139,8 +139,7 @@ TEST_F(CommandLine, MeasuresAnyNumberOfInstances) {
         {"bench", "--plain", "--plugin", PROBE, "--instances", "3", "--seconds", "0.1"}));
     ASSERT_EQ(rows.size(), size_t{6});
     EXPECT_EQ(rows[1], (Words{"set-up", "3 x 48000 Hz, blocks of 512, 32 bits"}));
-    for (const size_t row : {2, 3, 4, 5})
-        EXPECT_GT(std::stod(rows[row][1]), 0.0) << rows[row][0];
+    for (const size_t row : {2, 3, 4, 5}) EXPECT_GT(std::stod(rows[row][1]), 0.0) << rows[row][0];
 }
 
 TEST_F(CommandLine, WritesTheSamePhraseEveryTime) {

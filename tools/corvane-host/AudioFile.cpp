@@ -1,4 +1,5 @@
 #include "tools/corvane-host/AudioFile.h"
+
 #include "tools/corvane-host/WholeFile.h"
 #include "tools/hosting/Text.h"
 
