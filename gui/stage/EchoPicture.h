@@ -40,7 +40,7 @@ double echoInterval(const EchoCourse& course);
 // comes earlier.
 double heardMsPerMs(const EchoCourse& course);
 
-// Not cheap to copy; takes about 0.1 ms. One thread at a time.
+// Not cheap to copy; takes about 0.2 ms. One thread at a time.
 class EchoPicture {
   public:
     static constexpr int kMostEchoes = 48;

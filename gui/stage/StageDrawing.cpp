@@ -166,8 +166,10 @@ void StageView::drawLoop(CDrawContext& context) const {
     CRect frame(xOf(0.0) - aside, plot.top - 7.0, xOf(stage.loopMs()) - aside, plot.bottom + 2.0);
     frame.right = std::max(frame.right, frame.left + 2.0 * aside);
     frame = Pixels(context).snapped(frame);
-    fillRound(context, frame, 3.0, withAlpha(Theme::kRed, 0.1));
-    strokeRound(context, frame, 3.0, Theme::kRed, 2.0);
+    // Faint until the loop has engaged, at the next repeat of a synced delay.
+    const bool engaged = loopX >= 0.0;
+    fillRound(context, frame, 3.0, withAlpha(Theme::kRed, engaged ? 0.12 : 0.05));
+    strokeRound(context, frame, 3.0, Theme::kRed, engaged ? 2.0 : 1.0);
     if (loopX >= 0.0) fillRect(context, loopLineRect(), Theme::kText);
 }
 

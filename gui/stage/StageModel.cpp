@@ -53,6 +53,7 @@ EchoCourse StageModel::wantedCourse() {
     if (!course.looping) heldMs.reset();
     course.direction = static_cast<DirectionMode>(listState(plugin.value(kDirectionMode), 4));
     course.doubled = x2 > 1.0;
+    // What Lims and Full add to it at its very end would not be seen.
     course.feedback = plugin.value(kFeedback);
     course.inverts = on(kFeedbackInvert);
     course.highCutHz = on(kHighCut) ? highCutHz(plugin.value(kHighCutCutoff)) : 0.0;

@@ -183,9 +183,10 @@ void StageView::followLoop() {
     const double position = stage.loopPosition();
     const double x = position < 0.0 ? -1.0 : std::round(xOf(position * stage.loopMs()));
     if (x == loopX) return;
-    if (loopX >= 0.0) invalidRect(loopLineRect());
+    if ((x < 0.0) != (loopX < 0.0)) invalid();
+    invalidRect(loopLineRect());
     loopX = x;
-    if (loopX >= 0.0) invalidRect(loopLineRect());
+    invalidRect(loopLineRect());
 }
 
 // --- What is taken hold of --------------------------------------------------------------------
