@@ -8,7 +8,6 @@
 #include "gui/PresetBar.h"
 #include "gui/SideChainBar.h"
 #include "gui/StatusLine.h"
-#include "gui/stage/StageView.h"
 
 #include <functional>
 #include <memory>
@@ -55,7 +54,6 @@ class Scene {
     PresetBar* presetBar;
     Panel* front;
     Panel* extensions = nullptr;
-    StageView* stage;
     StatusLine* status;
     std::optional<QVXSideChainBar> sideChain;
     std::optional<HintDisplay> hintDisplay;
