@@ -1,10 +1,11 @@
-// Where every control of the front panel and of the extensions panel stands, as data.
+// Where every control of the panels stands, and what it hangs on, as data.
 #pragma once
 
 #include "gui/Hints.h"
 #include "params/ParameterIndex.h"
 
 #include <cstdint>
+#include <span>
 
 namespace Quorvant {
 
@@ -12,13 +13,15 @@ enum class ControlKind : uint8_t {
     Knob,         // an amount
     CentredKnob,  // goes both ways
     WaveKnob,
+    NoteKnob,
     Kick,
     Loop,
-    Power,
     Choice,
     LevelSet,  // Global
+    Stage,     // the echoes
     TimeReadout,
-    NoteReadout,
+    TimeField,
+    NoteField,
     TempoReadout,
     StepUp,
     StepDown,
@@ -28,9 +31,24 @@ enum class ControlKind : uint8_t {
     LfoLamp,
     ProcessingLamp,
     SyncLamp,
-    Product,
-    Extensions,
     Caption,
+};
+
+// What a control hangs on.
+enum class Condition : uint8_t {
+    Always,
+    InTime,     // the delay is set in milliseconds
+    InNotes,    // the delay is a note
+    Free,       // the LFO has a rate of its own
+    InSync,     // the LFO follows the song
+    Cutting,    // Hi Cut is on
+    Recording,  // Inf Repeat is off
+};
+
+enum class Glyph : uint8_t { None, Forward, Backward, Reverse, Bounce };
+struct Choice {
+    const char* text;
+    Glyph glyph = Glyph::None;
 };
 
 // In pixels from the panel's upper left corner.
@@ -38,11 +56,18 @@ struct Place {
     double left, top, right, bottom;
 };
 
+inline constexpr uint32_t kNoHint = 255;
+inline constexpr uint32_t kNothing = UINT32_MAX;
+
 struct ControlSpec {
     ControlKind kind;
     uint32_t id;  // parameter index, or the id of the hint
     Place place;
     const char* label = "";
+    std::span<const Choice> choices = {};
+    Condition shown = Condition::Always;  // else another control has its place
+    Condition used = Condition::Always;   // else it stands back, but can be set
+    uint32_t engages = kNothing;          // a switch that moving it turns on
 };
 
 struct GroupSpec {
@@ -50,85 +75,100 @@ struct GroupSpec {
     Place place;
 };
 
-inline constexpr uint32_t kNoHint = 255;
+inline constexpr Choice kLevelSets[] = {{"PRESET"}, {"GLOBAL"}};
+inline constexpr Choice kModes[] = {{"CLEAN"}, {"LEGACY"}, {"LIMS"}, {"FULL"}};
+inline constexpr Choice kDirections[] = {{"FORWARD", Glyph::Forward},
+                                         {"BACKWARD", Glyph::Backward},
+                                         {"REVERSE", Glyph::Reverse},
+                                         {"BOUNCE", Glyph::Bounce}};
+inline constexpr Choice kInputLevels[] = {{"-10 dBV"}, {"+4 dBu"}};
+inline constexpr Choice kTempoSources[] = {{"HOST"}, {"MANUAL"}};
+inline constexpr Choice kNoteStyles[] = {{"1/4 dot"}, {"3/8"}};
+inline constexpr Choice kClockModes[] = {{"MS"}, {"NOTE"}};
 
-// The groups follow the signal.
+// The stage beside the time; below them the knobs, in the order of the signal.
 inline constexpr GroupSpec kFrontGroups[] = {
-    {"INPUT", {106, 8, 222, 192}},    {"DELAY", {228, 8, 516, 192}},
-    {"FEEDBACK", {522, 8, 672, 192}}, {"MODULATION", {678, 8, 866, 192}},
-    {"OUTPUT", {872, 8, 990, 192}},
+    {"", {658, 1, 990, 161}},
+    {"", {10, 169, 218, 307}},
+    {"", {226, 169, 690, 307}},
+    {"", {698, 169, 990, 307}},
 };
 
 inline constexpr ControlSpec kFrontControls[] = {
-    {ControlKind::Product, kProductLabelId, {10, 12, 102, 62}},
-    {ControlKind::Power, kProcess, {36, 68, 76, 108}},
-    {ControlKind::Caption, kNoHint, {10, 108, 102, 121}, "PROCESS"},
-    {ControlKind::ProcessingLamp, kNoHint, {20, 128, 102, 142}, "RUNNING"},
-    {ControlKind::SyncLamp, kNoHint, {20, 144, 102, 158}, "HOST SYNC"},
-    {ControlKind::Extensions, kShowExtensionsId, {10, 168, 102, 190}},
+    {ControlKind::Stage, kNoHint, {10, 1, 650, 161}},
 
-    {ControlKind::Knob, kInput, {110, 27, 172, 103}, "INPUT"},
-    {ControlKind::Caption, kNoHint, {108, 114, 174, 127}, "LEVELS"},
-    {ControlKind::LevelSet, kGlobal, {112, 129, 170, 171}},
-    {ControlKind::Caption, kNoHint, {164, 27, 222, 39}, "HEADROOM"},
-    {ControlKind::Headroom, kHeadroomBarId, {182, 42, 214, 188}},
+    {ControlKind::TimeReadout, kTimeReadoutId, {664, 7, 984, 67}},
+    {ControlKind::Choice, kDelayClockMode, {664, 72, 756, 98}, "", kClockModes,
+     Condition::Always, Condition::Recording},
+    {ControlKind::StepDown, kTimeDownId, {762, 72, 790, 98}, "", {}, Condition::InTime,
+     Condition::Recording},
+    {ControlKind::TimeField, kDelayTime, {794, 72, 952, 98}, "", {}, Condition::InTime,
+     Condition::Recording},
+    {ControlKind::StepUp, kTimeUpId, {956, 72, 984, 98}, "", {}, Condition::InTime,
+     Condition::Recording},
+    {ControlKind::StepDown, kNoteDownId, {762, 72, 790, 98}, "", {}, Condition::InNotes},
+    {ControlKind::NoteField, kNoteReadoutId, {794, 72, 952, 98}, "", {}, Condition::InNotes},
+    {ControlKind::StepUp, kNoteUpId, {956, 72, 984, 98}, "", {}, Condition::InNotes},
+    {ControlKind::Kick, kDelayX2, {664, 101, 756, 127}, "DELAY X2"},
+    {ControlKind::Kick, kDelayInvert, {762, 101, 852, 127}, "INVERT"},
+    {ControlKind::Choice, kNoteViewStyle, {858, 101, 984, 127}, "", kNoteStyles},
+    {ControlKind::Choice, kEnforceManualTempo, {664, 130, 790, 156}, "", kTempoSources},
+    {ControlKind::TempoReadout, kManualTempo, {796, 130, 904, 156}},
+    {ControlKind::Tap, kNoHint, {910, 130, 984, 156}, "TAP"},
 
-    {ControlKind::TimeReadout, kTimeReadoutId, {236, 28, 424, 98}},
-    {ControlKind::StepUp, kTimeUpId, {428, 28, 450, 62}},
-    {ControlKind::StepDown, kTimeDownId, {428, 64, 450, 98}},
-    {ControlKind::Knob, kDelayTime, {452, 27, 514, 103}, "TIME"},
-    {ControlKind::NoteReadout, kNoteReadoutId, {236, 108, 424, 134}},
-    {ControlKind::StepDown, kNoteDownId, {428, 108, 466, 134}},
-    {ControlKind::StepUp, kNoteUpId, {470, 108, 508, 134}},
-    {ControlKind::Kick, kDelayClockMode, {236, 146, 324, 188}, "NOTE SYNC"},
-    {ControlKind::Kick, kDelayX2, {328, 146, 416, 188}, "DELAY X2"},
-    {ControlKind::Kick, kDelayInvert, {420, 146, 508, 188}, "INVERT"},
+    {ControlKind::Knob, kFeedback, {16, 173, 112, 274}, "FEEDBACK"},
+    {ControlKind::Knob, kHighCutCutoff, {116, 173, 212, 274}, "HI CUT", {}, Condition::Always,
+     Condition::Cutting, kHighCut},
+    {ControlKind::Kick, kFeedbackInvert, {20, 277, 108, 303}, "INVERT"},
+    {ControlKind::Kick, kHighCut, {120, 277, 208, 303}, "HI CUT"},
 
-    {ControlKind::Knob, kFeedback, {528, 27, 596, 103}, "FEEDBACK"},
-    {ControlKind::Knob, kHighCutCutoff, {598, 27, 666, 103}, "CUTOFF"},
-    {ControlKind::Kick, kFeedbackInvert, {529, 108, 595, 146}, "INVERT"},
-    {ControlKind::Kick, kHighCut, {599, 108, 665, 146}, "HI CUT"},
-    {ControlKind::Loop, kInfRepeat, {529, 150, 665, 188}, "INF REPEAT"},
+    {ControlKind::Knob, kDepth, {230, 173, 322, 274}, "DEPTH"},
+    {ControlKind::WaveKnob, kWaveform, {326, 173, 426, 274}, "WAVE"},
+    {ControlKind::Knob, kLfoRate, {430, 173, 526, 274}, "RATE", {}, Condition::Free},
+    {ControlKind::NoteKnob, kLfoNote, {430, 173, 526, 274}, "RATE", {}, Condition::InSync},
+    {ControlKind::CentredKnob, kLfoOffset, {526, 199, 590, 274}, "OFFSET", {}, Condition::Always,
+     Condition::InSync},
+    {ControlKind::CentredKnob, kManualVco, {592, 173, 688, 274}, "VCO"},
+    {ControlKind::LfoLamp, kNoHint, {256, 278, 316, 302}, "LFO"},
+    {ControlKind::Kick, kEnvInvert, {326, 277, 426, 303}, "ENV INVERT"},
+    {ControlKind::Kick, kLfoSync, {434, 277, 522, 303}, "SYNC"},
 
-    {ControlKind::CentredKnob, kManualVco, {682, 27, 742, 103}, "VCO"},
-    {ControlKind::Knob, kDepth, {742, 27, 802, 103}, "DEPTH"},
-    {ControlKind::Knob, kLfoRate, {802, 27, 862, 103}, "LFO RATE"},
-    {ControlKind::WaveKnob, kWaveform, {692, 108, 772, 188}, "WAVE"},
-    {ControlKind::LfoLamp, kNoHint, {800, 118, 860, 132}, "LFO"},
-    {ControlKind::Kick, kEnvInvert, {786, 146, 858, 184}, "ENV INVERT"},
-
-    {ControlKind::Knob, kMix, {876, 27, 931, 103}, "MIX"},
-    {ControlKind::Knob, kOutput, {931, 27, 986, 103}, "OUTPUT"},
-    {ControlKind::Kick, kBypass, {886, 108, 976, 146}, "BYPASS"},
-    {ControlKind::Caption, kNoHint, {880, 158, 982, 170}, "GAIN REDUCTION"},
-    {ControlKind::Reduction, kNoHint, {886, 174, 976, 182}},
+    {ControlKind::Knob, kMix, {702, 173, 798, 274}, "MIX"},
+    {ControlKind::Knob, kOutput, {798, 173, 894, 274}, "OUTPUT"},
+    {ControlKind::ProcessingLamp, kNoHint, {712, 278, 796, 302}, "RUNNING"},
+    {ControlKind::SyncLamp, kNoHint, {802, 278, 894, 302}, "HOST SYNC"},
+    {ControlKind::LevelSet, kGlobal, {900, 177, 984, 235}, "", kLevelSets},
+    {ControlKind::Kick, kBypass, {900, 243, 984, 269}, "BYPASS"},
+    {ControlKind::Kick, kProcess, {900, 277, 984, 303}, "PROCESS"},
 };
 
 inline constexpr GroupSpec kExtensionGroups[] = {
-    {"CHARACTER", {10, 4, 434, 94}},
-    {"REFERENCE", {440, 4, 582, 94}},
-    {"LFO SYNC", {588, 4, 776, 94}},
-    {"TEMPO", {782, 4, 990, 94}},
+    {"DIRECTION", {10, 2, 342, 86}},
+    {"MODE", {350, 2, 706, 86}},
+    {"", {714, 2, 990, 86}},
 };
 
 inline constexpr ControlSpec kExtensionControls[] = {
-    {ControlKind::Caption, kNoHint, {14, 24, 76, 48}, "MODE"},
-    {ControlKind::Choice, kProcessingMode, {78, 24, 426, 48}},
-    {ControlKind::Caption, kNoHint, {14, 60, 76, 84}, "DIRECTION"},
-    {ControlKind::Choice, kDirectionMode, {78, 60, 426, 84}},
+    {ControlKind::Choice, kDirectionMode, {16, 21, 224, 81}, "", kDirections},
+    {ControlKind::Loop, kInfRepeat, {232, 8, 336, 81}, "INF REPEAT"},
 
-    {ControlKind::Caption, kNoHint, {444, 24, 516, 37}, "SENSITIVITY"},
-    {ControlKind::Choice, kSensitivity, {448, 40, 514, 84}},
-    {ControlKind::CentredKnob, kReferenceLevel, {516, 16, 580, 91}, "LEVEL"},
+    {ControlKind::Choice, kProcessingMode, {356, 21, 628, 49}, "", kModes},
+    {ControlKind::Caption, kNoHint, {356, 55, 446, 81}, "SENSITIVITY"},
+    {ControlKind::Choice, kSensitivity, {450, 55, 628, 81}, "", kInputLevels},
+    {ControlKind::CentredKnob, kReferenceLevel, {630, 6, 704, 84}, "REFERENCE"},
 
-    {ControlKind::Kick, kLfoSync, {596, 22, 706, 58}, "SYNC TO SONG"},
-    {ControlKind::NoteReadout, kLfoNote, {597, 62, 705, 86}},
-    {ControlKind::CentredKnob, kLfoOffset, {709, 16, 773, 91}, "OFFSET"},
+    {ControlKind::Knob, kInput, {718, 6, 792, 84}, "INPUT"},
+    {ControlKind::Caption, kNoHint, {798, 6, 982, 20}, "HEADROOM"},
+    {ControlKind::Headroom, kHeadroomBarId, {798, 21, 982, 47}},
+    {ControlKind::Caption, kNoHint, {798, 52, 982, 66}, "GAIN REDUCTION"},
+    {ControlKind::Reduction, kNoHint, {798, 69, 982, 79}},
+};
 
-    {ControlKind::Choice, kEnforceManualTempo, {790, 24, 888, 46}},
-    {ControlKind::TempoReadout, kManualTempo, {790, 52, 888, 86}},
-    {ControlKind::Choice, kNoteViewStyle, {893, 24, 982, 46}},
-    {ControlKind::Tap, kNoHint, {893, 52, 982, 86}, "TAP"},
+// What stays in reach while the extensions are folded.
+inline constexpr ControlSpec kFoldedControls[] = {
+    {ControlKind::Choice, kDirectionMode, {10, 4, 450, 32}, "", kDirections},
+    {ControlKind::Loop, kInfRepeat, {458, 4, 626, 32}, "INF REPEAT"},
+    {ControlKind::Choice, kProcessingMode, {634, 4, 990, 32}, "", kModes},
 };
 
 }  // namespace Quorvant

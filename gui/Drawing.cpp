@@ -21,7 +21,7 @@ constexpr double kCircleControl = 0.5522847498307936;  // of a quarter circle's 
 // Shapes keep their exact places instead of being moved to whole pixels.
 constexpr VSTGUI::CDrawMode kDrawMode(VSTGUI::kAntiAliasing | VSTGUI::kNonIntegralMode);
 
-constexpr double kSmallestType = 9.0;  // in unzoomed pixels: below, letters run together
+constexpr double kSmallestType = 11.0;  // in unzoomed pixels: below, letters run together
 
 double radians(double degrees) {
     return degrees * std::numbers::pi / 180.0;

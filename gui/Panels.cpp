@@ -4,43 +4,42 @@
 #include "gui/controls/Buttons.h"
 #include "gui/controls/Knob.h"
 #include "gui/controls/Meters.h"
-#include "gui/controls/ProductLabel.h"
 #include "gui/controls/Readouts.h"
+#include "gui/stage/StageView.h"
 #include "params/GlobalSet.h"
 #include "params/ParameterLaws.h"
 #include "platform/TickCount.h"
 
-#include <string>
+#include <cstddef>
 
 namespace Quorvant {
 namespace {
 
-constexpr double kDimmed = 0.42;
+constexpr double kDimmed = 0.55;
 
 CRect toRect(const Place& place) {
     return CRect(place.left, place.top, place.right, place.bottom);
 }
 
-std::vector<Choice> choicesFor(uint32_t index) {
-    switch (index) {
-        case kGlobal:
-            return {{"PRESET"}, {"GLOBAL"}};
-        case kProcessingMode:
-            return {{"CLEAN"}, {"LEGACY"}, {"LIMS"}, {"FULL"}};
-        case kDirectionMode:
-            return {{"FORWARD", Glyph::Forward},
-                    {"BACKWARD", Glyph::Backward},
-                    {"REVERSE", Glyph::Reverse},
-                    {"BOUNCE", Glyph::Bounce}};
-        case kSensitivity:
-            return {{"-10 dBV"}, {"+4 dBu"}};
-        case kEnforceManualTempo:
-            return {{"HOST"}, {"MANUAL"}};
-        case kNoteViewStyle:
-            return {{"1/4 dot"}, {"3/8"}};
-        default:
-            return {};
+bool holds(Condition condition, const EditorModel& model) {
+    const auto isOn = [&model](uint32_t index) { return switchState(model.value(index)); };
+    switch (condition) {
+        case Condition::InTime:
+            return !isOn(kDelayClockMode);
+        case Condition::InNotes:
+            return isOn(kDelayClockMode);
+        case Condition::Free:
+            return !isOn(kLfoSync);
+        case Condition::InSync:
+            return isOn(kLfoSync);
+        case Condition::Cutting:
+            return isOn(kHighCut);
+        case Condition::Recording:
+            return !isOn(kInfRepeat);
+        case Condition::Always:
+            break;
     }
+    return true;
 }
 
 }  // namespace
@@ -49,13 +48,18 @@ Panel::Panel(const CRect& size, EditorContext& editor, std::span<const GroupSpec
              std::span<const ControlSpec> controls)
     : CViewContainer(size), owner(editor), groups(groupList), specs(controls) {
     for (const ControlSpec& spec : specs) add(spec);
-    dimUnused();
+    followConditions();
 }
 
 void Panel::add(const ControlSpec& spec) {
     const CRect rect = toRect(spec.place);
-    const auto takeControl = [this](ParameterControl* control) {
+    const auto addView = [this](VSTGUI::CView* view) {
+        views.push_back(view);
+        CViewContainer::addView(view);
+    };
+    const auto takeControl = [&](ParameterControl* control) {
         parameterControls.push_back(control);
+        control->setEngages(spec.engages);
         addView(control);
     };
     const auto takeLively = [this](auto* view) {
@@ -84,21 +88,27 @@ void Panel::add(const ControlSpec& spec) {
         case ControlKind::Loop:
             takeControl(takeLively(new LoopButton(rect, owner, spec.id, spec.label)));
             break;
-        case ControlKind::Power:
-            takeControl(new PowerButton(rect, owner, spec.id, spec.label));
+        case ControlKind::NoteKnob:
+            takeControl(takeLively(new NoteKnob(rect, owner, spec.id, spec.label)));
             break;
         case ControlKind::Choice:
-            takeControl(new ChoiceRow(rect, owner, spec.id, choicesFor(spec.id)));
+            takeControl(new ChoiceRow(rect, owner, spec.id, spec.choices));
             break;
         case ControlKind::LevelSet:
-            takeControl(new LevelSetRow(rect, owner, spec.id, choicesFor(spec.id)));
+            takeControl(new LevelSetRow(rect, owner, spec.id, spec.choices));
+            break;
+        case ControlKind::Stage:
+            stage = takeLively(new StageView(rect, owner));
+            addView(stage);
             break;
         case ControlKind::TimeReadout:
             takeControl(takeLively(new TimeReadout(rect, owner)));
             break;
-        case ControlKind::NoteReadout:
-            takeControl(new NoteReadout(rect, owner, spec.id,
-                                        spec.id == kNoteReadoutId ? kDelayNote : spec.id));
+        case ControlKind::TimeField:
+            takeControl(new TimeField(rect, owner, spec.id));
+            break;
+        case ControlKind::NoteField:
+            takeControl(takeLively(new NoteField(rect, owner, spec.id, kDelayNote)));
             break;
         case ControlKind::TempoReadout:
             takeControl(takeLively(new TempoReadout(rect, owner)));
@@ -158,20 +168,6 @@ void Panel::add(const ControlSpec& spec) {
             addView(takeLively(new Lamp(rect, kOutHostSync, Theme::kGreen, spec.label,
                                         [&model] { return model.reading(kOutHostSync); })));
             break;
-        case ControlKind::Product:
-            addView(new ProductLabel(rect, spec.id, [this](auto) { owner.openAbout(); }));
-            break;
-        case ControlKind::Extensions: {
-            const bool open = switchState(model.value(kShowHideExtensions));
-            auto* button = new ActionButton(
-                rect, static_cast<int32_t>(open ? kHideExtensionsId : kShowExtensionsId),
-                ActionButton::Look::Text, "EXTENSIONS",
-                [this, open](auto) { owner.setParameter(kShowHideExtensions, open ? 0.0 : 1.0); });
-            button->setLit(open);
-            button->setTooltipText(hintText(open ? kHideExtensionsId : kShowExtensionsId));
-            addView(button);
-            break;
-        }
         case ControlKind::Caption:
             addView(new QVXTextLabel(rect, -1, spec.label, Theme::Face::Small, Theme::kTextDim,
                                      Align::Centre));
@@ -182,56 +178,20 @@ void Panel::add(const ControlSpec& spec) {
 void Panel::parameterChanged(uint32_t index) {
     for (ParameterControl* control : parameterControls) {
         const uint32_t shown = control->parameter();
-        // Readouts tell of other parameters too.
-        const bool concerned = shown == index || globalTwin(shown) == index || index == kGlobal ||
-                               index == kNoteViewStyle || index == kDelayClockMode ||
-                               control->getTag() == static_cast<int32_t>(kTimeReadoutId) ||
-                               index == kEnforceManualTempo;
-        if (concerned) control->refresh();
+        if (shown == index || globalTwin(shown) == index || index == kGlobal) control->refresh();
     }
-    dimUnused();
+    if (stage) stage->parameterChanged(index);
+    followConditions();
 }
 
 // What has no effect in the present mode stands back, but can still be set.
-void Panel::dimUnused() {
-    const EditorModel& model = owner.model();
-    const bool synced = switchState(model.value(kDelayClockMode));
-    const bool looping = switchState(model.value(kInfRepeat));
-    const bool lfoSynced = switchState(model.value(kLfoSync));
-    forEachChild([&](VSTGUI::CView* view) {
-        const auto* control = dynamic_cast<VSTGUI::CControl*>(view);
-        if (!control) return;
-        bool unused = false;
-        switch (control->getTag()) {
-            case kDelayClockMode:
-                unused = looping;
-                break;
-            case kDelayTime:
-            case kTimeUpId:
-            case kTimeDownId:
-                unused = synced || looping;
-                break;
-            case kNoteReadoutId:
-            case kNoteUpId:
-            case kNoteDownId:
-                unused = !synced;
-                break;
-            case kLfoRate:
-                unused = lfoSynced;
-                break;
-            case kLfoNote:
-            case kLfoOffset:
-                unused = !lfoSynced;
-                break;
-            case kHighCutCutoff:
-                unused = !switchState(model.value(kHighCut));
-                break;
-            default:
-                return;
-        }
-        const auto alpha = static_cast<float>(unused ? kDimmed : 1.0);
-        if (view->getAlphaValue() != alpha) view->setAlphaValue(alpha);
-    });
+void Panel::followConditions() {
+    for (std::size_t i = 0; i < specs.size(); ++i) {
+        VSTGUI::CView& view = *views[i];
+        view.setVisible(holds(specs[i].shown, owner.model()));
+        const auto alpha = static_cast<float>(holds(specs[i].used, owner.model()) ? 1.0 : kDimmed);
+        if (view.getAlphaValue() != alpha) view.setAlphaValue(alpha);
+    }
 }
 
 void Panel::idle() {
@@ -248,8 +208,8 @@ void Panel::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
         fillRound(*context, rect, 5.0, Theme::kGroup);
         strokeRound(*context, rect, 5.0, Theme::kGroupEdge);
         drawText(*context, group.title,
-                 CRect(rect.left + 8.0, rect.top + 2.0, rect.right - 8.0, rect.top + 17.0),
-                 Theme::Face::LabelBold, Theme::kText, Align::Left);
+                 CRect(rect.left + 8.0, rect.top + 3.0, rect.right - 8.0, rect.top + 18.0),
+                 Theme::Face::LabelBold, Theme::kTextDim, Align::Left);
     }
 }
 

@@ -5,6 +5,7 @@
 #include "gui/EditorContext.h"
 #include "gui/Tempo.h"
 #include "gui/controls/ParameterControl.h"
+#include "gui/stage/StageView.h"
 
 #include <vstgui/lib/cviewcontainer.h>
 
@@ -26,12 +27,14 @@ class Panel final : public VSTGUI::CViewContainer {
 
   private:
     void add(const ControlSpec& spec);
-    void dimUnused();
+    void followConditions();
 
     EditorContext& owner;
     std::span<const GroupSpec> groups;
     std::span<const ControlSpec> specs;
+    std::vector<VSTGUI::CView*> views;  // as in the table
     std::vector<ParameterControl*> parameterControls;
+    StageView* stage = nullptr;
     std::vector<std::function<void()>> idlers;
     TapTempo taps;
 };

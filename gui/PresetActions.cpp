@@ -131,6 +131,35 @@ void PresetActions::copyBetweenSetups() {
     editor.tell(fromA ? "Copied A to B" : "Copied B to A");
 }
 
+std::string PresetActions::chosenKey() const {
+    const auto* presets = manager();
+    if (!presets) return {};
+    const PresetLocation& at = presets->location();
+    const auto source = static_cast<PresetSource>(at.source);
+    const auto lists = presets->listNames(source);
+    if (at.list < 0 || at.list >= std::ssize(lists)) return {};
+    const auto names = presets->presetNames(source, at.list);
+    if (at.preset < 0 || at.preset >= std::ssize(names)) return {};
+    return favouriteKey(at, lists[static_cast<std::size_t>(at.list)],
+                        names[static_cast<std::size_t>(at.preset)]);
+}
+
+bool PresetActions::canBeFavourite() const {
+    return !chosenKey().empty();
+}
+
+bool PresetActions::isFavourite() const {
+    return editor.settings().favourites.contains(chosenKey());
+}
+
+void PresetActions::toggleFavourite() {
+    const std::string key = chosenKey();
+    if (key.empty()) return;
+    editor.changeSettings([&key](UserSettings& settings) {
+        if (settings.favourites.erase(key) == 0) settings.favourites.insert(key);
+    });
+}
+
 void PresetActions::editName() {
     auto* presets = manager();
     if (!presets) return;

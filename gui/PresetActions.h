@@ -35,6 +35,10 @@ class PresetActions {
     void selectSetup(bool b);
     void copyBetweenSetups();
     // Lets the user edit the name of the current setup.
+    // The preset that was chosen, where it is one of a list.
+    bool canBeFavourite() const;
+    bool isFavourite() const;
+    void toggleFavourite();
     void editName();
     void rename(const PresetLocation& location, const std::string& list, const std::string& name);
     void remove(const PresetLocation& location, const std::string& list, const std::string& name);

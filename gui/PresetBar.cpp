@@ -1,6 +1,9 @@
 #include "gui/PresetBar.h"
 
+#include "gui/Hints.h"
 #include "gui/SettingsMenu.h"
+#include "gui/controls/ProductLabel.h"
+#include "params/ParameterLaws.h"
 #include "platform/Utf8Path.h"
 #include "presets/PresetTexts.h"
 
@@ -9,8 +12,8 @@ namespace {
 
 using Look = ActionButton::Look;
 
-constexpr double kMessageLeft = 692.0;
-constexpr double kMessageRight = 862.0;
+constexpr double kTop = 6.0, kBottom = 34.0;  // of the buttons
+constexpr CRect kMessageRect(10.0, Theme::kButtonsHeight, 990.0, Theme::kBarHeight);
 
 // The hints of the bar, exactly.
 constexpr char kNameHint[] =
@@ -48,6 +51,29 @@ class NameField final : public ActionButton, public CutText {
     }
 };
 
+// Lit for a favourite.
+class StarButton final : public ActionButton {
+  public:
+    using ActionButton::ActionButton;
+    void setFavourite(bool state) {
+        if (favourite == state) return;
+        favourite = state;
+        invalid();
+    }
+    void draw(VSTGUI::CDrawContext* context) override {
+        ActionButton::draw(context);
+        const CPoint c(getViewSize().getCenter().x, getViewSize().getCenter().y);
+        star(*context, c, 8.0,
+             favourite     ? Theme::kAccent
+             : isEnabled() ? Theme::kTextDim
+                           : Theme::kTextFaint,
+             favourite);
+    }
+
+  private:
+    bool favourite = false;
+};
+
 // A curved arrow, to the left for undo, to the right for redo.
 class HistoryButton final : public ActionButton {
   public:
@@ -83,39 +109,54 @@ PresetBar::PresetBar(const CRect& size, EditorContext& context, PresetActions& p
     const auto text = [&add](double left, double right, const char* title, const char* hint,
                              ActionButton::Action action) {
         return add(
-            new ActionButton(CRect(left, 7, right, 30), -1, Look::Text, title, std::move(action)),
+            new ActionButton(CRect(left, kTop, right, kBottom), -1, Look::Text, title,
+                             std::move(action)),
             hint);
     };
-    previous = add(new ActionButton(CRect(10, 7, 32, 30), -1, Look::Left, "",
+    previous = add(new ActionButton(CRect(10, kTop, 38, kBottom), -1, Look::Left, "",
                                     [this](auto) { actions.step(-1); }),
                    kStepHint);
-    next = add(new ActionButton(CRect(34, 7, 56, 30), -1, Look::Right, "",
+    next = add(new ActionButton(CRect(40, kTop, 68, kBottom), -1, Look::Right, "",
                                 [this](auto) { actions.step(1); }),
                kStepHint);
-    name = add(new NameField(CRect(62, 6, 330, 30), -1, Look::Plain, "",
+    name = add(new NameField(CRect(74, kTop, 320, kBottom), -1, Look::Plain, "",
                              [this](auto) { editor.openBrowser(); }),
                kNameHint);
     name->setRightAction([this](CPoint) { actions.editName(); });
-    undo = add(new HistoryButton(CRect(338, 7, 364, 30), 1.0, [this](auto) { actions.undo(); }),
-               kUndoHint);
-    redo = add(new HistoryButton(CRect(366, 7, 392, 30), -1.0, [this](auto) { actions.redo(); }),
-               kUndoHint);
-    text(400, 450, "SAVE", kSaveHint, [this](auto) { actions.save(); });
-    text(454, 504, "COPY", kCopyHint, [this](auto) { actions.copy(); });
-    text(508, 562, "PASTE", kPasteHint, [this](auto) { actions.paste(); });
-    setupA = text(572, 598, "A", kSetupHint, [this](auto) { actions.selectSetup(false); });
-    setupB = text(600, 626, "B", kSetupHint, [this](auto) { actions.selectSetup(true); });
+    star = add(new StarButton(CRect(322, kTop, 350, kBottom), -1, Look::Text, "",
+                              [this](auto) { actions.toggleFavourite(); }),
+               "Click to make the preset one of your favourites, or no longer");
+    undo = add(
+        new HistoryButton(CRect(358, kTop, 386, kBottom), 1.0, [this](auto) { actions.undo(); }),
+        kUndoHint);
+    redo = add(
+        new HistoryButton(CRect(388, kTop, 416, kBottom), -1.0, [this](auto) { actions.redo(); }),
+        kUndoHint);
+    text(424, 474, "SAVE", kSaveHint, [this](auto) { actions.save(); });
+    text(476, 526, "COPY", kCopyHint, [this](auto) { actions.copy(); });
+    text(528, 582, "PASTE", kPasteHint, [this](auto) { actions.paste(); });
+    setupA = text(590, 618, "A", kSetupHint, [this](auto) { actions.selectSetup(false); });
+    setupB = text(620, 648, "B", kSetupHint, [this](auto) { actions.selectSetup(true); });
     copySetup =
-        text(630, 680, "A > B", kSetupCopyHint, [this](auto) { actions.copyBetweenSetups(); });
+        text(650, 700, "A > B", kSetupCopyHint, [this](auto) { actions.copyBetweenSetups(); });
+    addView(new ProductLabel(CRect(706, 4, 784, 37), kProductLabelId,
+                             [this](auto) { editor.openAbout(); }));
+    const bool open = switchState(editor.model().value(kShowHideExtensions));
+    const uint32_t fold = open ? kHideExtensionsId : kShowExtensionsId;
+    extensions = add(new ActionButton(CRect(790, kTop, 874, kBottom), static_cast<int32_t>(fold),
+                                      Look::Text, "EXTENSIONS",
+                                      [this, open](auto) {
+                                          editor.setParameter(kShowHideExtensions, open ? 0.0 : 1.0);
+                                      }),
+                     hintText(fold));
+    extensions->setLit(open);
     zoom = add(
-        new ActionButton(CRect(870, 7, 928, 30), -1, Look::Text, "",
+        new ActionButton(CRect(882, kTop, 934, kBottom), -1, Look::Text, "",
                          [this](auto) { editor.openMenu(zoomMenu(editor), editorRect(*zoom)); }),
         "Click to change the size of the editor");
-    ActionButton* menu = nullptr;
-    menu = text(932, 990, "MENU", kConfigurationHint, [this](auto) {
-        editor.openMenu(settingsMenu(editor, actions), CRect(932, 7, 990, 30));
+    text(938, 990, "MENU", kConfigurationHint, [this](auto) {
+        editor.openMenu(settingsMenu(editor, actions), CRect(938, kTop, 990, kBottom));
     });
-    menu->setTextColour(Theme::kText);
     refresh();
 }
 
@@ -132,6 +173,8 @@ void PresetBar::refresh() {
     next->setEnabled(presets && presets->canStep(1));
     undo->setEnabled(presets && presets->canUndo());
     redo->setEnabled(presets && presets->canRedo());
+    star->setEnabled(actions.canBeFavourite());
+    star->setFavourite(actions.isFavourite());
     const bool b = presets && presets->selectedSetup() == Setup::B;
     setupA->setLit(presets && !b);
     setupB->setLit(b);
@@ -145,20 +188,24 @@ void PresetBar::setZoomText(const std::string& text) {
 void PresetBar::setMessage(const std::string& text) {
     if (text == message) return;
     message = text;
-    invalidRect(CRect(kMessageLeft, 0.0, kMessageRight, getHeight()));
+    invalidRect(kMessageRect);
 }
 
 std::string PresetBar::wholeTextAt(CPoint where) const {
-    const bool there = where.x >= kMessageLeft && where.x < kMessageRight;
-    return there && isCut(message, kMessageRight - kMessageLeft, Theme::Face::Label) ? message : "";
+    return kMessageRect.pointInside(where) &&
+                   isCut(message, kMessageRect.getWidth(), Theme::Face::Label)
+               ? message
+               : "";
 }
 
 void PresetBar::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
-    const CRect all(0.0, 0.0, getWidth(), getHeight());
+    context->setDrawMode(VSTGUI::kAliasing);
     context->setFillColor(Theme::kBar);
-    context->drawRect(all, VSTGUI::kDrawFilled);
-    drawText(*context, message, CRect(kMessageLeft, 0.0, kMessageRight, getHeight()),
-             Theme::Face::Label, Theme::kAccent, Align::Left);
+    context->drawRect(CRect(0.0, 0.0, getWidth(), Theme::kButtonsHeight), VSTGUI::kDrawFilled);
+    context->setFillColor(Theme::kFaceTop);
+    context->drawRect(CRect(0.0, Theme::kButtonsHeight, getWidth(), getHeight()),
+                      VSTGUI::kDrawFilled);
+    drawText(*context, message, kMessageRect, Theme::Face::Label, Theme::kAccent, Align::Left);
 }
 
 }  // namespace Quorvant

@@ -11,7 +11,7 @@ namespace {
 constexpr double kFrontBottom = Theme::kBarHeight + Theme::kFrontHeight;
 
 double stripTop(bool withExtensions) {
-    return kFrontBottom + (withExtensions ? Theme::kExtensionsHeight : 0.0);
+    return kFrontBottom + (withExtensions ? Theme::kExtensionsHeight : Theme::kFoldedHeight);
 }
 
 // Holds all views. Where several rectangles are drawn in one go, VSTGUI's Windows side leaves each
@@ -36,8 +36,7 @@ double Scene::height(bool withExtensions) {
 
 Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& context,
              PresetActions& actions, std::function<void(CPoint)> dragTo)
-    : frame(window) {
-    const bool extended = switchState(model.value(kShowHideExtensions));
+    : frame(window), extended(switchState(model.value(kShowHideExtensions))) {
     const double top = stripTop(extended);
     const double bottom = height(extended);
     root = VSTGUI::makeOwned<Root>(CRect(0.0, 0.0, Theme::kWidth, bottom));
@@ -46,11 +45,10 @@ Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& cont
     front = new Panel(CRect(0.0, Theme::kBarHeight, Theme::kWidth, kFrontBottom), context,
                       kFrontGroups, kFrontControls);
     root->addView(front);
-    if (extended) {
-        extensions = new Panel(CRect(0.0, kFrontBottom, Theme::kWidth, top), context,
-                               kExtensionGroups, kExtensionControls);
-        root->addView(extensions);
-    }
+    const CRect lower(0.0, kFrontBottom, Theme::kWidth, top);
+    below = extended ? new Panel(lower, context, kExtensionGroups, kExtensionControls)
+                     : new Panel(lower, context, {}, kFoldedControls);
+    root->addView(below);
     root->remember();  // the frame's own reference
     frame.addView(root);
     sideChain.emplace(context, *root, Theme::kWidth, top);
@@ -76,14 +74,14 @@ CRect Scene::belowBar() const {
 
 void Scene::parameterChanged(uint32_t index, double value) {
     front->parameterChanged(index);
-    if (extensions) extensions->parameterChanged(index);
+    below->parameterChanged(index);
     sideChain->parameterChanged(index, value);
     presetBar->refresh();
 }
 
 void Scene::idle() {
     front->idle();
-    if (extensions) extensions->idle();
+    below->idle();
     sideChain->idle();
     status->idle();
 }

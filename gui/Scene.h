@@ -30,7 +30,7 @@ class Scene {
     // In unzoomed pixels.
     static double height(bool withExtensions);
 
-    bool hasExtensions() const { return extensions != nullptr; }
+    bool hasExtensions() const { return extended; }
     CRect size() const { return root->getViewSize(); }
     CRect frontRect() const { return front->getViewSize(); }
     CRect belowBar() const;  // the panels' place
@@ -48,12 +48,13 @@ class Scene {
 
   private:
     VSTGUI::CFrame& frame;
+    const bool extended;
     std::shared_ptr<int> life = std::make_shared<int>(0);
     VSTGUI::SharedPointer<VSTGUI::CViewContainer> root;
     // Children of the root, as long as it has any.
     PresetBar* presetBar;
     Panel* front;
-    Panel* extensions = nullptr;
+    Panel* below;
     StatusLine* status;
     std::optional<QVXSideChainBar> sideChain;
     std::optional<HintDisplay> hintDisplay;

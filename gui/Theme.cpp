@@ -22,13 +22,13 @@ struct FaceSpec {
     double size;
     int32_t style;
 };
-constexpr std::array<FaceSpec, 7> kFaces = {{{9.0, kNormalFace},
-                                             {10.0, kNormalFace},
-                                             {10.0, kBoldFace},
+constexpr std::array<FaceSpec, 7> kFaces = {{{11.0, kNormalFace},
                                              {11.0, kNormalFace},
+                                             {11.0, kBoldFace},
+                                             {12.0, kNormalFace},
                                              {13.0, kBoldFace},
-                                             {10.5, kBoldFace},
-                                             {20.0, kBoldFace}}};
+                                             {11.0, kBoldFace},
+                                             {19.0, kBoldFace}}};
 
 int users = 0;
 std::array<VSTGUI::SharedPointer<CFontDesc>, kFaces.size()> fonts;

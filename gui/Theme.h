@@ -32,7 +32,7 @@ inline constexpr CColor kTrack{14, 16, 18, 255};
 // Text
 inline constexpr CColor kText{232, 234, 237, 255};
 inline constexpr CColor kTextDim{161, 168, 177, 255};
-inline constexpr CColor kTextFaint{104, 110, 119, 255};
+inline constexpr CColor kTextFaint{128, 135, 145, 255};
 
 // Light
 inline constexpr CColor kAccent{255, 174, 66, 255};        // values of the preset
@@ -52,9 +52,11 @@ inline constexpr CColor kMonitorText{250, 250, 250, 255};
 
 // Frame, in unzoomed pixels
 inline constexpr double kWidth = 1000.0;
-inline constexpr double kBarHeight = 36.0;
-inline constexpr double kFrontHeight = 200.0;
-inline constexpr double kExtensionsHeight = 100.0;
+inline constexpr double kButtonsHeight = 40.0;
+inline constexpr double kBarHeight = 57.0;  // with the line of messages
+inline constexpr double kFrontHeight = 311.0;
+inline constexpr double kExtensionsHeight = 92.0;
+inline constexpr double kFoldedHeight = 38.0;
 inline constexpr double kStripHeight = 20.0;
 
 enum class Face { Small, Label, LabelBold, Value, Title, Brand, Product };

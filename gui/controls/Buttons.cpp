@@ -14,6 +14,8 @@ namespace {
 
 constexpr uint32_t kRepeatDelay = 400;  // ms
 constexpr uint32_t kRepeatPeriod = 60;
+constexpr double kCellHeight = 24.0;   // of a choice, at least
+constexpr double kKickHeight = 32.0;   // from here a kick has a window for its light
 
 void drawCap(VSTGUI::CDrawContext& context, const CRect& rect, bool hovered, bool down) {
     fillRound(context, CRect(rect.left, rect.top + 1.0, rect.right, rect.bottom + 1.5), 3.5,
@@ -75,22 +77,29 @@ double KickButton::light() const {
 }
 
 void KickButton::draw(VSTGUI::CDrawContext* context) {
-    const CRect& size = getViewSize();
-    CRect body(size.left + 1.0, size.top, size.right - 1.0, size.bottom - 2.0);
-    drawCap(*context, body, hovered(), false);
+    CRect body = getViewSize();
     const double level = light();
-    const CRect window(body.left + 6.0, body.top + 5.0, body.right - 6.0, body.top + 9.0);
+    const bool tall = getHeight() >= kKickHeight;
+    drawCap(*context, body, hovered(), false);
+    CRect cap = body;
+    cap.inset(1.0, 1.0);
     if (level > 0.0) {
-        fillRound(
-            *context,
-            CRect(window.left - 3.0, window.top - 3.0, window.right + 3.0, window.bottom + 3.0),
-            4.0, withAlpha(lightColour(), 0.25 * level));
+        const CColor top = mix(lightColour(), CColor(255, 255, 255, 255), 0.15);
+        fillRoundGradient(*context, cap, 2.5, mix(Theme::kButtonTop, top, level),
+                          mix(Theme::kButtonBottom, lightColour(), level));
     }
-    fillRound(*context, window, 2.0,
-              mix(mix(lightColour(), CColor(18, 18, 20, 255), 0.84), lightColour(), level));
-    drawText(*context, label,
-             CRect(body.left + 3.0, window.bottom + 1.0, body.right - 3.0, body.bottom),
-             Theme::Face::LabelBold, level > 0.0 ? Theme::kText : Theme::kTextDim);
+    if (tall) {
+        const CRect window(body.left + 8.0, body.top + 8.0, body.right - 8.0, body.top + 13.0);
+        fillRound(*context, window, 2.0,
+                  level > 0.0 ? CColor(255, 255, 255, 200)
+                              : mix(lightColour(), CColor(18, 18, 20, 255), 0.6));
+    }
+    cap.inset(3.0, 0.0);
+    if (tall) cap.top += 12.0;
+    const CColor ink = level > 0.7 ? Theme::kGlass
+                       : level > 0.0 || hovered() ? Theme::kText
+                                                  : Theme::kTextDim;
+    drawText(*context, label, cap, tall ? Theme::Face::Title : Theme::Face::LabelBold, ink);
     setDirty(false);
 }
 
@@ -106,44 +115,23 @@ void LoopButton::idle() {
     invalid();
 }
 
-void PowerButton::draw(VSTGUI::CDrawContext* context) {
-    const CPoint middle = getViewSize().getCenter();
-    const double radius = std::min(getWidth(), getHeight()) / 2.0 - 2.0;
-    const double level = light();
-    fillPath(*context, *circlePath(*context, CPoint(middle.x, middle.y + 1.5), radius + 0.5),
-             Theme::kShadow);
-    fillPath(*context, *circlePath(*context, middle, radius), Theme::kButtonEdge);
-    fillPath(*context, *circlePath(*context, middle, radius - 1.0),
-             hovered() ? mix(Theme::kButtonTop, CColor(255, 255, 255, 255), 0.08)
-                       : Theme::kButtonBottom);
-    const CColor colour = mix(Theme::kTextFaint, Theme::kAccent, level);
-    if (level > 0.0) {
-        fillPath(*context, *circlePath(*context, middle, radius - 1.0), withAlpha(colour, 0.12));
-    }
-    strokePath(*context, *arcPath(*context, middle, radius * 0.48, 35.0, 325.0), colour, 2.0);
-    line(*context, CPoint(middle.x, middle.y - radius * 0.62), CPoint(middle.x, middle.y - 1.0),
-         colour, 2.0);
-    setDirty(false);
-}
-
 ChoiceRow::ChoiceRow(const CRect& size, EditorContext& context, uint32_t parameter,
-                     std::vector<Choice> list)
-    : ParameterControl(size, context, parameter), choices(std::move(list)) {}
+                     std::span<const Choice> list)
+    : ParameterControl(size, context, parameter), choices(list) {}
 
-// One below the other where they would be too narrow side by side.
+// In rows where they would be too narrow side by side.
 CRect ChoiceRow::cell(std::size_t index) const {
-    const auto count = static_cast<double>(choices.size());
     CRect rect = getViewSize();
     rect.inset(1.0, 1.0);
-    const double width = rect.getWidth() / count;
-    const double height = rect.getHeight() / count;
-    const auto place = static_cast<double>(index);
-    if (width < rect.getHeight()) {
-        return CRect(rect.left, rect.top + height * place, rect.right,
-                     rect.top + height * (place + 1.0));
-    }
-    return CRect(rect.left + width * place, rect.top, rect.left + width * (place + 1.0),
-                 rect.bottom);
+    std::size_t rows = 1;
+    while (rows < choices.size() && rect.getHeight() / static_cast<double>(rows + 1) >= kCellHeight)
+        ++rows;
+    const std::size_t columns = choices.size() / rows;
+    const double width = rect.getWidth() / static_cast<double>(columns);
+    const double height = rect.getHeight() / static_cast<double>(rows);
+    const double left = rect.left + width * static_cast<double>(index % columns);
+    const double top = rect.top + height * static_cast<double>(index / columns);
+    return CRect(left, top, left + width, top + height);
 }
 
 bool ChoiceRow::pressed(VSTGUI::MouseDownEvent& event) {

@@ -1,10 +1,11 @@
 // Illuminated kick buttons, rows of choices, and the buttons that step a value.
 #pragma once
 
+#include "gui/ControlTable.h"
 #include "gui/controls/ParameterControl.h"
 
 #include <functional>
-#include <vector>
+#include <span>
 
 namespace Quorvant {
 
@@ -38,25 +39,11 @@ class LoopButton final : public KickButton {
     bool engaged = false;
 };
 
-// The main switch of the unit.
-class PowerButton final : public KickButton {
-  public:
-    using KickButton::KickButton;
-    void draw(VSTGUI::CDrawContext* context) override;
-};
-
-enum class Glyph { None, Forward, Backward, Reverse, Bounce };
-
-struct Choice {
-    std::string text;
-    Glyph glyph = Glyph::None;
-};
-
-// All states of a list or switch side by side; a click takes one.
+// All states of a list or switch, side by side or in two rows; a click takes one.
 class ChoiceRow : public ParameterControl {
   public:
     ChoiceRow(const CRect& size, EditorContext& context, uint32_t parameter,
-              std::vector<Choice> choices);
+              std::span<const Choice> choices);
     void draw(VSTGUI::CDrawContext* context) override;
 
   private:
@@ -65,7 +52,7 @@ class ChoiceRow : public ParameterControl {
     void doubleClicked(VSTGUI::MouseDownEvent& event) override { pressed(event); }
     CRect cell(std::size_t index) const;
 
-    std::vector<Choice> choices;
+    std::span<const Choice> choices;
 };
 
 // Which set of level controls is seen, each in its colour. Ctrl copies the seen one over the other.

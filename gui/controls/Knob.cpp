@@ -8,7 +8,7 @@
 namespace Quorvant {
 namespace {
 
-constexpr double kTextHeight = 13.0;
+constexpr double kTextHeight = 14.0;
 constexpr double kSweep = 135.0;  // degrees to either side of twelve o'clock
 
 }  // namespace
@@ -16,6 +16,15 @@ constexpr double kSweep = 135.0;  // degrees to either side of twelve o'clock
 Knob::Knob(const CRect& size, EditorContext& editorOf, uint32_t index, std::string text,
            double start)
     : ParameterControl(size, editorOf, index), label(std::move(text)), origin(start) {}
+
+std::string Knob::shownText() const {
+    return unitText().empty() ? valueText() : valueText() + ' ' + unitText();
+}
+
+CRect Knob::valueRect() const {
+    const CRect& size = getViewSize();
+    return CRect(size.left, size.bottom - kTextHeight, size.right, size.bottom);
+}
 
 CPoint Knob::centre() const {
     const CRect& size = getViewSize();
@@ -68,10 +77,7 @@ void Knob::draw(VSTGUI::CDrawContext* context) {
     line(*context, onCircle(middle, dial * 0.42, angle), onCircle(middle, dial - 1.5, angle),
          Theme::kText, 2.4);
 
-    std::string text = valueText();
-    if (lit && !unitText().empty()) text += ' ' + unitText();
-    drawText(*context, text, CRect(size.left, size.bottom - kTextHeight, size.right, size.bottom),
-             Theme::Face::Value, lit ? accent() : Theme::kText);
+    drawText(*context, shownText(), valueRect(), Theme::Face::Value, lit ? accent() : Theme::kText);
     setDirty(false);
 }
 

@@ -13,6 +13,8 @@ class Knob : public ParameterControl {
     void draw(VSTGUI::CDrawContext* context) override;
 
   protected:
+    virtual std::string shownText() const;  // the value with its unit
+    CRect valueRect() const;                // where it stands
     CPoint centre() const;
     double radius() const;  // of the track
     virtual void drawScale(VSTGUI::CDrawContext& context);

@@ -13,6 +13,7 @@ namespace {
 constexpr std::array<double, 8> kHeadroomSteps = {-30.0, -24.0, -18.0, -12.0,
                                                   -9.0,  -6.0,  -3.0,  0.0};  // dB
 constexpr std::array<const char*, 8> kHeadroomTexts = {"30", "24", "18", "12", "9", "6", "3", "0"};
+constexpr double kLedHeight = 10.0;
 constexpr double kFall = 0.88;  // of the peak, each idle call
 
 }  // namespace
@@ -70,19 +71,19 @@ HeadroomBar::HeadroomBar(const CRect& size, int32_t tagId, const EditorModel& mo
 
 CRect HeadroomBar::livelyRect() const {
     const CRect& size = getViewSize();
-    return CRect(size.left - 2.0, size.top, size.left + 15.0, size.bottom);
+    return CRect(size.left - 2.0, size.top - 2.0, size.right + 2.0, size.top + kLedHeight + 2.0);
 }
 
 void HeadroomBar::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
-    const double pitch = getHeight() / static_cast<double>(kHeadroomSteps.size());
+    const double pitch = getWidth() / static_cast<double>(kHeadroomSteps.size());
     const int lit = static_cast<int>(level() * static_cast<double>(kHeadroomSteps.size()) + 0.5);
     for (std::size_t i = 0; i < kHeadroomSteps.size(); ++i) {
-        const double bottom = size.bottom - pitch * static_cast<double>(i);
+        const double left = size.left + pitch * static_cast<double>(i);
         const CColor colour = i + 1 == kHeadroomSteps.size()   ? Theme::kRed
                               : i + 3 >= kHeadroomSteps.size() ? Theme::kAccent
                                                                : Theme::kGreen;
-        const CRect led(size.left, bottom - pitch + 2.0, size.left + 13.0, bottom - 2.0);
+        const CRect led(left + 1.0, size.top, left + pitch - 1.0, size.top + kLedHeight);
         const bool on = static_cast<int>(i) < lit;
         if (on) {
             CRect glow = led;
@@ -91,8 +92,8 @@ void HeadroomBar::draw(VSTGUI::CDrawContext* context) {
         }
         fillRound(*context, led, 1.5, on ? colour : mix(colour, CColor(20, 20, 22, 255), 0.84));
         drawText(*context, kHeadroomTexts[i],
-                 CRect(size.left + 16.0, bottom - pitch, size.right, bottom), Theme::Face::Small,
-                 Theme::kTextDim, Align::Left);
+                 CRect(left, size.top + kLedHeight + 2.0, left + pitch, size.bottom),
+                 Theme::Face::Small, Theme::kTextDim);
     }
     setDirty(false);
 }

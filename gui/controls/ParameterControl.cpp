@@ -86,6 +86,8 @@ void ParameterControl::change(double wanted) {
     beginGesture();
     owner.model().performEdit(gestureParameter, wanted);
     owner.edited(gestureParameter);
+    if (engages < kParameterCount && owner.model().value(engages) < 0.5)
+        owner.setParameter(engages, 1.0);
     if (single) endGesture();
 }
 

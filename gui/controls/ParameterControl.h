@@ -21,6 +21,8 @@ class ParameterControl : public Control {
 
     // The level controls show the global twin of their parameter while Global is on.
     uint32_t parameter() const;
+    // A switch that a change of this control's turns on; UINT32_MAX for none.
+    void setEngages(uint32_t index) { engages = index; }
     // The parameter, or Global, has changed: draws what changed and takes over the fitting hint.
     virtual void refresh();
 
@@ -63,6 +65,7 @@ class ParameterControl : public Control {
     uint32_t presetParameter;
     uint32_t shownParameter;
     uint32_t gestureParameter = 0;
+    uint32_t engages = UINT32_MAX;
     bool dragging = false;
     bool gesture = false;
     double dragTravel = 0.0;  // unrounded, so that lists move evenly

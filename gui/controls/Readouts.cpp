@@ -19,6 +19,28 @@ std::string bpmText(double bpm) {
     return fixedText(bpm, 1);
 }
 
+CColor inkOf(bool hovered) {
+    return hovered ? mix(Theme::kAccent, CColor(255, 255, 255, 255), 0.25) : Theme::kAccent;
+}
+
+void openNoteList(EditorContext& editor, uint32_t parameter, bool extended, const CRect& anchor) {
+    constexpr int kColumn = 10;
+    Menu menu;
+    const int current = listState(editor.model().value(parameter), kNoteCount);
+    // The longest last, in either list.
+    for (int i = 0; i < kNoteCount; ++i) {
+        const int index = noteByLength(parameter, i);
+        if (!extended && !isEverydayNote(parameter, index)) continue;
+        const bool newColumn = !menu.empty() && menu.size() % kColumn == 0;
+        menu.push_back({noteText(editor.model(), parameter, index),
+                        [&editor, parameter, index] {
+                            editor.setParameter(parameter, listValue(index, kNoteCount));
+                        },
+                        index == current, true, newColumn});
+    }
+    editor.openMenu(std::move(menu), anchor);
+}
+
 }  // namespace
 
 void stepDelayTime(EditorContext& context, double milliseconds) {
@@ -45,17 +67,17 @@ std::string TimeReadout::stateText() const {
     if (switchState(model.reading(kSuspend))) return "SUSPENDED";
     if (tempoShown) return switchState(model.value(kEnforceManualTempo)) ? "MANUAL" : "HOST";
     if (!switchState(model.value(kDelayClockMode))) return "set " + valueText() + " ms";
-    return noteText(model, kDelayNote) + " @ " + bpmText(tempoInForce(model)) + " BPM";
+    return noteText(model, kDelayNote) + " @ " + bpmText(tempoInForce(model));
 }
 
 CRect TimeReadout::figuresRect() const {
     const CRect& size = getViewSize();
-    return CRect(size.left + 10.0, size.top + 20.0, size.right - 30.0, size.bottom - 8.0);
+    return CRect(size.left + 120.0, size.top + 9.0, size.right - 34.0, size.bottom - 9.0);
 }
 
 CRect TimeReadout::lampRect() const {
     const CRect& size = getViewSize();
-    return CRect(size.right - 18.0, size.top + 3.0, size.right - 6.0, size.top + 16.0);
+    return CRect(size.right - 20.0, size.top + 6.0, size.right - 6.0, size.top + 20.0);
 }
 
 void TimeReadout::idle() {
@@ -105,65 +127,84 @@ void TimeReadout::wheel(double steps, bool fine) {
 void TimeReadout::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
     glass(*context, size);
-    const CRect top(size.left + 9.0, size.top + 3.0, size.right - 9.0, size.top + 16.0);
-    drawText(*context, tempoShown ? "TEMPO" : "DELAY", top, Theme::Face::Small, Theme::kTextDim,
-             Align::Left);
-    CRect stateRect = top;
-    stateRect.left += 40.0;
-    stateRect.right -= 14.0;
-    drawText(*context, stateText(), stateRect, Theme::Face::Small,
-             hovered() ? Theme::kText : Theme::kTextDim, Align::Right);
+    CRect words(size.left + 10.0, size.top + 9.0, size.left + 124.0, size.top + 25.0);
+    drawText(*context, tempoShown ? "TEMPO" : "DELAY", words, Theme::Face::LabelBold,
+             Theme::kTextDim, Align::Left);
+    words.offset(0.0, 24.0);
+    drawText(*context, stateText(), words, Theme::Face::Small,
+             hovered() ? Theme::kText : Theme::kTextDim, Align::Left);
     lamp(*context, lampRect().getCenter(), 2.6, Theme::kAccent, active ? 1.0 : 0.0);
     drawFigures(*context, figures(), figuresRect(), 5, Theme::kAccent, Theme::kGhost);
     drawText(*context, tempoShown ? "bpm" : "ms",
-             CRect(size.right - 29.0, size.bottom - 22.0, size.right - 5.0, size.bottom - 6.0),
+             CRect(size.right - 31.0, size.bottom - 25.0, size.right - 5.0, size.bottom - 9.0),
              Theme::Face::Value, Theme::kAccent);
     setDirty(false);
 }
 
-void NoteReadout::draw(VSTGUI::CDrawContext* context) {
+void TimeField::wheel(double steps, bool fine) {
+    stepDelayTime(editor(), steps * (fine ? 0.1 : 1.0));
+}
+
+void TimeField::draw(VSTGUI::CDrawContext* context) {
+    glass(*context, getViewSize());
+    drawText(*context, valueText() + " " + unitText(), getViewSize(), Theme::Face::Title,
+             inkOf(hovered()));
+    setDirty(false);
+}
+
+void NoteField::idle() {
+    if (noteText(editor().model(), parameter()) != drawn) invalid();
+}
+
+void NoteField::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
     glass(*context, size);
-    CRect textRect(size.left + 8.0, size.top, size.right - kArrowWidth, size.bottom);
-    drawText(*context, noteText(editor().model(), parameter()), textRect, Theme::Face::Title,
-             hovered() ? mix(Theme::kAccent, CColor(255, 255, 255, 255), 0.25) : Theme::kAccent,
-             Align::Left);
+    drawn = noteText(editor().model(), parameter());
+    drawText(*context, drawn,
+             CRect(size.left + 8.0, size.top, size.right - kArrowWidth, size.bottom),
+             Theme::Face::Title, inkOf(hovered()));
     listArrow(*context, CPoint(size.right - kArrowWidth / 2.0 - 1.0, size.getCenter().y),
               hovered() ? Theme::kText : Theme::kTextDim);
     setDirty(false);
 }
 
-bool NoteReadout::pressed(VSTGUI::MouseDownEvent& event) {
+bool NoteField::pressed(VSTGUI::MouseDownEvent& event) {
     if (event.mousePosition.x < getViewSize().right - kArrowWidth) return true;
-    openList(event.modifiers.has(VSTGUI::ModifierKey::Shift));
+    openNoteList(editor(), parameter(), event.modifiers.has(VSTGUI::ModifierKey::Shift),
+                 editorRect(*this));
     return false;
 }
 
-void NoteReadout::doubleClicked(VSTGUI::MouseDownEvent& event) {
+void NoteField::doubleClicked(VSTGUI::MouseDownEvent& event) {
     if (event.mousePosition.x < getViewSize().right - kArrowWidth) {
         ParameterControl::doubleClicked(event);
     }
 }
 
-void NoteReadout::wheel(double steps, bool fine) {
+void NoteField::wheel(double steps, bool fine) {
     stepNote(editor(), parameter(), steps > 0.0 ? 1 : -1, fine);
 }
 
-void NoteReadout::openList(bool extended) {
-    constexpr int kColumn = 10;
-    Menu menu;
-    const int current = listState(modelValue(), kNoteCount);
-    // The longest last, in either list.
-    for (int i = 0; i < kNoteCount; ++i) {
-        const int index = noteByLength(parameter(), i);
-        if (!extended && !isEverydayNote(parameter(), index)) continue;
-        const bool newColumn = !menu.empty() && menu.size() % kColumn == 0;
-        menu.push_back(
-            {noteText(editor().model(), parameter(), index),
-             [this, index] { editor().setParameter(parameter(), listValue(index, kNoteCount)); },
-             index == current, true, newColumn});
+void NoteKnob::idle() {
+    if (shownText() != drawn) {
+        drawn = shownText();
+        invalid();
     }
-    editor().openMenu(std::move(menu), editorRect(*this));
+}
+
+std::string NoteKnob::shownText() const {
+    return noteText(editor().model(), parameter());
+}
+
+bool NoteKnob::pressed(VSTGUI::MouseDownEvent& event) {
+    if (event.mousePosition.y < valueRect().top) return true;
+    openNoteList(editor(), parameter(), event.modifiers.has(VSTGUI::ModifierKey::Shift),
+                 editorRect(*this));
+    return false;
+}
+
+void NoteKnob::wheel(double steps, bool fine) {
+    stepNote(editor(), parameter(), steps > 0.0 ? 1 : -1, fine);
 }
 
 TempoReadout::TempoReadout(const CRect& size, EditorContext& context)
@@ -210,10 +251,10 @@ void TempoReadout::draw(VSTGUI::CDrawContext* context) {
     glass(*context, size);
     drawn = figures();
     drawFigures(*context, drawn,
-                CRect(size.left + 6.0, size.top + 6.0, size.right - 30.0, size.bottom - 6.0), 4,
+                CRect(size.left + 6.0, size.top + 5.0, size.right - 34.0, size.bottom - 5.0), 4,
                 manual() ? Theme::kAccent : mix(Theme::kAccent, Theme::kTextFaint, 0.4),
                 Theme::kGhost);
-    drawText(*context, "bpm", CRect(size.right - 29.0, size.top, size.right - 5.0, size.bottom),
+    drawText(*context, "bpm", CRect(size.right - 32.0, size.top, size.right - 4.0, size.bottom),
              Theme::Face::Label, Theme::kTextDim);
     setDirty(false);
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "gui/Tempo.h"
-#include "gui/controls/ParameterControl.h"
+#include "gui/controls/Knob.h"
 
 namespace Quorvant {
 
@@ -31,17 +31,43 @@ class TimeReadout final : public ParameterControl {
     bool active = false;
 };
 
-// A note value. A click on the arrow opens the list, with Shift the extended one.
-class NoteReadout final : public ParameterControl {
+// The delay in milliseconds.
+class TimeField final : public ParameterControl {
   public:
     using ParameterControl::ParameterControl;
+    void draw(VSTGUI::CDrawContext* context) override;
+
+  private:
+    void wheel(double steps, bool fine) override;
+};
+
+// A note value. A click on the arrow opens the list, with Shift the extended one.
+class NoteField final : public ParameterControl {
+  public:
+    using ParameterControl::ParameterControl;
+    void idle();
     void draw(VSTGUI::CDrawContext* context) override;
 
   private:
     bool pressed(VSTGUI::MouseDownEvent& event) override;
     void doubleClicked(VSTGUI::MouseDownEvent& event) override;
     void wheel(double steps, bool fine) override;
-    void openList(bool extended);
+
+    std::string drawn;
+};
+
+// The same as a knob, which opens the list at its value.
+class NoteKnob final : public Knob {
+  public:
+    using Knob::Knob;
+    void idle();
+
+  private:
+    std::string shownText() const override;
+    bool pressed(VSTGUI::MouseDownEvent& event) override;
+    void wheel(double steps, bool fine) override;
+
+    std::string drawn;
 };
 
 // The tempo in force; it can be set while Manual Tempo is in force.
