@@ -31,7 +31,7 @@ class Root final : public VSTGUI::CViewContainer {
 }  // namespace
 
 double Scene::height(bool withExtensions) {
-    return stripTop(withExtensions) + Theme::kStripHeight;
+    return stripTop(withExtensions) + Theme::kStripHeight + 180.0;
 }
 
 Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& context,
@@ -40,6 +40,7 @@ Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& cont
     const bool extended = switchState(model.value(kShowHideExtensions));
     const double top = stripTop(extended);
     const double bottom = height(extended);
+    const double stripBottom = bottom - 180.0;
     root = VSTGUI::makeOwned<Root>(CRect(0.0, 0.0, Theme::kWidth, bottom));
     presetBar = new PresetBar(CRect(0.0, 0.0, Theme::kWidth, Theme::kBarHeight), context, actions);
     root->addView(presetBar);
@@ -51,12 +52,15 @@ Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& cont
                                kExtensionGroups, kExtensionControls);
         root->addView(extensions);
     }
+    stage = new StageView(CRect(16.0, bottom - 174.0, 656.0, bottom - 6.0), context);
+    root->addView(stage);
     root->remember();  // the frame's own reference
     frame.addView(root);
     sideChain.emplace(context, *root, Theme::kWidth, top);
-    status = new StatusLine(CRect(510.0, top + 1.0, 974.0, bottom - 1.0), model);
+    status = new StatusLine(CRect(510.0, top + 1.0, 974.0, stripBottom - 1.0), model);
     root->addView(status);
-    root->addView(new Grip(CRect(980.0, bottom - 18.0, 1000.0, bottom), std::move(dragTo)));
+    root->addView(
+        new Grip(CRect(980.0, stripBottom - 18.0, 1000.0, stripBottom), std::move(dragTo)));
     hintDisplay.emplace(*root);
     stack.emplace(frame, *root);
     root->invalid();
@@ -77,6 +81,7 @@ CRect Scene::belowBar() const {
 void Scene::parameterChanged(uint32_t index, double value) {
     front->parameterChanged(index);
     if (extensions) extensions->parameterChanged(index);
+    stage->parameterChanged(index);
     sideChain->parameterChanged(index, value);
     presetBar->refresh();
 }
@@ -84,6 +89,7 @@ void Scene::parameterChanged(uint32_t index, double value) {
 void Scene::idle() {
     front->idle();
     if (extensions) extensions->idle();
+    stage->idle();
     sideChain->idle();
     status->idle();
 }

@@ -8,6 +8,7 @@
 #include "gui/PresetBar.h"
 #include "gui/SideChainBar.h"
 #include "gui/StatusLine.h"
+#include "gui/stage/StageView.h"
 
 #include <functional>
 #include <memory>
@@ -54,6 +55,7 @@ class Scene {
     PresetBar* presetBar;
     Panel* front;
     Panel* extensions = nullptr;
+    StageView* stage;
     StatusLine* status;
     std::optional<QVXSideChainBar> sideChain;
     std::optional<HintDisplay> hintDisplay;

@@ -20,7 +20,7 @@ ROOMS = {
     "platform": ("", (270, 340)),
     "dsp": ("params", (660, 160)),
     "presets": ("params platform", (84, 250)),
-    "gui": ("params presets platform VSTGUI", (450, 150)),
+    "gui": ("params dsp presets platform VSTGUI", (450, 150)),
     "plugin": ("params dsp presets platform gui VST3-SDK VSTGUI", (590, 40)),
     "tools/hosting": ("VST3-SDK", (84, 130)),
     "tools/corvane-host": ("tools/hosting params presets platform VST3-SDK", (240, 40)),
