@@ -21,8 +21,6 @@ constexpr double kCircleControl = 0.5522847498307936;  // of a quarter circle's 
 // Shapes keep their exact places instead of being moved to whole pixels.
 constexpr VSTGUI::CDrawMode kDrawMode(VSTGUI::kAntiAliasing | VSTGUI::kNonIntegralMode);
 
-constexpr double kSmallestType = 9.0;  // in unzoomed pixels: below, letters run together
-
 double radians(double degrees) {
     return degrees * std::numbers::pi / 180.0;
 }
@@ -175,19 +173,18 @@ void lamp(CDrawContext& context, CPoint centre, double radius, CColor colour, do
              CColor(255, 255, 255, static_cast<uint8_t>(30 + 90 * level)));
 }
 
-void drawFace(CDrawContext& context, const CRect& rect) {
-    fillRoundGradient(context, rect, 0.0, Theme::kFaceTop, Theme::kFaceBottom);
-    line(context, CPoint(rect.left, rect.top + 0.5), CPoint(rect.right, rect.top + 0.5),
-         CColor(255, 255, 255, 34));
-    line(context, CPoint(rect.left, rect.bottom - 0.5), CPoint(rect.right, rect.bottom - 0.5),
-         CColor(0, 0, 0, 120));
+void drawGroup(CDrawContext& context, const CRect& rect) {
+    fillRound(context, rect, 4.0, Theme::kGroupEdge);
+    CRect inner = rect;
+    inner.inset(1.0, 1.0);
+    fillRound(context, inner, 3.0, Theme::kGroup);
 }
 
 void glass(CDrawContext& context, const CRect& rect) {
-    fillRound(context, rect, 3.0, Theme::kGlass);
-    strokeRound(context, rect, 3.0, Theme::kGlassEdge);
-    line(context, CPoint(rect.left + 3.0, rect.bottom + 0.5),
-         CPoint(rect.right - 3.0, rect.bottom + 0.5), CColor(255, 255, 255, 24));
+    fillRound(context, rect, 3.0, Theme::kGlassEdge);
+    CRect inner = rect;
+    inner.inset(1.0, 1.0);
+    fillRound(context, inner, 2.0, Theme::kGlass);
 }
 
 void drawSheet(CDrawContext& context, const CRect& rect) {
@@ -217,7 +214,7 @@ double textWidth(std::string_view text, Theme::Face face) {
 
 bool isCut(std::string_view text, double width, Theme::Face face) {
     const double size = Theme::font(face)->getSize();
-    return textWidth(text, face) * std::min(1.0, kSmallestType / size) > width;
+    return textWidth(text, face) * std::min(1.0, Theme::kSmallestType / size) > width;
 }
 
 void drawText(CDrawContext& context, std::string_view text, const CRect& rect, Theme::Face face,
@@ -232,7 +229,7 @@ void drawText(CDrawContext& context, std::string_view text, const CRect& rect, T
     const double width = textWidth(text, face);
     if (width > rect.getWidth()) {
         const double size = font->getSize() * rect.getWidth() / width;
-        context.setFont(font, std::min(font->getSize(), std::max(kSmallestType, size)));
+        context.setFont(font, std::min(font->getSize(), std::max(Theme::kSmallestType, size)));
         for (std::size_t bytes = text.size(); isCut(string, rect.getWidth(), face) && bytes > 0;) {
             text = cutUtf8(text, --bytes);
             bytes = text.size();

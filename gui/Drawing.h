@@ -39,8 +39,8 @@ void polygon(CDrawContext& context, std::initializer_list<CPoint> points, CColor
 void listArrow(CDrawContext& context, CPoint centre, CColor colour);
 // A small light with its glow; `level` 0 ... 1.
 void lamp(CDrawContext& context, CPoint centre, double radius, CColor colour, double level);
-// The unit's face, behind a panel.
-void drawFace(CDrawContext& context, const CRect& rect);
+// What controls that belong together stand on.
+void drawGroup(CDrawContext& context, const CRect& rect);
 // A sunken black window.
 void glass(CDrawContext& context, const CRect& rect);
 // What menus and questions are written on, with its shadow.

@@ -4,234 +4,177 @@
 #include "gui/controls/Buttons.h"
 #include "gui/controls/Knob.h"
 #include "gui/controls/Meters.h"
-#include "gui/controls/ProductLabel.h"
 #include "gui/controls/Readouts.h"
 #include "params/GlobalSet.h"
 #include "params/ParameterLaws.h"
 #include "platform/TickCount.h"
 
-#include <string>
-
 namespace Quorvant {
-namespace {
 
-constexpr double kDimmed = 0.42;
-
-CRect toRect(const Place& place) {
-    return CRect(place.left, place.top, place.right, place.bottom);
-}
-
-std::vector<Choice> choicesFor(uint32_t index) {
-    switch (index) {
-        case kGlobal:
-            return {{"PRESET"}, {"GLOBAL"}};
-        case kProcessingMode:
-            return {{"CLEAN"}, {"LEGACY"}, {"LIMS"}, {"FULL"}};
-        case kDirectionMode:
-            return {{"FORWARD", Glyph::Forward},
-                    {"BACKWARD", Glyph::Backward},
-                    {"REVERSE", Glyph::Reverse},
-                    {"BOUNCE", Glyph::Bounce}};
-        case kSensitivity:
-            return {{"-10 dBV"}, {"+4 dBu"}};
-        case kEnforceManualTempo:
-            return {{"HOST"}, {"MANUAL"}};
-        case kNoteViewStyle:
-            return {{"1/4 dot"}, {"3/8"}};
-        default:
-            return {};
-    }
-}
-
-}  // namespace
-
-Panel::Panel(const CRect& size, EditorContext& editor, std::span<const GroupSpec> groupList,
+Panel::Panel(const CRect& size, EditorContext& editor, std::span<const Place> groupList,
              std::span<const ControlSpec> controls)
-    : CViewContainer(size), owner(editor), groups(groupList), specs(controls) {
-    for (const ControlSpec& spec : specs) add(spec);
-    dimUnused();
+    : CViewContainer(size), owner(editor), groups(groupList) {
+    for (const ControlSpec& spec : controls) {
+        ParameterControl* control = makeControl(spec);
+        VSTGUI::CView* view = control ? control : make(spec);
+        addView(view);
+        parts.push_back({spec, view, control});
+    }
+    showUse();
 }
 
-void Panel::add(const ControlSpec& spec) {
-    const CRect rect = toRect(spec.place);
-    const auto takeControl = [this](ParameterControl* control) {
-        parameterControls.push_back(control);
-        addView(control);
-    };
-    const auto takeLively = [this](auto* view) {
+CRect Panel::rectOf(const Place& place) const {
+    CRect rect(place.left, place.top, place.right, place.bottom);
+    rect.offset(-getViewSize().left, -getViewSize().top);
+    return rect;
+}
+
+ParameterControl* Panel::makeControl(const ControlSpec& spec) {
+    const CRect rect = rectOf(spec.place);
+    const auto lively = [this](auto* view) {
         idlers.push_back([view] { view->idle(); });
         return view;
     };
-    const auto hinted = [&spec](auto* view) {
-        view->setTooltipText(hintText(spec.id));
+    switch (spec.kind) {
+        case ControlKind::Knob:
+            return new Knob(rect, owner, spec.id, spec.label);
+        case ControlKind::CentredKnob:
+            return new Knob(rect, owner, spec.id, spec.label, 0.5);
+        case ControlKind::CutKnob:
+            return new CutKnob(rect, owner, spec.id, spec.label);
+        case ControlKind::WaveKnob:
+            return new WaveKnob(rect, owner, spec.id, spec.label);
+        case ControlKind::NoteKnob:
+            return new NoteKnob(rect, owner, spec.id, spec.label);
+        case ControlKind::Value:
+            return new ValueReadout(rect, owner, spec.id, spec.label);
+        case ControlKind::Kick:
+            return new KickButton(rect, owner, spec.id, spec.label);
+        case ControlKind::Loop:
+            return lively(new LoopButton(rect, owner, spec.id, spec.label));
+        case ControlKind::Power:
+            return new PowerButton(rect, owner, spec.id, spec.label);
+        case ControlKind::Choice:
+            return new ChoiceRow(rect, owner, spec.id, spec.choices);
+        case ControlKind::LevelSet:
+            return new LevelSetRow(rect, owner, spec.id, spec.choices);
+        case ControlKind::TimeReadout:
+            return lively(new TimeReadout(rect, owner));
+        case ControlKind::NoteReadout:
+            return new NoteReadout(rect, owner, spec.id, kDelayNote);
+        case ControlKind::TempoReadout:
+            return lively(new TempoReadout(rect, owner));
+        default:
+            return nullptr;
+    }
+}
+
+VSTGUI::CView* Panel::make(const ControlSpec& spec) {
+    using Look = ActionButton::Look;
+    const CRect rect = rectOf(spec.place);
+    const auto lively = [this](auto* view) {
+        idlers.push_back([view] { view->idle(); });
+        return view;
+    };
+    const auto hinted = [](auto* view, uint32_t id) {
+        view->setTooltipText(hintText(id));
         return view;
     };
     EditorModel& model = owner.model();
+    const auto lamp = [&](uint32_t tag, CColor colour, std::function<double()> source) {
+        return lively(new Lamp(rect, static_cast<int32_t>(tag), colour, spec.label, source));
+    };
     const auto tag = static_cast<int32_t>(spec.id);
     switch (spec.kind) {
-        case ControlKind::Knob:
-            takeControl(new Knob(rect, owner, spec.id, spec.label));
-            break;
-        case ControlKind::CentredKnob:
-            takeControl(new Knob(rect, owner, spec.id, spec.label, 0.5));
-            break;
-        case ControlKind::WaveKnob:
-            takeControl(new WaveKnob(rect, owner, spec.id, spec.label));
-            break;
-        case ControlKind::Kick:
-            takeControl(new KickButton(rect, owner, spec.id, spec.label));
-            break;
-        case ControlKind::Loop:
-            takeControl(takeLively(new LoopButton(rect, owner, spec.id, spec.label)));
-            break;
-        case ControlKind::Power:
-            takeControl(new PowerButton(rect, owner, spec.id, spec.label));
-            break;
-        case ControlKind::Choice:
-            takeControl(new ChoiceRow(rect, owner, spec.id, choicesFor(spec.id)));
-            break;
-        case ControlKind::LevelSet:
-            takeControl(new LevelSetRow(rect, owner, spec.id, choicesFor(spec.id)));
-            break;
-        case ControlKind::TimeReadout:
-            takeControl(takeLively(new TimeReadout(rect, owner)));
-            break;
-        case ControlKind::NoteReadout:
-            takeControl(new NoteReadout(rect, owner, spec.id,
-                                        spec.id == kNoteReadoutId ? kDelayNote : spec.id));
-            break;
-        case ControlKind::TempoReadout:
-            takeControl(takeLively(new TempoReadout(rect, owner)));
-            break;
+        case ControlKind::Stage:
+            stage = lively(new StageView(rect, owner));
+            return stage;
         case ControlKind::StepUp:
         case ControlKind::StepDown: {
             const bool up = spec.kind == ControlKind::StepUp;
             const int direction = up ? 1 : -1;
             const bool time = spec.id == kTimeUpId || spec.id == kTimeDownId;
-            auto* button =
-                new ActionButton(rect, tag, up ? ActionButton::Look::Up : ActionButton::Look::Down,
-                                 "", [this, time, direction](VSTGUI::Modifiers modifiers) {
-                                     const bool shift = modifiers.has(VSTGUI::ModifierKey::Shift);
-                                     if (time) {
-                                         stepDelayTime(owner, direction * (shift ? 0.1 : 1.0));
-                                     } else {
-                                         stepNote(owner, kDelayNote, direction, shift);
-                                     }
-                                 });
-            button->setRepeating();
-            addView(hinted(takeLively(button)));
-            break;
-        }
-        case ControlKind::Tap: {
-            auto* button =
-                new ActionButton(rect, -1, ActionButton::Look::Text, spec.label, [this](auto) {
-                    if (const auto bpm = taps.tap(tickCountMs())) {
-                        owner.setParameter(kManualTempo, manualTempoValue(*bpm));
-                    }
-                    // Whoever taps wants to hear it.
-                    if (!switchState(owner.model().value(kEnforceManualTempo))) {
-                        owner.setParameter(kEnforceManualTempo, 1.0);
+            auto* button = new ActionButton(
+                rect, tag, up ? Look::Plus : Look::Minus, "",
+                [this, time, direction](VSTGUI::Modifiers modifiers) {
+                    const bool shift = modifiers.has(VSTGUI::ModifierKey::Shift);
+                    if (time) {
+                        stepDelayTime(owner, direction * (shift ? 0.1 : 1.0));
+                    } else {
+                        stepNote(owner, kDelayNote, direction, shift);
                     }
                 });
+            button->setRepeating();
+            return hinted(lively(button), spec.id);
+        }
+        case ControlKind::Tap: {
+            auto* button = new ActionButton(rect, -1, Look::Text, spec.label, [this](auto) {
+                if (const auto bpm = taps.tap(tickCountMs())) {
+                    owner.setParameter(kManualTempo, manualTempoValue(*bpm));
+                }
+                // Whoever taps wants to hear it.
+                if (!switchState(owner.model().value(kEnforceManualTempo))) {
+                    owner.setParameter(kEnforceManualTempo, 1.0);
+                }
+            });
             button->setTooltipText("Tap the tempo; Manual Tempo takes it over.");
-            addView(button);
-            break;
+            return button;
         }
         case ControlKind::Headroom:
-            addView(hinted(takeLively(new HeadroomBar(rect, tag, model))));
-            break;
+            return hinted(lively(new HeadroomBar(rect, tag, model)), spec.id);
         case ControlKind::Reduction:
-            addView(takeLively(new ReductionBar(rect, model)));
-            break;
+            return lively(new ReductionBar(rect, model, spec.label));
         case ControlKind::LfoLamp:
-            addView(takeLively(new Lamp(rect, kOutLfoLamp, Theme::kAccent, spec.label, [&model] {
+            return lamp(kOutLfoLamp, Theme::kAccent, [&model] {
                 return model.reading(kOutProcessingActivity) > 0.5 ? model.reading(kOutLfoLamp)
                                                                    : 0.0;
-            })));
-            break;
+            });
         case ControlKind::ProcessingLamp:
-            addView(
-                takeLively(new Lamp(rect, kOutProcessingActivity, Theme::kGreen, spec.label,
-                                    [&model] { return model.reading(kOutProcessingActivity); })));
-            break;
+            return lamp(kOutProcessingActivity, Theme::kGreen,
+                        [&model] { return model.reading(kOutProcessingActivity); });
         case ControlKind::SyncLamp:
-            addView(takeLively(new Lamp(rect, kOutHostSync, Theme::kGreen, spec.label,
-                                        [&model] { return model.reading(kOutHostSync); })));
-            break;
-        case ControlKind::Product:
-            addView(new ProductLabel(rect, spec.id, [this](auto) { owner.openAbout(); }));
-            break;
+            return lamp(kOutHostSync, Theme::kGreen,
+                        [&model] { return model.reading(kOutHostSync); });
         case ControlKind::Extensions: {
             const bool open = switchState(model.value(kShowHideExtensions));
+            const uint32_t id = open ? kHideExtensionsId : kShowExtensionsId;
             auto* button = new ActionButton(
-                rect, static_cast<int32_t>(open ? kHideExtensionsId : kShowExtensionsId),
-                ActionButton::Look::Text, "EXTENSIONS",
+                rect, static_cast<int32_t>(id), Look::Text, "EXTENSIONS",
                 [this, open](auto) { owner.setParameter(kShowHideExtensions, open ? 0.0 : 1.0); });
             button->setLit(open);
-            button->setTooltipText(hintText(open ? kHideExtensionsId : kShowExtensionsId));
-            addView(button);
-            break;
+            return hinted(button, id);
         }
-        case ControlKind::Caption:
-            addView(new QVXTextLabel(rect, -1, spec.label, Theme::Face::Small, Theme::kTextDim,
-                                     Align::Centre));
-            break;
+        default:
+            return new QVXTextLabel(rect, -1, spec.label, Theme::Face::Label, Theme::kTextDim,
+                                    Align::Left);
     }
 }
 
 void Panel::parameterChanged(uint32_t index) {
-    for (ParameterControl* control : parameterControls) {
-        const uint32_t shown = control->parameter();
-        // Readouts tell of other parameters too.
-        const bool concerned = shown == index || globalTwin(shown) == index || index == kGlobal ||
-                               index == kNoteViewStyle || index == kDelayClockMode ||
-                               control->getTag() == static_cast<int32_t>(kTimeReadoutId) ||
-                               index == kEnforceManualTempo;
-        if (concerned) control->refresh();
+    for (const Part& part : parts) {
+        if (!part.control) continue;
+        const uint32_t shown = part.control->parameter();
+        if (shown == index || globalTwin(shown) == index || index == kGlobal ||
+            (part.spec.shows & maskOf({index})) != 0) {
+            part.control->refresh();
+        }
     }
-    dimUnused();
+    if (stage) stage->parameterChanged(index);
+    showUse();
 }
 
-// What has no effect in the present mode stands back, but can still be set.
-void Panel::dimUnused() {
-    const EditorModel& model = owner.model();
-    const bool synced = switchState(model.value(kDelayClockMode));
-    const bool looping = switchState(model.value(kInfRepeat));
-    const bool lfoSynced = switchState(model.value(kLfoSync));
-    forEachChild([&](VSTGUI::CView* view) {
-        const auto* control = dynamic_cast<VSTGUI::CControl*>(view);
-        if (!control) return;
-        bool unused = false;
-        switch (control->getTag()) {
-            case kDelayClockMode:
-                unused = looping;
-                break;
-            case kDelayTime:
-            case kTimeUpId:
-            case kTimeDownId:
-                unused = synced || looping;
-                break;
-            case kNoteReadoutId:
-            case kNoteUpId:
-            case kNoteDownId:
-                unused = !synced;
-                break;
-            case kLfoRate:
-                unused = lfoSynced;
-                break;
-            case kLfoNote:
-            case kLfoOffset:
-                unused = !lfoSynced;
-                break;
-            case kHighCutCutoff:
-                unused = !switchState(model.value(kHighCut));
-                break;
-            default:
-                return;
-        }
-        const auto alpha = static_cast<float>(unused ? kDimmed : 1.0);
-        if (view->getAlphaValue() != alpha) view->setAlphaValue(alpha);
-    });
+bool Panel::holds(const When& when) const {
+    return when.state != When::State::Never &&
+           switchState(owner.model().value(when.parameter)) == (when.state == When::State::On);
+}
+
+void Panel::showUse() {
+    for (const Part& part : parts) {
+        const bool visible = !holds(part.spec.hidden);
+        if (part.view->isVisible() != visible) part.view->setVisible(visible);
+        const float alpha = holds(part.spec.unused) ? Theme::kUnusedAlpha : 1.0F;
+        if (part.view->getAlphaValue() != alpha) part.view->setAlphaValue(alpha);
+    }
 }
 
 void Panel::idle() {
@@ -241,15 +184,10 @@ void Panel::idle() {
 void Panel::drawBackgroundRect(VSTGUI::CDrawContext* context, const CRect&) {
     CRect clip;
     context->getClipRect(clip);
-    drawFace(*context, CRect(0.0, 0.0, getWidth(), getHeight()));
-    for (const GroupSpec& group : groups) {
-        const CRect rect = toRect(group.place);
-        if (!clip.rectOverlap(rect)) continue;
-        fillRound(*context, rect, 5.0, Theme::kGroup);
-        strokeRound(*context, rect, 5.0, Theme::kGroupEdge);
-        drawText(*context, group.title,
-                 CRect(rect.left + 8.0, rect.top + 2.0, rect.right - 8.0, rect.top + 17.0),
-                 Theme::Face::LabelBold, Theme::kText, Align::Left);
+    fillRound(*context, CRect(0.0, 0.0, getWidth(), getHeight()), 0.0, Theme::kFace);
+    for (const Place& group : groups) {
+        const CRect rect = rectOf(group);
+        if (clip.rectOverlap(rect)) drawGroup(*context, rect);
     }
 }
 

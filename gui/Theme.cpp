@@ -22,12 +22,12 @@ struct FaceSpec {
     double size;
     int32_t style;
 };
-constexpr std::array<FaceSpec, 7> kFaces = {{{9.0, kNormalFace},
-                                             {10.0, kNormalFace},
-                                             {10.0, kBoldFace},
+constexpr std::array<FaceSpec, 7> kFaces = {{{kSmallestType, kNormalFace},
                                              {11.0, kNormalFace},
-                                             {13.0, kBoldFace},
-                                             {10.5, kBoldFace},
+                                             {11.0, kBoldFace},
+                                             {12.0, kNormalFace},
+                                             {14.0, kBoldFace},
+                                             {11.0, kBoldFace},
                                              {20.0, kBoldFace}}};
 
 int users = 0;
@@ -41,6 +41,10 @@ FontUse::FontUse() {
 
 FontUse::~FontUse() {
     if (--users == 0) fonts = {};
+}
+
+double typeSize(Face face) {
+    return kFaces[static_cast<std::size_t>(face)].size;
 }
 
 VSTGUI::CFontRef font(Face face) {

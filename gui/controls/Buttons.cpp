@@ -8,22 +8,30 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace Quorvant {
 namespace {
 
 constexpr uint32_t kRepeatDelay = 400;  // ms
 constexpr uint32_t kRepeatPeriod = 60;
+constexpr double kGap = 2.0;  // between choices
 
-void drawCap(VSTGUI::CDrawContext& context, const CRect& rect, bool hovered, bool down) {
-    fillRound(context, CRect(rect.left, rect.top + 1.0, rect.right, rect.bottom + 1.5), 3.5,
-              Theme::kShadow);
-    fillRound(context, rect, 3.5, Theme::kButtonEdge);
+constexpr double kCorner = 3.0;
+
+// A key; lit in a colour, or not lit.
+void drawCap(VSTGUI::CDrawContext& context, const CRect& rect, bool hovered,
+             const CColor* lit = nullptr) {
+    fillRound(context, rect, kCorner, lit ? *lit : Theme::kButtonEdge);
     CRect cap = rect;
     cap.inset(1.0, 1.0);
-    fillRoundGradient(context, cap, 2.5, down ? Theme::kButtonBottom : Theme::kButtonTop,
-                      Theme::kButtonBottom);
-    if (hovered) fillRound(context, cap, 2.5, Theme::kHover);
+    fillRoundGradient(context, cap, kCorner - 1.0, lit ? *lit : Theme::kButtonTop,
+                      lit ? *lit : Theme::kButtonBottom);
+    if (hovered) fillRound(context, cap, kCorner - 1.0, Theme::kHover);
+}
+
+CColor inkOn(bool lit, bool hovered) {
+    return lit ? Theme::kGlass : hovered ? Theme::kText : Theme::kTextDim;
 }
 
 void drawGlyph(VSTGUI::CDrawContext& context, Glyph glyph, CPoint c, CColor colour) {
@@ -70,33 +78,17 @@ bool KickButton::pressed(VSTGUI::MouseDownEvent&) {
     return false;
 }
 
-double KickButton::light() const {
-    return switchState(modelValue()) ? 1.0 : 0.0;
+bool KickButton::isOn() const {
+    return switchState(modelValue());
 }
 
 void KickButton::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
-    CRect body(size.left + 1.0, size.top, size.right - 1.0, size.bottom - 2.0);
-    drawCap(*context, body, hovered(), false);
-    const double level = light();
-    const CRect window(body.left + 6.0, body.top + 5.0, body.right - 6.0, body.top + 9.0);
-    if (level > 0.0) {
-        fillRound(
-            *context,
-            CRect(window.left - 3.0, window.top - 3.0, window.right + 3.0, window.bottom + 3.0),
-            4.0, withAlpha(lightColour(), 0.25 * level));
-    }
-    fillRound(*context, window, 2.0,
-              mix(mix(lightColour(), CColor(18, 18, 20, 255), 0.84), lightColour(), level));
-    drawText(*context, label,
-             CRect(body.left + 3.0, window.bottom + 1.0, body.right - 3.0, body.bottom),
-             Theme::Face::LabelBold, level > 0.0 ? Theme::kText : Theme::kTextDim);
+    const CColor colour = accent();
+    drawCap(*context, size, hovered(), isOn() ? &colour : nullptr);
+    drawText(*context, label, CRect(size.left + 3.0, size.top, size.right - 3.0, size.bottom),
+             Theme::Face::LabelBold, inkOn(isOn(), hovered()));
     setDirty(false);
-}
-
-double LoopButton::light() const {
-    if (!switchState(modelValue())) return 0.0;
-    return engaged ? 1.0 : 0.45;
 }
 
 void LoopButton::idle() {
@@ -106,44 +98,64 @@ void LoopButton::idle() {
     invalid();
 }
 
-void PowerButton::draw(VSTGUI::CDrawContext* context) {
-    const CPoint middle = getViewSize().getCenter();
-    const double radius = std::min(getWidth(), getHeight()) / 2.0 - 2.0;
-    const double level = light();
-    fillPath(*context, *circlePath(*context, CPoint(middle.x, middle.y + 1.5), radius + 0.5),
-             Theme::kShadow);
-    fillPath(*context, *circlePath(*context, middle, radius), Theme::kButtonEdge);
-    fillPath(*context, *circlePath(*context, middle, radius - 1.0),
-             hovered() ? mix(Theme::kButtonTop, CColor(255, 255, 255, 255), 0.08)
-                       : Theme::kButtonBottom);
-    const CColor colour = mix(Theme::kTextFaint, Theme::kAccent, level);
+void LoopButton::draw(VSTGUI::CDrawContext* context) {
+    const CRect& size = getViewSize();
+    const double level = !isOn() ? 0.0 : engaged ? 1.0 : 0.5;
+    drawCap(*context, size, hovered());
+    CRect face = size;
     if (level > 0.0) {
-        fillPath(*context, *circlePath(*context, middle, radius - 1.0), withAlpha(colour, 0.12));
+        fillRound(*context, face, kCorner, mix(Theme::kLoopFace, Theme::kRed, level));
+        face.inset(2.0, 2.0);
+        fillRound(*context, face, kCorner - 1.0, Theme::kLoopFace);
     }
-    strokePath(*context, *arcPath(*context, middle, radius * 0.48, 35.0, 325.0), colour, 2.0);
-    line(*context, CPoint(middle.x, middle.y - radius * 0.62), CPoint(middle.x, middle.y - 1.0),
-         colour, 2.0);
+    // The light lies above the text, or beside it where the key is low.
+    const bool low = getHeight() < 40.0;
+    const CRect light = low ? CRect(size.left + 9.0, size.top + 8.0, size.left + 13.0,
+                                    size.bottom - 8.0)
+                            : CRect(size.left + 9.0, size.top + 9.0, size.right - 9.0,
+                                    size.top + 13.0);
+    fillRound(*context, light, 2.0, mix(Theme::kLoopFace, Theme::kRed, level));
+    const CRect place = low ? CRect(light.right + 4.0, size.top, size.right - 4.0, size.bottom)
+                            : CRect(size.left + 4.0, light.bottom, size.right - 4.0, size.bottom);
+    drawText(*context, text(), place, Theme::Face::LabelBold,
+             level > 0.0 || hovered() ? Theme::kText : Theme::kTextDim);
+    setDirty(false);
+}
+
+void PowerButton::draw(VSTGUI::CDrawContext* context) {
+    const CRect& size = getViewSize();
+    const CColor colour = accent();
+    drawCap(*context, size, hovered(), isOn() ? &colour : nullptr);
+    const CColor ink = inkOn(isOn(), hovered());
+    const double signs = 18.0;  // pixels
+    const double words = std::min(textWidth(text(), Theme::Face::LabelBold),
+                                  getWidth() - signs - 8.0);
+    const double left = std::floor(size.getCenter().x - (signs + words) / 2.0);
+    const CPoint c(left + 6.0, size.getCenter().y + 0.5);
+    strokePath(*context, *arcPath(*context, c, 4.5, 40.0, 320.0), ink, 1.6);
+    line(*context, CPoint(c.x, c.y - 6.0), CPoint(c.x, c.y - 0.5), ink, 1.6);
+    drawText(*context, text(), CRect(left + signs, size.top, size.right - 3.0, size.bottom),
+             Theme::Face::LabelBold, ink, Align::Left);
     setDirty(false);
 }
 
 ChoiceRow::ChoiceRow(const CRect& size, EditorContext& context, uint32_t parameter,
-                     std::vector<Choice> list)
-    : ParameterControl(size, context, parameter), choices(std::move(list)) {}
+                     std::span<const Choice> list)
+    : ParameterControl(size, context, parameter), choices(list) {}
 
-// One below the other where they would be too narrow side by side.
+// Side by side, or two by two where a row of them would be too narrow.
 CRect ChoiceRow::cell(std::size_t index) const {
-    const auto count = static_cast<double>(choices.size());
-    CRect rect = getViewSize();
-    rect.inset(1.0, 1.0);
-    const double width = rect.getWidth() / count;
-    const double height = rect.getHeight() / count;
-    const auto place = static_cast<double>(index);
-    if (width < rect.getHeight()) {
-        return CRect(rect.left, rect.top + height * place, rect.right,
-                     rect.top + height * (place + 1.0));
-    }
-    return CRect(rect.left + width * place, rect.top, rect.left + width * (place + 1.0),
-                 rect.bottom);
+    const CRect& size = getViewSize();
+    const std::size_t rows = getHeight() > 48.0 ? 2 : 1;
+    const std::size_t columns = choices.size() / rows;
+    const auto edge = [](double from, double length, std::size_t part, std::size_t parts) {
+        return from + std::round((length + kGap) * static_cast<double>(part) /
+                                 static_cast<double>(parts));
+    };
+    const std::size_t x = index % columns, y = index / columns;
+    return CRect(edge(size.left, getWidth(), x, columns), edge(size.top, getHeight(), y, rows),
+                 edge(size.left, getWidth(), x + 1, columns) - kGap,
+                 edge(size.top, getHeight(), y + 1, rows) - kGap);
 }
 
 bool ChoiceRow::pressed(VSTGUI::MouseDownEvent& event) {
@@ -155,32 +167,23 @@ bool ChoiceRow::pressed(VSTGUI::MouseDownEvent& event) {
 }
 
 void ChoiceRow::draw(VSTGUI::CDrawContext* context) {
-    const CRect& size = getViewSize();
-    fillRound(*context, size, 4.0, Theme::kButtonEdge);
     const auto chosen =
         static_cast<std::size_t>(listState(modelValue(), static_cast<int>(choices.size())));
     for (std::size_t i = 0; i < choices.size(); ++i) {
-        CRect rect = cell(i);
-        rect.inset(0.75, 0.75);
-        const bool on = i == chosen;
+        const CRect rect = cell(i);
         const CColor colour = colourOf(i);
-        if (on) {
-            fillRoundGradient(*context, rect, 3.0, mix(colour, CColor(255, 255, 255, 255), 0.15),
-                              colour);
-        } else {
-            fillRoundGradient(*context, rect, 3.0, Theme::kButtonTop, Theme::kButtonBottom);
-        }
-        const CColor ink = on ? Theme::kGlass : hovered() ? Theme::kText : Theme::kTextDim;
+        const bool lit = i == chosen;
+        drawCap(*context, rect, false, lit ? &colour : nullptr);
+        const CColor ink = inkOn(lit, hovered());
         CRect textRect = rect;
         textRect.inset(3.0, 0.0);
         if (choices[i].glyph != Glyph::None) {
-            drawGlyph(*context, choices[i].glyph, CPoint(rect.left + 12.0, rect.getCenter().y),
+            drawGlyph(*context, choices[i].glyph, CPoint(rect.left + 15.0, rect.getCenter().y),
                       ink);
-            textRect.left += 21.0;
-            drawText(*context, choices[i].text, textRect, Theme::Face::LabelBold, ink, Align::Left);
-        } else {
-            drawText(*context, choices[i].text, textRect, Theme::Face::LabelBold, ink);
+            textRect.left += 24.0;
         }
+        drawText(*context, choices[i].text, textRect, Theme::Face::LabelBold, ink,
+                 choices[i].glyph != Glyph::None ? Align::Left : Align::Centre);
     }
     setDirty(false);
 }
@@ -236,20 +239,19 @@ void ActionButton::idle() {
 
 void ActionButton::draw(VSTGUI::CDrawContext* context) {
     const CRect& size = getViewSize();
-    const CRect body(size.left, size.top, size.right, size.bottom - 1.0);
     const CColor ink = !enabled    ? Theme::kTextFaint
                        : lit       ? Theme::kAccent
                        : pointed() ? mix(colour, CColor(255, 255, 255, 255), 0.3)
                                    : colour;
-    if (look != Look::Plain) drawCap(*context, body, pointed() && enabled, down);
-    const CPoint c = body.getCenter();
+    if (look != Look::Plain) drawCap(*context, size, pointed() && enabled && !down);
+    const CPoint c = size.getCenter();
     const double r = std::min(4.5, getHeight() * 0.22);
     switch (look) {
-        case Look::Up:
-            arrowHead(*context, c, {0.0, -r}, ink);
-            break;
-        case Look::Down:
-            arrowHead(*context, c, {0.0, r}, ink);
+        case Look::Plus:
+            line(*context, CPoint(c.x, c.y - 5.0), CPoint(c.x, c.y + 5.0), ink, 2.0);
+            [[fallthrough]];
+        case Look::Minus:
+            line(*context, CPoint(c.x - 5.0, c.y), CPoint(c.x + 5.0, c.y), ink, 2.0);
             break;
         case Look::Left:
             arrowHead(*context, c, {-r, 0.0}, ink);
@@ -259,7 +261,7 @@ void ActionButton::draw(VSTGUI::CDrawContext* context) {
             break;
         case Look::Text:
         case Look::Plain: {
-            CRect textRect = body;
+            CRect textRect = size;
             textRect.inset(look == Look::Text ? 4.0 : 0.0, 0.0);
             drawText(*context, label, textRect, Theme::Face::LabelBold, ink);
             break;

@@ -1,10 +1,11 @@
 // Illuminated kick buttons, rows of choices, and the buttons that step a value.
 #pragma once
 
+#include "gui/controls/Choice.h"
 #include "gui/controls/ParameterControl.h"
 
 #include <functional>
-#include <vector>
+#include <span>
 
 namespace Quorvant {
 
@@ -18,45 +19,36 @@ class KickButton : public ParameterControl {
   protected:
     bool pressed(VSTGUI::MouseDownEvent& event) override;
     void doubleClicked(VSTGUI::MouseDownEvent& event) override { pressed(event); }
-    virtual double light() const;  // of the lamp, 0 ... 1
-    virtual CColor lightColour() const { return accent(); }
+    bool isOn() const;
     const std::string& text() const { return label; }
 
   private:
     std::string label;
 };
 
-// Inf Repeat: half lit while the loop waits for its boundary.
+// Inf Repeat: its light is half as bright while the loop waits for its boundary.
 class LoopButton final : public KickButton {
   public:
     using KickButton::KickButton;
     void idle();
+    void draw(VSTGUI::CDrawContext* context) override;
 
   private:
-    double light() const override;
-    CColor lightColour() const override { return Theme::kRed; }
     bool engaged = false;
 };
 
-// The main switch of the unit.
+// The main switch of the unit, told by its sign.
 class PowerButton final : public KickButton {
   public:
     using KickButton::KickButton;
     void draw(VSTGUI::CDrawContext* context) override;
 };
 
-enum class Glyph { None, Forward, Backward, Reverse, Bounce };
-
-struct Choice {
-    std::string text;
-    Glyph glyph = Glyph::None;
-};
-
 // All states of a list or switch side by side; a click takes one.
 class ChoiceRow : public ParameterControl {
   public:
     ChoiceRow(const CRect& size, EditorContext& context, uint32_t parameter,
-              std::vector<Choice> choices);
+              std::span<const Choice> choices);
     void draw(VSTGUI::CDrawContext* context) override;
 
   private:
@@ -65,7 +57,7 @@ class ChoiceRow : public ParameterControl {
     void doubleClicked(VSTGUI::MouseDownEvent& event) override { pressed(event); }
     CRect cell(std::size_t index) const;
 
-    std::vector<Choice> choices;
+    std::span<const Choice> choices;
 };
 
 // Which set of level controls is seen, each in its colour. Ctrl copies the seen one over the other.
@@ -81,7 +73,7 @@ class LevelSetRow final : public ChoiceRow {
 // A button that does something at once, and again and again while it is held if told so.
 class ActionButton : public Control {
   public:
-    enum class Look { Text, Up, Down, Left, Right, Plain };
+    enum class Look { Text, Plus, Minus, Left, Right, Plain };
     using Action = std::function<void(VSTGUI::Modifiers)>;
     ActionButton(const CRect& size, int32_t tag, Look look, std::string text, Action action);
 

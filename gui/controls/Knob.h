@@ -15,7 +15,9 @@ class Knob : public ParameterControl {
   protected:
     CPoint centre() const;
     double radius() const;  // of the track
-    virtual void drawScale(VSTGUI::CDrawContext& context);
+    virtual void drawScale(VSTGUI::CDrawContext&) {}
+    virtual std::string shownText() const;
+    CRect textRect() const;  // of the value
 
   private:
     std::string label;
@@ -30,6 +32,28 @@ class WaveKnob final : public Knob {
 
   private:
     void drawScale(VSTGUI::CDrawContext& context) override;
+};
+
+// The knob of the filter's corner: turning it lets the filter in.
+class CutKnob final : public Knob {
+  public:
+    using Knob::Knob;
+
+  private:
+    void dragged(const VSTGUI::MouseMoveEvent& event) override;
+    void wheel(double steps, bool fine) override;
+    void engage();
+};
+
+// A knob of notes. A click on the note opens the list, with Shift the extended one.
+class NoteKnob final : public Knob {
+  public:
+    using Knob::Knob;
+
+  private:
+    bool pressed(VSTGUI::MouseDownEvent& event) override;
+    void wheel(double steps, bool fine) override;
+    std::string shownText() const override;
 };
 
 }  // namespace Quorvant
