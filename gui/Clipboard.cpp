@@ -1,5 +1,8 @@
 #include "gui/Clipboard.h"
 
+#include <vstgui/lib/cdropsource.h>
+#include <vstgui/lib/platform/platformfactory.h>
+
 #ifdef _WIN32
 
 namespace Quorvant {
@@ -16,7 +19,6 @@ bool fetchClipboard(std::function<void()>) {
 
 #include "platform/Utf8Path.h"
 
-#include <vstgui/lib/cdropsource.h>
 #include <vstgui/lib/platform/linux/x11platform.h>
 #include <xcb/xcb.h>
 
@@ -206,3 +208,26 @@ bool fetchClipboard(std::function<void()> then) {
 }  // namespace Quorvant
 
 #endif
+
+namespace Quorvant {
+
+bool copyToClipboard(const std::string& text) {
+    return VSTGUI::getPlatformFactory().setClipboard(
+        VSTGUI::CDropSource::create(text.data(), static_cast<uint32_t>(text.size()),
+                                    VSTGUI::IDataPackage::kText));
+}
+
+void takeFromClipboard(std::function<void(std::string)> take) {
+    const auto hand = [take = std::move(take)] {
+        const auto data = VSTGUI::getPlatformFactory().getClipboard();
+        const void* buffer = nullptr;
+        auto type = VSTGUI::IDataPackage::kError;
+        const uint32_t size =
+            data && data->getCount() > 0 ? data->getData(0, buffer, type) : 0;
+        const bool isText = type == VSTGUI::IDataPackage::kText;
+        take(isText ? std::string(static_cast<const char*>(buffer), size) : std::string());
+    };
+    if (!fetchClipboard(hand)) hand();
+}
+
+}  // namespace Quorvant

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 
 namespace Quorvant {
 
@@ -20,5 +21,11 @@ class ClipboardUse {
 // host, which can't while it waits for us. True: `then` is called once VSTGUI's clipboard holds the
 // text. False: it holds all that there is.
 bool fetchClipboard(std::function<void()> then);
+
+// For whatever is no text field, on every system. `take` gets the clipboard's text, an empty one
+// where there is none, now or later or, where another wish comes first, never. False: the clipboard
+// can't be reached.
+bool copyToClipboard(const std::string& text);
+void takeFromClipboard(std::function<void(std::string text)> take);
 
 }  // namespace Quorvant

@@ -7,6 +7,7 @@
 #include "gui/TextEntry.h"
 #include "gui/ValueField.h"
 #include "params/ParameterLaws.h"
+#include "params/ParameterTable.h"
 #include "params/ParameterText.h"
 #include "platform/TickCount.h"
 
@@ -164,6 +165,7 @@ void Editor::idle() {
     presetsStale = false;
     scene->idle();
     if (userSettings.hints) scene->hints().idle(now);
+    scene->values().idle(now);
     if (keyboardTaken && !wantsKeyboard()) {
         keyboardTaken = false;
         keyboard.giveBack(*window);
@@ -186,7 +188,7 @@ void Editor::followExtensions() {
 }
 
 bool Editor::wantsKeyboard() const {
-    return scene && !scene->overlays().empty();
+    return scene && (!scene->overlays().empty() || scene->focus().owner());
 }
 
 void Editor::setParameter(uint32_t index, double value) {
@@ -200,28 +202,83 @@ void Editor::open(std::function<Overlay*(const CRect& size)> make) {
     if (!scene) return;
     scene->later([this, make = std::move(make)] {
         scene->hints().forget();
+        scene->values().forget();
         scene->overlays().open(make(scene->size()));
     });
 }
 
 void Editor::typeValue(uint32_t index, const CRect& over) {
     const std::string initial = textToType(index, owner.value(index));
-    const auto take = [this, index](const std::string& typed) {
-        if (const auto value = valueFromTyped(index, typed)) {
-            setParameter(index, *value);
-        } else {
-            tell("\"" + typed + "\" is no value here");
-        }
-    };
+    const auto take = [this, index](const std::string& typed) { enter(index, typed); };
     open([over, initial, take](const CRect& size) {
         return new ValueField(size, over, initial, take);
     });
 }
 
+void Editor::enter(uint32_t index, const std::string& text) {
+    if (const auto value = valueFromTyped(index, text)) {
+        setParameter(index, *value);
+    } else {
+        tell("\"" + text + "\" is no value here");
+    }
+}
+
 void Editor::openHostMenu(uint32_t index, CPoint where) {
     if (!scene) return;
-    scene->later(
-        [this, index, where] { owner.showHostMenu(index, where.x * scale(), where.y * scale()); });
+    scene->later([this, index, where] {
+        scene->hints().forget();
+        const auto items = itemsFor(index, where);
+        const auto alive = scene->lifetime();
+        if (owner.showHostMenu(index, items, where.x * scale(), where.y * scale()) ||
+            alive.expired())
+            return;
+        Menu menu;
+        for (const auto& [title, action] : items) menu.push_back({title, action});
+        openMenu(std::move(menu), CRect(where, CPoint()));
+    });
+}
+
+// They do nothing any more once the scene is gone.
+std::vector<HostMenuItem> Editor::itemsFor(uint32_t index, CPoint where) {
+    const VSTGUI::SharedPointer<Control> control = scene->focus().controlAt(where);
+    const bool ofOwnPlace = control && dynamic_cast<ParameterControl*>(control.get());
+    const CRect place = ofOwnPlace ? editorRect(*control) : CRect(where, CPoint());
+    std::vector<HostMenuItem> items = {
+        {"Type a value\u2026", [this, index, place] { typeValue(index, place); }},
+        {"Default", [this, index] { setParameter(index, parameterDefault(index)); }},
+        {"Copy value",
+         [this, index] {
+             if (!copyToClipboard(textWithUnit(index, owner.value(index))))
+                 tell("The clipboard can't be reached");
+         }},
+        {"Paste value",
+         [this, index] {
+             takeFromClipboard([this, index, alive = scene->lifetime()](const std::string& text) {
+                 if (!alive.expired()) enter(index, text);
+             });
+         }},
+        {"Hint",
+         [this, control] {
+             if (control && control->isAttached()) scene->hints().show(*control);
+         }},
+    };
+    for (auto& [title, action] : items) {
+        action = [alive = scene->lifetime(), what = std::move(action)] {
+            if (!alive.expired()) what();
+        };
+    }
+    return items;
+}
+
+void Editor::showValue(uint32_t index, const CRect& control, bool byKeys) {
+    if (!scene) return;
+    scene->hints().forget();
+    scene->values().show(textWithUnit(index, owner.value(index)), control,
+                         byKeys ? control.getCenter() : pointer, tickCountMs());
+}
+
+void Editor::takeKeyboard(Control& control) {
+    if (scene) scene->focus().set(&control);
 }
 
 void Editor::openMenu(Menu menu, const CRect& anchor) {
@@ -283,7 +340,12 @@ void Editor::changeSettings(const std::function<void(UserSettings&)>& change) {
 }
 
 void Editor::onKeyboardEvent(VSTGUI::KeyboardEvent& event, VSTGUI::CFrame*) {
-    if (scene) scene->overlays().key(event);
+    if (!scene) return;
+    if (scene->overlays().empty()) {
+        scene->focus().key(event);
+    } else {
+        scene->overlays().key(event);
+    }
 }
 
 void Editor::onMouseEntered(VSTGUI::CView* view, VSTGUI::CFrame*) {
@@ -297,8 +359,12 @@ void Editor::onMouseExited(VSTGUI::CView* view, VSTGUI::CFrame*) {
 void Editor::onMouseEvent(VSTGUI::MouseEvent& event, VSTGUI::CFrame*) {
     if (!scene) return;
     const uint32_t now = tickCountMs();
+    pointer = event.mousePosition;
     if (event.type == VSTGUI::EventType::MouseDown) {
         scene->hints().forget();
+        scene->values().forget();
+        // The control that is clicked takes it, if it wants to.
+        if (scene->overlays().empty() && event.buttonState.isLeft()) scene->focus().clear();
         keyboard.note(*window);
         keyboardTaken = true;
         auto& down = VSTGUI::castMouseDownEvent(event);

@@ -69,6 +69,8 @@ class Editor final : private EditorContext,
     void setParameter(uint32_t index, double value) override;
     void typeValue(uint32_t index, const CRect& over) override;
     void openHostMenu(uint32_t index, CPoint where) override;
+    void showValue(uint32_t index, const CRect& control, bool byKeys) override;
+    void takeKeyboard(Control& control) override;
     void openMenu(Menu menu, const CRect& anchor) override;
     void openBrowser() override;
     void openAbout() override;
@@ -94,6 +96,8 @@ class Editor final : private EditorContext,
     void fitFrame(double newScale);
     // Opens the overlay that `make` gives for the scene's size, once the present event is over.
     void open(std::function<Overlay*(const CRect& size)> make);
+    std::vector<HostMenuItem> itemsFor(uint32_t index, CPoint where);
+    void enter(uint32_t index, const std::string& text);
 
     Theme::FontUse fonts;
     EditorModel& owner;
@@ -111,6 +115,7 @@ class Editor final : private EditorContext,
     bool presetsStale = false;
     std::string message;
     uint32_t messageEnd = 0;  // tick count
+    CPoint pointer;  // in the editor's pixels
     ClickCounter clicks;
     KeyboardLoan keyboard;
     bool keyboardTaken = false;

@@ -14,6 +14,8 @@
 
 namespace Quorvant {
 
+class Control;
+
 struct MenuItem {
     std::string title;
     std::function<void()> action = {};  // none: a heading
@@ -49,7 +51,12 @@ class EditorContext {
     // A text field over the rectangle that takes a value for the parameter.
     virtual void typeValue(uint32_t index, const CRect& over) = 0;
 
+    // What a right click on a control of the parameter opens: the host's menu where it has one.
     virtual void openHostMenu(uint32_t index, CPoint where) = 0;
+    // The user moves the parameter by the control at this place: its value is told for a moment.
+    virtual void showValue(uint32_t index, const CRect& control, bool byKeys) = 0;
+    // A click has given the keyboard to this control.
+    virtual void takeKeyboard(Control& control) = 0;
     virtual void openMenu(Menu menu, const CRect& anchor) = 0;
     virtual void openBrowser() = 0;
     virtual void openAbout() = 0;

@@ -2,10 +2,18 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
 
 namespace Quorvant {
 
 class PresetManager;
+
+struct HostMenuItem {
+    std::string title;
+    std::function<void()> action;
+};
 
 // Main thread. Whatever changes behind the editor's back is told through Editor::parameterChanged
 // and Editor::presetsChanged.
@@ -27,9 +35,11 @@ class EditorModel {
     // Null where the plug-in runs without presets.
     virtual PresetManager* presets() = 0;
 
-    // The host's own menu for a parameter, at a point of the frame in pixels; false where the host
-    // has none.
-    virtual bool showHostMenu(uint32_t index, double x, double y) = 0;
+    // The host's own menu for a parameter, with these items above its own, at a point of the frame
+    // in pixels; false where the host has none. It may be open after the call, and after the
+    // editor: the actions bear that. Amid the call the host may close the editor.
+    virtual bool showHostMenu(uint32_t index, std::vector<HostMenuItem> items, double x,
+                              double y) = 0;
     // Asks the host for another size of the view, in pixels. On success the host calls back with
     // the size as it does when the user drags the window.
     virtual bool requestSize(int width, int height) = 0;

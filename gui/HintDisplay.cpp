@@ -91,7 +91,16 @@ void HintDisplay::moved(CPoint where, uint32_t now) {
 }
 
 void HintDisplay::idle(uint32_t now) {
-    if (!pointed || bubble || static_cast<int32_t>(now - due) < 0) return;
+    if (pointed && !bubble && static_cast<int32_t>(now - due) >= 0) open();
+}
+
+void HintDisplay::show(VSTGUI::CView& view) {
+    hide();
+    pointed = VSTGUI::shared(&view);
+    open();
+}
+
+void HintDisplay::open() {
     const std::string text = pointed->isAttached() ? textOf(*pointed) : "";
     if (text.empty()) return;
     CRect place = editorRect(*pointed);

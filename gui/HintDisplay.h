@@ -40,12 +40,15 @@ class HintDisplay {
     void exited(VSTGUI::CView& view);
     void moved(CPoint where, uint32_t now);
     void idle(uint32_t now);
+    // At once.
+    void show(VSTGUI::CView& view);
     // No hint until the pointer is on another view.
     void forget();
 
   private:
     std::string cutTextOf(const VSTGUI::CView& view) const;
     std::string textOf(const VSTGUI::CView& view) const;
+    void open();
     void hide();
 
     VSTGUI::CViewContainer& views;

@@ -24,8 +24,9 @@ class LiveModel final : public EditorModel {
     void performEdit(uint32_t index, double value) override { plugin.performEdit(index, value); }
     void endEdit(uint32_t index) override { plugin.endEdit(index); }
     PresetManager* presets() override { return plugin.presets(); }
-    bool showHostMenu(uint32_t index, double x, double y) override {
-        return plugin.showHostMenu(index, x, y);
+    bool showHostMenu(uint32_t index, std::vector<HostMenuItem> items, double x,
+                      double y) override {
+        return plugin.showHostMenu(index, std::move(items), x, y);
     }
     bool requestSize(int width, int height) override { return plugin.requestSize(width, height); }
     int zoom() const override { return plugin.zoom(); }

@@ -58,6 +58,8 @@ Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& cont
     root->addView(status);
     root->addView(new Grip(CRect(980.0, bottom - 18.0, 1000.0, bottom), std::move(dragTo)));
     hintDisplay.emplace(*root);
+    valueDisplay.emplace(*root);
+    keyFocus.emplace(*root);
     stack.emplace(frame, *root);
     root->invalid();
 }
@@ -65,6 +67,8 @@ Scene::Scene(VSTGUI::CFrame& window, const LiveModel& model, EditorContext& cont
 Scene::~Scene() {
     life.reset();
     hintDisplay->forget();
+    valueDisplay.reset();
+    keyFocus.reset();
     stack.reset();
     sideChain.reset();
     frame.removeView(root);
@@ -86,6 +90,7 @@ void Scene::idle() {
     if (extensions) extensions->idle();
     sideChain->idle();
     status->idle();
+    keyFocus->idle();
 }
 
 void Scene::later(std::function<void()> action) {

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "gui/HintDisplay.h"
+#include "gui/KeyFocus.h"
 #include "gui/LiveModel.h"
 #include "gui/OverlayStack.h"
 #include "gui/Panels.h"
 #include "gui/PresetBar.h"
 #include "gui/SideChainBar.h"
 #include "gui/StatusLine.h"
+#include "gui/ValueDisplay.h"
 
 #include <functional>
 #include <memory>
@@ -37,6 +39,8 @@ class Scene {
     PresetBar& bar() { return *presetBar; }
     OverlayStack& overlays() { return *stack; }
     HintDisplay& hints() { return *hintDisplay; }
+    ValueDisplay& values() { return *valueDisplay; }
+    KeyFocus& focus() { return *keyFocus; }
 
     void parameterChanged(uint32_t index, double value);
     // Lamps, meters and readouts follow.
@@ -57,6 +61,8 @@ class Scene {
     StatusLine* status;
     std::optional<QVXSideChainBar> sideChain;
     std::optional<HintDisplay> hintDisplay;
+    std::optional<ValueDisplay> valueDisplay;
+    std::optional<KeyFocus> keyFocus;
     std::optional<OverlayStack> stack;
 };
 

@@ -50,4 +50,22 @@ std::string textToType(uint32_t index, double value) {
                : parameterText(static_cast<int32_t>(index), value);
 }
 
+std::string textWithUnit(uint32_t index, double value) {
+    const NumberLaw* law = index < kParameterCount ? kParameters[index].editorLaw() : nullptr;
+    std::string text = textToType(index, value);
+    if (!law) return text;
+    const std::string_view digits = std::string_view("-0123456789");
+    if (!law->prefix.empty() && text.starts_with(law->prefix)) text.erase(0, law->prefix.size());
+    // A word has no unit.
+    if (digits.find(text.front()) == std::string_view::npos ||
+        text.find_first_of("0123456789") == std::string::npos)
+        return text;
+    // A letter in the place of the point tells the first of the units.
+    if (law->mark != '.') std::replace(text.begin(), text.end(), law->mark, '.');
+    const std::string_view unit = law->mark != '.' || law->unit.empty()
+                                      ? law->units.empty() ? std::string_view() : law->units[0].text
+                                      : law->unit;
+    return unit.empty() ? text : text + ' ' + std::string(unit);
+}
+
 }  // namespace Quorvant

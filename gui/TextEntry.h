@@ -17,4 +17,7 @@ std::optional<double> valueFromTyped(uint32_t index, std::string_view text);
 // What the field holds before anything is typed: the normalised value as the editor displays it.
 std::string textToType(uint32_t index, double value);
 
+// The normalised value as it is told with its unit, "3.4 kHz"; valueFromTyped reads it.
+std::string textWithUnit(uint32_t index, double value);
+
 }  // namespace Quorvant

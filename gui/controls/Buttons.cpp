@@ -268,6 +268,13 @@ void ActionButton::draw(VSTGUI::CDrawContext* context) {
     setDirty(false);
 }
 
+bool ActionButton::key(const VSTGUI::KeyboardEvent& event) {
+    if (event.virt != VSTGUI::VirtualKey::Return && event.virt != VSTGUI::VirtualKey::Enter)
+        return false;
+    action(event.modifiers);
+    return true;
+}
+
 void ActionButton::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
     event.consumed = true;
     if (event.buttonState.isRight() && rightAction) {

@@ -96,6 +96,8 @@ class ActionButton : public Control {
     void setRightAction(std::function<void(CPoint)> what) { rightAction = std::move(what); }
     void idle();  // repeats
 
+    bool takesKeys() const override { return enabled; }
+    bool key(const VSTGUI::KeyboardEvent& event) override;
     void draw(VSTGUI::CDrawContext* context) override;
     void onMouseDownEvent(VSTGUI::MouseDownEvent& event) override;
 

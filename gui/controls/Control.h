@@ -15,6 +15,7 @@ class Control : public VSTGUI::CControl {
   public:
     explicit Control(const CRect& size, int32_t tagId = -1) : CControl(size, nullptr, tagId) {
         setTransparency(true);
+        setWantsFocus(false);  // VSTGUI's is for text fields
     }
     // Past the base class's own meaning of Ctrl and click.
     void dispatchEvent(VSTGUI::Event& event) override {
@@ -34,6 +35,11 @@ class Control : public VSTGUI::CControl {
     }
     void onMouseUpEvent(VSTGUI::MouseUpEvent& event) override { release(event); }
     void onMouseCancelEvent(VSTGUI::MouseCancelEvent& event) override { release(event); }
+    // Whether the keyboard can be had at present.
+    virtual bool takesKeys() const { return false; }
+    // A key that is pressed while this has the keyboard, without modifiers or with Shift; true where
+    // it means something here.
+    virtual bool key(const VSTGUI::KeyboardEvent&) { return false; }
     VSTGUI::CBaseObject* newCopy() const override { return nullptr; }
 
   protected:

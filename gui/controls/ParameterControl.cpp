@@ -2,6 +2,7 @@
 
 #include "gui/Hints.h"
 #include "params/GlobalSet.h"
+#include "params/ParameterLaws.h"
 #include "params/ParameterTable.h"
 #include "params/ParameterText.h"
 
@@ -15,6 +16,7 @@ namespace {
 constexpr double kFullTravel = 200.0;  // pixels of a vertical drag
 constexpr double kFine = 0.1;
 constexpr double kWheelStep = 0.02;
+constexpr double kPage = 10.0;  // wheel steps
 
 bool shortEndSpread(uint32_t index) {
     const NumberLaw* law = kParameters[index].law;
@@ -108,6 +110,66 @@ void ParameterControl::moveBy(double travel) {
     change(wanted);
 }
 
+bool ParameterControl::isContinuous() const {
+    return kParameters[parameter()].stepCount() == 0;
+}
+
+void ParameterControl::telling(bool byKeys, const std::function<void()>& act) {
+    const double before = modelValue();
+    act();
+    if (isContinuous() && modelValue() != before)
+        owner.showValue(parameter(), editorRect(*this), byKeys);
+}
+
+void ParameterControl::activate() {
+    const ParameterInfo& info = kParameters[parameter()];
+    if (info.states.empty()) {
+        VSTGUI::MouseDownEvent event(getViewSize().getTopLeft(), VSTGUI::MouseButton::Left);
+        doubleClicked(event);
+    } else {
+        const auto count = static_cast<int>(info.states.size());
+        change(listValue((listState(modelValue(), count) + 1) % count, count));
+    }
+}
+
+bool ParameterControl::key(const VSTGUI::KeyboardEvent& event) {
+    using VSTGUI::VirtualKey;
+    const bool fine = event.modifiers.has(VSTGUI::ModifierKey::Shift);
+    const auto turn = [&](double steps) {
+        if (!dragging) telling(true, [&] { wheel(steps, fine); });
+        return true;
+    };
+    const auto set = [&](double value) {
+        if (!dragging) telling(true, [&] { change(value); });
+        return true;
+    };
+    switch (event.virt) {
+        case VirtualKey::Up:
+        case VirtualKey::Right:
+            return turn(1.0);
+        case VirtualKey::Down:
+        case VirtualKey::Left:
+            return turn(-1.0);
+        case VirtualKey::PageUp:
+            return turn(kPage);
+        case VirtualKey::PageDown:
+            return turn(-kPage);
+        case VirtualKey::Home:
+            return set(0.0);
+        case VirtualKey::End:
+            return set(1.0);
+        case VirtualKey::Delete:
+        case VirtualKey::Back:
+            return set(parameterDefault(parameter()));
+        case VirtualKey::Return:
+        case VirtualKey::Enter:
+            if (!dragging) activate();
+            return true;
+        default:
+            return false;
+    }
+}
+
 bool ParameterControl::pressed(VSTGUI::MouseDownEvent&) {
     return true;
 }
@@ -155,6 +217,7 @@ void ParameterControl::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
         return;
     }
     if (!event.buttonState.isLeft()) return;
+    owner.takeKeyboard(*this);
     if (event.modifiers.has(ModifierKey::Control)) {
         ctrlPressed(event);
     } else if (event.modifiers.has(ModifierKey::Alt)) {
@@ -174,7 +237,7 @@ void ParameterControl::onMouseDownEvent(VSTGUI::MouseDownEvent& event) {
 
 void ParameterControl::onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) {
     if (!dragging || !event.buttonState.isLeft()) return;
-    dragged(event);
+    telling(false, [&] { dragged(event); });
     lastPoint = event.mousePosition;
     event.consumed = true;
 }
@@ -188,7 +251,7 @@ void ParameterControl::onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) {
     double steps = event.deltaY != 0.0 ? event.deltaY : event.deltaX;
     if (event.flags & VSTGUI::MouseWheelEvent::DirectionInvertedFromDevice) steps = -steps;
     if (steps == 0.0 || dragging) return;
-    wheel(steps, event.modifiers.has(VSTGUI::ModifierKey::Shift));
+    telling(false, [&] { wheel(steps, event.modifiers.has(VSTGUI::ModifierKey::Shift)); });
     event.consumed = true;
 }
 

@@ -4,6 +4,7 @@
 #include "gui/EditorContext.h"
 #include "gui/controls/Control.h"
 
+#include <functional>
 #include <string>
 
 namespace Quorvant {
@@ -28,6 +29,8 @@ class ParameterControl : public Control {
     void onMouseMoveEvent(VSTGUI::MouseMoveEvent& event) override;
     void onMouseWheelEvent(VSTGUI::MouseWheelEvent& event) override;
     bool removed(VSTGUI::CView* parent) override;
+    bool takesKeys() const override { return true; }
+    bool key(const VSTGUI::KeyboardEvent& event) override;
 
   protected:
     EditorContext& editor() const { return owner; }
@@ -46,6 +49,8 @@ class ParameterControl : public Control {
     virtual void doubleClicked(VSTGUI::MouseDownEvent& event);
     virtual void wheel(double steps, bool fine);
     virtual void dragged(const VSTGUI::MouseMoveEvent& event);
+    // Return: types the value; takes the next state of a switch or list.
+    virtual void activate();
     // Moves along the travel as far as one pixel's drag, or one wheel step, asks for.
     void moveBy(double travel);
 
@@ -58,6 +63,9 @@ class ParameterControl : public Control {
 
   private:
     void released() override;
+    // Whether the act has changed the value, which is then told.
+    void telling(bool byKeys, const std::function<void()>& act);
+    bool isContinuous() const;
 
     EditorContext& owner;
     uint32_t presetParameter;
