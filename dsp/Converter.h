@@ -33,7 +33,7 @@ class NoiseSource {
 
 // The input amplifier's soft saturation, y = x / sqrt(1 + (x / ceiling)^2) for slow signals: odd
 // harmonics only. What it takes away is averaged over each frame by the curve's antiderivative and
-// then low-passed, so that loud treble folds next to nothing back; what is quiet passes as it is.
+// then low-passed, so that loud treble folds far less back; what is quiet passes as it is.
 // Audio thread.
 class InputStage {
   public:

@@ -1,7 +1,6 @@
 // The editor's size, hints, readings and life.
 #include "dsp/OutputIndex.h"
 #include "gui/Hints.h"
-#include "gui/stage/StageView.h"
 #include "platform/Folders.h"
 #include "tests/Fold.h"
 #include "tests/gui/EditorTest.h"
@@ -108,7 +107,6 @@ TEST_F(EditorFrame, GivesEveryControlTheHintOfItsIdLetterForLetter) {
 
 TEST_F(EditorFrame, ShowsEveryReading) {
     model.set(kInfRepeat, 1.0);
-    for (auto* stage : all<StageView>()) stage->setVisible(false);  // moves with the time
     editor->idle();
     Picture before = draw();
     // The headroom rises by one LED each: at -9 dB, and at the ceiling, which is 0.5.
